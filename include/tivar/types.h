@@ -1,0 +1,61 @@
+/* Types, codes and messages that every part of the interface shares. */
+#ifndef TIVAR_TYPES_H
+#define TIVAR_TYPES_H
+
+#include <stdint.h>
+
+#if defined(__GNUC__)
+#define TIVAR_API __attribute__((visibility("default")))
+#else
+#define TIVAR_API
+#endif
+
+#ifdef __cplusplus
+#define TIVAR_BEGIN_C extern "C" {
+#define TIVAR_END_C }
+#else
+#define TIVAR_BEGIN_C
+#define TIVAR_END_C
+#endif
+
+TIVAR_BEGIN_C
+
+/* A block of movable memory (memory.h). 0 = none. */
+typedef uintptr_t MemHandle;
+
+/* A buffered stream (stream.h). 0 = none. */
+typedef uintptr_t OxlStream;
+
+/* One word of a record that the 32-bit interface describes as 32-bit words: wide enough for an
+ * address, a handle or an opaque value of the host. Word records keep their word numbers on hosts
+ * of either word size. */
+typedef uintptr_t HostWord;
+
+/* The host's status call-back. Progress arrives as (context, 0, 0, 0, percent, 0, 0) on the filter
+ * route and as (context, 0, 0, 0, percent, 0, 0) on the driver route. 0 = go on. Any other answer
+ * is followed by the question (context, 2, 61, 0, 0, 0, address of ten zeroed 32-bit words), and it
+ * is the answer to that question that decides: not 0 = cancel. */
+typedef int32_t (*StatusProc)(intptr_t context, int32_t operation, int32_t value, int32_t a3,
+                              int32_t percent, int32_t a5, intptr_t block);
+
+/* Serves a document of the host; see OxlStreamDesc in stream.h for its operations. */
+typedef intptr_t (*OxlDocProc)(intptr_t first, int32_t operation, intptr_t a, intptr_t b);
+
+/* Supplies a picture to the band loop; see DrawMessage in export.h. */
+typedef HostWord (*DrawProc)(int32_t message, void* input, HostWord output, HostWord extra);
+
+/* Result codes that the host sees. */
+enum {
+    TIVAR_OK = 0,
+    TIVAR_ERR_SETUP = 27,      /* picture set-up failed */
+    TIVAR_ERR_NO_MEMORY = 300, /* driver: no memory */
+    TIVAR_ERR_STREAM = 303,    /* output could not be opened, written or closed */
+    TIVAR_ERR_CANCELLED = 901, /* the host's status call-back cancelled */
+    TIVAR_ERR_BAND = -1,       /* a band could not be written */
+    TIVAR_ERR_RESOLUTION = -62,
+    TIVAR_ERR_SIZE = -63
+};
+
+TIVAR_END_C
+
+#endif
