@@ -26,7 +26,8 @@ TIVAR_API extern int16_t _debug_color_res;
 /* Bytes of a row: its bits rounded up to bytes, those to a multiple of 4. */
 TIVAR_API int32_t rlBytesPerLine(uint32_t width, int16_t bitsPerPixel);
 
-/* Bytes of a bitmap: rows times rlBytesPerLine, modulo 2^32. */
+/* Bytes of a bitmap: rows times rlBytesPerLine; both are 0 when 32 bits do not hold the bits of a
+ * row or the bytes of all rows. */
 TIVAR_API uint32_t rlCalcNewSize(uint32_t width, uint32_t height, int16_t bitsPerPixel);
 
 /* The value of pixel (x, y) of locked rows, stride bytes apart; 0 at other depths. */
@@ -48,7 +49,7 @@ TIVAR_API uint32_t rlNearestRGBIndex(int16_t red, int16_t green, int16_t blue,
 
 /* Map of 2^sourceBits 32-bit values, one for each source index; free it with rlFreeColormap.
  * Without a destination table and for a source not deeper than the destination, the source table
- * serves as both. 0 for depths above 8: such pixels need no map. */
+ * serves as both. 0 at depth 24 and 32, whose pixels need no map, and outside 0 to 15. */
 TIVAR_API MemHandle rlBuildColormap(const uint8_t* sourceTable, int16_t sourceBits,
                                     const uint8_t* destTable, int16_t destBits, int16_t destCount);
 TIVAR_API int32_t rlFreeColormap(MemHandle map); /* 0 */

@@ -164,9 +164,10 @@ TIVAR_API void LoadProfileList(HostWord a, HostWord b, int16_t c);
  * environment variable INIDIR names. Numbers use a point whatever the process's locale.
  *
  * The value of a key, without its quotes, or defaultText, in buffer; the result is the number of
- * characters. A value of size characters or more is cut to size - 1. key null lists the section's
- * keys, each with a terminator, and one more at the end. 0, with buffer untouched, when section is
- * null or empty, when defaultText or buffer is null or size is below 1. */
+ * characters. Kept: a value of size characters or more fills the buffer without a terminator. key
+ * null lists the section's keys, each with a terminator, and one more at the end. 0, with buffer
+ * untouched, when section is null or empty, when defaultText or buffer is null or size is below 1.
+ */
 TIVAR_API int32_t GetPrivateProfileString(const char* section, const char* key,
                                           const char* defaultText, char* buffer, int32_t size,
                                           const char* file);

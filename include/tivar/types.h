@@ -4,6 +4,9 @@
 
 #include <stdint.h>
 
+/* The version, 2.0.5: major and minor in the two upper bytes, patch in the lower 16 bits. */
+#define TIVAR_VERSION 0x02000005
+
 #if defined(__GNUC__)
 #define TIVAR_API __attribute__((visibility("default")))
 #else

@@ -1,0 +1,14 @@
+# Flags that every target of the project shares, as an interface library.
+add_library(tivar_flags INTERFACE)
+target_compile_options(tivar_flags INTERFACE
+  -Wall -Wextra -Wshadow -Wconversion
+  # The same bytes on every machine: no fused multiply-add behind the code's back.
+  -ffp-contract=off)
+if(TIVAR_WERROR)
+  target_compile_options(tivar_flags INTERFACE -Werror)
+endif()
+if(TIVAR_SANITIZE)
+  target_compile_options(tivar_flags INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(tivar_flags INTERFACE -fsanitize=address,undefined)
+endif()

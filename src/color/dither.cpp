@@ -1,0 +1,177 @@
+// Error diffusion with the weights of Floyd and Steinberg, left to right on every row, over a
+// 24-bit working copy that is then converted to the target depth.
+#include "color/dither.h"
+
+#include <tivar/color.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+#include "color/bitmap.h"
+#include "color/debug.h"
+#include "color/pixel.h"
+#include "driver/color_transform.h"
+#include "host/memory.h"
+#include "host/numbers.h"
+
+namespace tivar {
+namespace {
+
+constexpr int kClampBase = 128;
+
+// Entry i is i - 128 held to a byte: indexed through its base, the sum of a byte and an amount of
+// at most 128 either way reads as the clamped byte.
+constexpr std::array<uint8_t, 512> BOUNDARY_CHK = [] {
+    std::array<uint8_t, 512> table{};
+    for (int i = 0; i < 512; ++i)
+        table[static_cast<size_t>(i)] = static_cast<uint8_t>(std::clamp(i - kClampBase, 0, 255));
+    return table;
+}();
+
+void add(uint8_t& channel, int amount) {
+    channel = BOUNDARY_CHK[static_cast<size_t>(kClampBase + channel + amount)];
+}
+
+// Spreads one channel's error: t to the right, and to the three pixels below what t leaves after
+// taking off eighths, which approximates 7, 5, 3 and 1 sixteenths.
+void diffuse(uint8_t* pixel, uint8_t* below, int error, bool hasLeft) {
+    const int q = error / 8;
+    const int t = 7 * error / 16;
+    add(pixel[3], t);
+    if (below == nullptr) return;
+    add(below[0], t - q);
+    if (hasLeft) add(below[-3], t - 2 * q);
+    add(below[3], t - 3 * q);
+}
+
+MemHandle copyTable(const uint8_t* entries, uint32_t bytes) {
+    OwnedBlock table(allocateZeroed(bytes));
+    if (table) std::memcpy(table.data, entries, bytes);
+    return table.release();
+}
+
+// As many reduced colours as leave room for the fixed ones, those directly behind them, the rest
+// black.
+MemHandle reducedTableWithFixed(MemHandle copy, uint32_t width, uint32_t height, uint16_t entries) {
+    auto count = static_cast<uint16_t>(entries - kMustHaveEntries);
+    const OwnedBlock reduced(rlReduceColorTable(copy, static_cast<uint16_t>(width),
+                                                static_cast<uint16_t>(height), &count));
+    const uint32_t bytes = uint32_t{entries} * 3;
+    OwnedBlock table(reduced ? allocateZeroed(bytes) : 0);
+    if (!table) return 0;
+    const uint32_t kept = std::min(uint32_t{count} * 3, bytes);
+    std::memcpy(table.data, reduced.data, kept);
+    std::memcpy(table.data + kept, must_have_colors,
+                std::min<size_t>(sizeof must_have_colors, bytes - kept));
+    return table.release();
+}
+
+void printTable(const uint8_t* table, int count) {
+    if (!printsSummaries() || table == nullptr) return;
+    std::puts("Dithering to the following colortable:");
+    for (int i = 0; i < count; ++i, table += 3)
+        std::printf("color %d: [%d, %d, %d]\n", i, table[0], table[1], table[2]);
+}
+
+// The table to dither to and its count; given is used instead of a new one where it may be.
+struct ChosenTable {
+    MemHandle handle;
+    uint16_t count;
+};
+
+ChosenTable chooseTable(MemHandle copy, uint32_t width, uint32_t height, uint16_t entries,
+                        MemHandle given, bool mayUseGiven) {
+    if (entries >= 3 && !mayUseGiven)
+        return {reducedTableWithFixed(copy, width, height, entries), entries};
+    if (given != 0) return {given, entries};
+    return {copyTable(MonoTable, sizeof MonoTable), kMonoEntries};
+}
+
+MemHandle workingCopy(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
+                      MemHandle sourceTable) {
+    return rlConvertBitmapDepth(bits, width, height, sourceBits, 24, sourceTable, 0, 0);
+}
+
+// Diffuses the working copy's rows, as greys for a 1-bit target.
+void ditherRows(uint8_t* rows, uint32_t width, uint32_t height, int16_t destBits,
+                const uint8_t* table, int16_t count) {
+    const auto stride = static_cast<size_t>(rlBytesPerLine(width, 24));
+    const auto pixels = static_cast<int32_t>(width);
+    if (printsDots()) std::fputs("Dithering...each(.) represents one scan line\n", stdout);
+    if (destBits == 1 && height > 0) rev_rgb(pixels, rows, kTurnGrey);
+    for (uint32_t y = 0; y < height && width > 0; ++y) {
+        uint8_t* row = rows + y * stride;
+        uint8_t* nextRow = y + 1 < height ? row + stride : nullptr;
+        if (destBits == 1 && nextRow != nullptr) rev_rgb(pixels, nextRow, kTurnGrey);
+        _rlDitherOneLine(row, nextRow, table, width, count);
+        if (printsDots()) std::fputc('.', stdout);
+    }
+    if (printsDots()) std::fputc('\n', stdout);
+}
+
+// Dithers the working copy to the table and converts it to the target depth.
+MemHandle ditherCopy(const OwnedBlock& copy, uint32_t width, uint32_t height, int16_t destBits,
+                     MemHandle tableHandle, int16_t count) {
+    const SourceTable table(tableHandle, count);
+    if (!copy || table.data() == nullptr) return 0;
+    printTable(table.data(), count);
+    ditherRows(copy.data, width, height, destBits, table.data(), count);
+    return rlConvertBitmapDepth(copy.handle, width, height, 24, destBits, 0, tableHandle, count);
+}
+
+}  // namespace
+}  // namespace tivar
+
+using namespace tivar;
+
+MemHandle rlDitherBitmap(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
+                         int16_t destBits, MemHandle sourceTable, MemHandle* colorTable) {
+    if (bits == 0 || colorTable == nullptr) return 0;
+    const OwnedBlock copy(workingCopy(bits, width, height, sourceBits, sourceTable));
+    const ChosenTable table = chooseTable(copy.handle, width, height, entriesOfDepth(destBits),
+                                          *colorTable, *colorTable != 0);
+    *colorTable = table.handle;
+    return ditherCopy(copy, width, height, destBits, table.handle,
+                      static_cast<int16_t>(table.count));
+}
+
+int32_t rlDitherGetCT(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
+                      int16_t destBits, MemHandle sourceTable, MemHandle* colorTable,
+                      uint16_t* colorCount) {
+    if (bits == 0 || colorTable == nullptr || colorCount == nullptr) return -1;
+    const uint16_t entries = entriesOfDepth(destBits);
+    const OwnedBlock copy(entries < 3 ? 0
+                                      : workingCopy(bits, width, height, sourceBits, sourceTable));
+    const ChosenTable table = chooseTable(copy.handle, width, height, entries, *colorTable, false);
+    *colorTable = table.handle;
+    *colorCount = table.count;
+    const SourceTable entriesChosen(table.handle, table.count);
+    printTable(entriesChosen.data(), table.count);
+    return 0;
+}
+
+MemHandle rlDitherGivenCT(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
+                          int16_t destBits, MemHandle sourceTable, MemHandle table, int16_t count) {
+    const OwnedBlock copy(workingCopy(bits, width, height, sourceBits, sourceTable));
+    return ditherCopy(copy, width, height, destBits, table, count);
+}
+
+void _rlDitherOneLine(uint8_t* row, uint8_t* nextRow, const uint8_t* table, uint32_t width,
+                      int16_t count) {
+    if (row == nullptr || table == nullptr || width == 0) return;
+    const uint8_t* entry = table;
+    for (uint32_t x = 0; x + 1 < width; ++x) {
+        uint8_t* pixel = row + size_t{x} * 3;
+        entry = table + rlNearestRGBIndex(pixel[0], pixel[1], pixel[2], table, count) * 3;
+        for (int channel = 0; channel < 3; ++channel) {
+            const int error = pixel[channel] - entry[channel];
+            pixel[channel] = entry[channel];
+            uint8_t* below = nextRow == nullptr ? nullptr : nextRow + size_t{x} * 3 + channel;
+            diffuse(pixel + channel, below, error, x > 0);
+        }
+    }
+    // Kept: the last pixel is not searched but repeats the last choice.
+    std::memcpy(row + size_t{width - 1} * 3, entry, 3);
+}

@@ -1,0 +1,112 @@
+// Life of a settings record: created from a profile or the defaults, edited, destroyed.
+#include <tivar/filter.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "filter/identity.h"
+#include "filter/string_table.h"
+#include "host/memory.h"
+#include "host/temp_name.h"
+#include "host/text.h"
+#include "io/path.h"
+
+MemHandle hRaster = 0;
+SetupRecord* lpRaster = nullptr;
+
+namespace tivar {
+namespace {
+
+constexpr size_t kNameSize = sizeof SetupRecord{}.filterName;
+static_assert(sizeof(SetupRecord) == 1376);
+
+// The mode's section: the caller's choice, or the one that the filter's own section names.
+void chooseMode(SetupRecord& record, const char* modeName) {
+    if (!isEmpty(modeName)) {
+        copyBounded(record.modeName, kNameSize, modeName);
+        return;
+    }
+    GetPrivateProfileString(szFilter, TableText(kTextMode).text, "", record.modeName, kNameSize,
+                            record.profilePath);
+    record.modeName[kNameSize - 1] = '\0';
+}
+
+}  // namespace
+}  // namespace tivar
+
+using namespace tivar;
+
+MemHandle CreateSetup(HostWord, const char* profilePath, const char* modeName,
+                      const char* filterName) {
+    const MemHandle handle = allocateZeroed(sizeof(SetupRecord));
+    if (handle == 0) return 0;
+    hRaster = handle;
+    lpRaster = static_cast<SetupRecord*>(GlobalLock(handle));
+    strupr(szFilter);
+    if (!isEmpty(profilePath)) copyBounded(lpRaster->profilePath, kNameSize, profilePath);
+    copyBounded(lpRaster->filterName, kNameSize, isEmpty(filterName) ? szFilter : filterName);
+    if (GetProfileDirectory(lpRaster->profilePath, export_szDLLName) != 0) {
+        lpRaster->profilePath[0] = '\0';
+        UseDefaultSettings(lpRaster);
+    } else {
+        chooseMode(*lpRaster, modeName);
+        LoadProfile(0);
+    }
+    GlobalUnlock(handle);
+    return handle;
+}
+
+int32_t EditSetup(MemHandle handle, HostWord context) {
+    auto* record = static_cast<SetupRecord*>(GlobalLock(handle));
+    if (record == nullptr) return -1;
+    hRaster = handle;
+    lpRaster = record;
+    record->editContext = context;
+    return 0;
+}
+
+int32_t DestroySetup(MemHandle handle) {
+    if (GlobalLock(handle) == nullptr) return 0;
+    GlobalUnlock(handle);
+    GlobalFree(handle);
+    lpRaster = nullptr;
+    return 0;
+}
+
+int32_t UseDefaultSettings(SetupRecord* record) {
+    if (record == nullptr) return -1;
+    record->modeName[0] = '\0';
+    record->profilePath[0] = '\0';
+    record->backupProfilePath[0] = '\0';
+    std::snprintf(record->driverName, sizeof record->driverName, "%s.1", szFilter);
+    record->reservedWord = 0;
+    record->editContext = 0;
+    record->escapeUserValue = 0;
+    record->colorMode = COLOR_MODE_AS_GIVEN;
+    record->colorModeAux = 0;
+    record->sizeMode = SIZE_GIVEN;
+    record->resolutionMode = RESOLUTION_OF_CALLER;
+    record->compressionMode = COMPRESSION_NONE;
+    record->colorFormat = COLOR_FORMAT_8BIT;
+    record->fileType = FILE_TYPE_WINDOWS;
+    record->pictureWidth = 6.67;
+    record->pictureHeight = 5.0;
+    record->xResolution = 96;
+    record->yResolution = 96;
+    return 0;
+}
+
+int32_t SaveProfile(SetupRecord*) {
+    return 1;
+}
+
+int32_t BackupProfile(SetupRecord* record) {
+    if (record == nullptr) return 0;
+    char temporary[kNameSize];
+    if (OXLGetTempFileName(0, "", 0, temporary) == 0) return 0;
+    s_getpath(record->backupProfilePath, kNameSize, record->profilePath);
+    copyBounded(record->profilePath, kNameSize, temporary);
+    return 1;
+}
+
+void LoadProfileList(HostWord, HostWord, int16_t) {}

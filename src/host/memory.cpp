@@ -1,0 +1,178 @@
+// Movable memory on the process heap. A handle is the address of a header in front of the data; the
+// byte just before the data holds the distance back to the header, so that a data address leads to
+// its handle without a table.
+#include "host/memory.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace tivar {
+namespace {
+
+struct BlockHeader {
+    uint32_t size;       // as asked for
+    uint32_t flags;      // recorded, never interpreted
+    uint32_t lockField;  // always 0: there is no lock count
+    uint8_t* data;
+    uint8_t dataOffset;
+};
+
+#if UINTPTR_MAX == 0xFFFFFFFFu
+static_assert(sizeof(BlockHeader) == 20);
+#endif
+
+constexpr uint64_t kAlignment = 8;
+
+// Bytes of the whole block: header, alignment gap, back byte, data and slack, in eights.
+uint64_t blockBytes(uint32_t size) {
+    return (uint64_t{size} + sizeof(BlockHeader) + 14) / kAlignment * kAlignment;
+}
+
+bool fitsIn32Bits(uint64_t bytes) {
+    return bytes <= UINT32_MAX;
+}
+
+BlockHeader* headerOf(MemHandle handle) {
+    return reinterpret_cast<BlockHeader*>(handle);
+}
+
+void placeHeader(void* block, uint32_t flags, uint32_t size) {
+    const auto address = reinterpret_cast<uintptr_t>(block);
+    const auto gap = (kAlignment - (address + sizeof(BlockHeader)) % kAlignment) % kAlignment;
+    const auto offset = static_cast<uint8_t>(sizeof(BlockHeader) + gap);
+    *static_cast<BlockHeader*>(block) = {size, flags, 0, static_cast<uint8_t*>(block) + offset,
+                                         offset};
+}
+
+void reportExhaustion(uint32_t size) {
+    const auto bytes = static_cast<long>(blockBytes(size));
+    std::printf("GloalAlloc function failed due to insufficient memory: needs %ld bytes memory!!\n",
+                bytes);
+}
+
+}  // namespace
+
+MemHandle allocateQuietly(uint32_t flags, uint32_t size) {
+    const uint64_t bytes = blockBytes(size);
+    if (!fitsIn32Bits(bytes)) return 0;
+    void* block = std::calloc(static_cast<size_t>(bytes / kAlignment), kAlignment);
+    if (block == nullptr) return 0;
+    placeHeader(block, flags, size);
+    return reinterpret_cast<MemHandle>(block);
+}
+
+MemHandle resizeBlock(MemHandle handle, uint32_t size) {
+    const uint64_t bytes = blockBytes(size);
+    if (handle == 0 || !fitsIn32Bits(bytes)) return 0;
+    const BlockHeader old = *headerOf(handle);
+    void* block = std::realloc(headerOf(handle), static_cast<size_t>(bytes));
+    if (block == nullptr) return 0;
+    placeHeader(block, old.flags, size);
+    const auto moved = reinterpret_cast<MemHandle>(block);
+    const uint8_t newOffset = headerOf(moved)->dataOffset;
+    if (newOffset != old.dataOffset) {
+        auto* start = static_cast<uint8_t*>(block);
+        const uint32_t kept = old.size < size ? old.size : size;
+        std::memmove(start + newOffset, start + old.dataOffset, kept);
+    }
+    GlobalLock(moved);
+    return moved;
+}
+
+size_t blockRoom(MemHandle handle) {
+    if (handle == 0) return 0;
+    const BlockHeader* header = headerOf(handle);
+    const bool ownMemory = header->data == reinterpret_cast<uint8_t*>(handle) + header->dataOffset;
+    if (!ownMemory) return header->size;
+    return static_cast<size_t>(blockBytes(header->size)) - header->dataOffset;
+}
+
+}  // namespace tivar
+
+using namespace tivar;
+
+MemHandle GlobalAlloc(uint32_t flags, uint32_t size) {
+    const MemHandle handle = allocateQuietly(flags, size);
+    if (handle == 0 && fitsIn32Bits(blockBytes(size))) reportExhaustion(size);
+    return handle;
+}
+
+void* GlobalLock(MemHandle handle) {
+    if (handle == 0) return nullptr;
+    BlockHeader* header = headerOf(handle);
+    const auto distance = static_cast<intptr_t>(reinterpret_cast<uintptr_t>(header->data) - handle);
+    if (distance <= UINT8_MAX) {
+        auto* backByte = reinterpret_cast<uint8_t*>(handle) + header->dataOffset - 1;
+        *backByte = static_cast<uint8_t>(distance);
+    }
+    return header->data;
+}
+
+int32_t GlobalUnlock(MemHandle) {
+    return 0;
+}
+
+MemHandle GlobalFree(MemHandle handle) {
+    std::free(headerOf(handle));
+    return 0;
+}
+
+MemHandle GlobalReAlloc(MemHandle handle, uint32_t size, uint32_t flags) {
+    if (handle == 0) return 0;
+    const MemHandle grown = GlobalAlloc(flags, size);
+    if (grown != 0) {
+        const uint32_t oldSize = GlobalSize(handle);
+        std::memcpy(GlobalLock(grown), GlobalLock(handle), oldSize < size ? oldSize : size);
+    }
+    GlobalFree(handle);
+    return grown;
+}
+
+MemHandle GlobalHandle(const void* pointer) {
+    if (pointer == nullptr) return 0;
+    const auto* data = static_cast<const uint8_t*>(pointer);
+    return reinterpret_cast<MemHandle>(data - data[-1]);
+}
+
+uint32_t GlobalSize(MemHandle handle) {
+    return handle == 0 ? 0 : headerOf(handle)->size;
+}
+
+uint32_t GlobalCompact(uint32_t wanted) {
+    return wanted == 0 ? 0x10000 : wanted;
+}
+
+MemHandle GlobalPointerToHandle(void* pointer, uint32_t size) {
+    auto* header = static_cast<BlockHeader*>(std::calloc(1, sizeof(BlockHeader)));
+    if (header == nullptr) return 0;
+    header->size = size;
+    header->data = static_cast<uint8_t*>(pointer);
+    header->dataOffset = sizeof(BlockHeader);
+    return reinterpret_cast<MemHandle>(header);
+}
+
+void* oxlPtrGlobalAlloc(uint32_t size) {
+    return size == 0 ? nullptr : GlobalLock(allocateZeroed(size));
+}
+
+MemHandle oxlPtrGlobalFree(void* pointer) {
+    const MemHandle handle = oxlPtrGlobalHandle(pointer);
+    if (GlobalUnlock(handle) != 0) return handle;
+    return GlobalFree(handle);
+}
+
+void* oxlPtrGlobalReAlloc(void* pointer, uint32_t size, uint32_t flags) {
+    if (pointer == nullptr) return oxlPtrGlobalAlloc(size);
+    const MemHandle handle = oxlPtrGlobalHandle(pointer);
+    if (GlobalUnlock(handle) != 0) return nullptr;
+    if (size == 0) {
+        GlobalFree(handle);
+        return nullptr;
+    }
+    return GlobalLock(GlobalReAlloc(handle, size, flags));
+}
+
+MemHandle oxlPtrGlobalHandle(const void* pointer) {
+    return GlobalHandle(pointer);
+}

@@ -1,0 +1,216 @@
+// Rewriting profiles. The new text goes to a file beside the profile, which is renamed over it when
+// it is complete: whatever fails, the old or the complete new profile is there.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <tivar/filter.h>
+#include <tivar/stream.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "host/memory.h"
+#include "host/profile_text.h"
+#include "host/text.h"
+#include "io/stream_record.h"
+
+namespace tivar {
+namespace {
+
+// What to change: key and value given sets an entry, value null removes it, key null the section.
+struct Change {
+    CleanText section;
+    const char* key;
+    const char* value;
+};
+
+struct Output {
+    OxlStream stream;
+    bool complete;  // false once anything could not be written
+};
+
+void put(Output& output, const char* text, size_t length) {
+    const auto wanted = static_cast<int32_t>(length);
+    if (oxlWrite(output.stream, text, wanted) != wanted) output.complete = false;
+}
+
+void putLine(Output& output, const char* text, size_t length) {
+    const auto wanted = static_cast<int32_t>(length);
+    if (oxlWriteLine(output.stream, text, wanted) != wanted) output.complete = false;
+}
+
+void putLine(Output& output, const ProfileLine& line) {
+    putLine(output, line.text, static_cast<size_t>(line.length));
+}
+
+void putEntry(Output& output, const Change& change) {
+    put(output, change.key, std::strlen(change.key));
+    put(output, "=", 1);
+    putLine(output, change.value, std::strlen(change.value));
+}
+
+bool isEntryOf(const ProfileLine& line, const char* key) {
+    char name[kProfileLine + 1];
+    std::memcpy(name, line.text, sizeof name);
+    char* equals = std::strchr(name, '=');
+    if (equals == nullptr) return false;
+    *equals = '\0';
+    trimText(name);
+    return stricmp(name, key) == 0;
+}
+
+// The three section rewrites take the lines behind the header up to the next section's, which they
+// leave in line; false at the end of the file.
+
+bool setEntry(OxlStream source, Output& output, const Change& change, ProfileLine& line) {
+    putLine(output, line);
+    bool found = false;
+    bool more = false;
+    while ((more = readProfileLine(source, line)) && !startsSection(line)) {
+        if (isEntryOf(line, change.key)) {
+            putEntry(output, change);
+            found = true;
+        } else {
+            putLine(output, line);
+        }
+    }
+    if (!found) putEntry(output, change);
+    return more;
+}
+
+bool removeEntry(OxlStream source, Output& output, const Change& change, ProfileLine& line) {
+    const ProfileLine header = line;
+    bool headerWritten = false;
+    bool more = false;
+    while ((more = readProfileLine(source, line)) && !startsSection(line)) {
+        if (isEntryOf(line, change.key)) continue;
+        // A section that holds nothing else goes with its header.
+        if (!headerWritten) putLine(output, header);
+        headerWritten = true;
+        putLine(output, line);
+    }
+    return more;
+}
+
+bool removeSection(OxlStream source, ProfileLine& line) {
+    bool more = false;
+    while ((more = readProfileLine(source, line)) && !startsSection(line)) {
+    }
+    return more;
+}
+
+bool rewriteSection(OxlStream source, Output& output, const Change& change, ProfileLine& line) {
+    if (change.key == nullptr) return removeSection(source, line);
+    return change.value == nullptr ? removeEntry(source, output, change, line)
+                                   : setEntry(source, output, change, line);
+}
+
+// Copies the profile with the change; true when its section was there.
+bool copyProfile(OxlStream source, Output& output, const Change& change) {
+    bool found = false;
+    ProfileLine line;
+    while (readProfileLine(source, line)) {
+        if (startsSection(line) && namesSection(line, change.section)) {
+            found = true;
+            if (!rewriteSection(source, output, change, line)) break;
+        }
+        // Kept: the header that ended the section is copied unchecked.
+        putLine(output, line);
+    }
+    return found;
+}
+
+void appendSection(Output& output, const Change& change) {
+    putLine(output, "", 0);
+    put(output, "[", 1);
+    put(output, change.section.text, std::strlen(change.section.text));
+    putLine(output, "]", 1);
+    putEntry(output, change);
+}
+
+bool readFailed(OxlStream stream) {
+    return Locked<StreamRecord>(stream)->error != 0;
+}
+
+// Writes the changed profile to file; source is the old one, or 0.
+bool writeChanged(OxlStream source, FILE* file, const Change& change) {
+    OxlStreamDesc lent = {};
+    lent.lentFile = reinterpret_cast<HostWord>(file);
+    Output output{oxlOpen(nullptr, &lent, OXL_LENT), true};
+    if (output.stream == 0) return false;
+    if (source != 0)
+        oxlSetLineFormat(output.stream, static_cast<int16_t>(oxlGetLineFormat(source)));
+    const bool found = source != 0 && copyProfile(source, output, change);
+    const bool setting = change.key != nullptr && change.value != nullptr;
+    if (!found && setting) appendSection(output, change);
+    if (source != 0 && readFailed(source)) output.complete = false;
+    const bool closed = oxlClose(output.stream) == 0;
+    return closed && output.complete;
+}
+
+// A new file beside path that nobody else has, its name in name; -1 when it cannot be had. It is
+// the owner's alone until it takes the profile's place.
+int createBeside(const char* path, bool isNew, char* name, size_t capacity) {
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const int length =
+            std::snprintf(name, capacity, "%s.%ld-%d", path, static_cast<long>(getpid()), attempt);
+        if (length < 0 || static_cast<size_t>(length) >= capacity) return -1;
+        const int file = open(name, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, isNew ? 0666 : 0600);
+        if (file >= 0 || access(name, F_OK) != 0) return file;
+    }
+    return -1;
+}
+
+// Completes the new file and puts it in the profile's place.
+bool install(FILE* file, bool written, const char* name, const char* path, const mode_t* mode) {
+    bool complete = written && std::fflush(file) == 0;
+    complete = complete && (mode == nullptr || fchmod(fileno(file), *mode) == 0);
+    complete = complete && fsync(fileno(file)) == 0;
+    complete = std::fclose(file) == 0 && complete;
+    complete = complete && std::rename(name, path) == 0;
+    if (!complete) unlink(name);
+    return complete;
+}
+
+void rewriteProfile(OxlStream source, const char* path, const Change& change) {
+    struct stat status = {};
+    const bool exists = stat(path, &status) == 0;
+    // A profile that is there but cannot be read must not be replaced.
+    if (exists && source == 0) return;
+    char target[PATH_MAX];
+    if (!exists) copyBounded(target, sizeof target, path);
+    if (exists && realpath(path, target) == nullptr) return;
+    char name[PATH_MAX];
+    const int descriptor = createBeside(target, !exists, name, sizeof name);
+    if (descriptor < 0) return;
+    FILE* file = fdopen(descriptor, "w+");
+    if (file == nullptr) {
+        close(descriptor);
+        unlink(name);
+        return;
+    }
+    const mode_t mode = status.st_mode & 07777;
+    install(file, writeChanged(source, file, change), name, target, exists ? &mode : nullptr);
+}
+
+}  // namespace
+}  // namespace tivar
+
+using namespace tivar;
+
+int32_t WritePrivateProfileString(const char* section, const char* key, const char* value,
+                                  const char* file) {
+    char path[PATH_MAX];
+    if (isEmpty(section) || isEmpty(file) || std::strlen(file) >= sizeof path) return 0;
+    copyBounded(path, sizeof path, file);
+    const OxlStream source = INIopen(path, sizeof path, OXL_READ);
+    rewriteProfile(source, path, {CleanText(section, kCleanHeader), key, value});
+    INIclose(source);
+    return 0;
+}
+
+int32_t WriteProfileString(const char* section, const char* key, const char* value) {
+    return WritePrivateProfileString(section, key, value, "OXL.INI");
+}

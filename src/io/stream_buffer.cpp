@@ -1,0 +1,124 @@
+// The buffer behind a stream: filled from a file, flushed to it, or, for a memory stream, the
+// caller's block itself, which grows.
+#include <tivar/stream.h>
+
+#include <cstring>
+
+#include "io/stream_record.h"
+
+namespace tivar {
+namespace {
+
+void publishBlock(StreamRecord& stream, MemHandle block) {
+    stream.buffer = block;
+    stream.data = static_cast<uint8_t*>(GlobalLock(block));
+    *stream.dataVariable = stream.data;
+}
+
+// At least bytes, and room to spare as long as the heap has it.
+MemHandle enlargeBlock(MemHandle block, uint32_t bytes) {
+    const uint64_t generous = uint64_t{GlobalSize(block)} + GlobalSize(block) / 2;
+    if (generous > bytes && generous <= INT32_MAX) {
+        const MemHandle enlarged = resizeBlock(block, static_cast<uint32_t>(generous));
+        if (enlarged != 0) return enlarged;
+    }
+    return resizeBlock(block, bytes);
+}
+
+void emptyBuffer(StreamRecord& stream) {
+    stream.index = 0;
+    stream.high = -1;
+    stream.limit = kStreamBufferSize - 1;
+}
+
+int32_t flushFile(StreamRecord& stream) {
+    if (stream.dirty == 0) return 0;
+    const int32_t count = stream.high + 1;
+    if (stream.base > INT32_MAX - count) return fail(stream);
+    const bool inPlace = stream.filePosition == stream.base && stream.borrowed == 0;
+    if (!inPlace && std::fseek(stream.file, stream.base, SEEK_SET) != 0) return fail(stream);
+    const size_t written = std::fwrite(stream.data, 1, static_cast<size_t>(count), stream.file);
+    if (written != static_cast<size_t>(count)) {
+        stream.filePosition = -1;
+        return fail(stream);
+    }
+    emptyBuffer(stream);
+    stream.base = stream.next = stream.filePosition = stream.base + count;
+    stream.dirty = 0;
+    if (stream.base > stream.length) stream.length = stream.base;
+    return count;
+}
+
+}  // namespace
+
+bool growMemory(StreamRecord& stream, int64_t newLimit) {
+    if (newLimit >= INT32_MAX) return false;
+    const auto bytes = static_cast<uint32_t>(newLimit + 1);
+    if (bytes > GlobalSize(stream.buffer)) {
+        const MemHandle enlarged = enlargeBlock(stream.buffer, bytes);
+        if (enlarged == 0) return false;
+        publishBlock(stream, enlarged);
+    }
+    const auto shown = static_cast<size_t>(stream.limit + 1);
+    if (bytes > shown) std::memset(stream.data + shown, 0, bytes - shown);
+    stream.limit = static_cast<int32_t>(newLimit);
+    stream.dirty = 0;
+    stream.grown = 1;
+    return true;
+}
+
+void settleMemory(StreamRecord& stream) {
+    if (stream.grown == 0) return;
+    const auto shown = static_cast<uint32_t>(stream.limit + 1);
+    if (GlobalSize(stream.buffer) <= shown) return;
+    const MemHandle settled = resizeBlock(stream.buffer, shown);
+    if (settled == 0) return;
+    publishBlock(stream, settled);
+    std::memset(stream.data + shown, 0, blockRoom(settled) - shown);
+}
+
+int32_t fillBuffer(StreamRecord& stream) {
+    if (stream.file == nullptr) return 0;
+    if (stream.dirty != 0 && flushFile(stream) == kFailed) return kFailed;
+    stream.filePosition = -1;
+    if (std::fseek(stream.file, stream.next, SEEK_SET) != 0) return fail(stream);
+    const size_t count = std::fread(stream.data, 1, kStreamBufferSize, stream.file);
+    if (count == 0 && std::ferror(stream.file) != 0) return fail(stream);
+    if (stream.next > INT32_MAX - kStreamBufferSize) return fail(stream);
+    const auto bytes = static_cast<int32_t>(count);
+    emptyBuffer(stream);
+    stream.high = bytes - 1;
+    stream.base = stream.next;
+    stream.next += bytes;
+    return bytes;
+}
+
+int32_t flushBuffer(StreamRecord& stream) {
+    if (stream.file != nullptr) return flushFile(stream);
+    if (!isMemory(stream)) return 0;
+    if (stream.growStep <= 0) return kFailed;
+    return growMemory(stream, int64_t{stream.limit} + stream.growStep) ? 1 : kFailed;
+}
+
+void refreshLength(StreamRecord& stream) {
+    const long position = std::ftell(stream.file);
+    if (position < 0 || std::fseek(stream.file, 0, SEEK_END) != 0) return;
+    const long end = std::ftell(stream.file);
+    stream.length = end > INT32_MAX ? INT32_MAX : static_cast<int32_t>(end);
+    std::fseek(stream.file, position, SEEK_SET);
+    stream.filePosition = position > INT32_MAX ? -1 : static_cast<int32_t>(position);
+}
+
+}  // namespace tivar
+
+using namespace tivar;
+
+int32_t FillOxlIOBuf(OxlStream stream) {
+    const Locked<StreamRecord> record(stream);
+    return record ? fillBuffer(*record) : kFailed;
+}
+
+int32_t FlushOxlIO(OxlStream stream) {
+    const Locked<StreamRecord> record(stream);
+    return record ? flushBuffer(*record) : kFailed;
+}

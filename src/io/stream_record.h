@@ -1,0 +1,68 @@
+// The record behind an OxlStream, and the buffer steps that its operations share.
+#pragma once
+
+#include <tivar/stream.h>
+
+#include <cstdint>
+#include <cstdio>
+
+#include "host/memory.h"
+
+namespace tivar {
+
+constexpr int32_t kStreamBufferSize = 12288;
+constexpr int32_t kFailed = -1;
+constexpr uint8_t kEndMark = 0xFF;
+
+struct StreamRecord {
+    FILE* file;            // null for memory and document streams
+    MemHandle buffer;      // file streams: own buffer; memory streams: the caller's block
+    uint8_t* data;         // locked address of buffer
+    void** dataVariable;   // memory streams: the caller's variable with the block's address
+    int32_t index;         // position of the next byte within the buffer
+    int32_t high;          // index of the last valid byte, -1 when there is none
+    int32_t limit;         // last usable index
+    int32_t base;          // file offset of buffer byte 0
+    int32_t next;          // file offset just past the bytes last read; -1 marks a memory stream
+    int32_t filePosition;  // where the file is known to stand, -1 when unknown
+    int32_t dirty;
+    int32_t growStep;
+    int32_t grown;  // 1 once a memory stream's block has been resized
+    int32_t length;
+    OxlDocProc document;
+    intptr_t documentHandle;
+    int32_t mode;
+    int32_t borrowed;
+    int32_t error;  // 0, or kFailed after any I/O failure
+    int16_t byteOrder;
+    int16_t floatFormat;
+    int16_t lineFormat;
+    int32_t named;
+};
+
+inline bool isMemory(const StreamRecord& stream) {
+    return stream.next == -1;
+}
+
+inline bool wasOpenedToWrite(const StreamRecord& stream) {
+    return (stream.mode & (OXL_WRITE | OXL_UPDATE)) != 0;
+}
+
+// Marks the stream failed and gives the failure value.
+inline int32_t fail(StreamRecord& stream) {
+    stream.error = kFailed;
+    return kFailed;
+}
+
+// Grows a memory stream's block until newLimit is its last usable index. The block may get more
+// room than limit shows, so that growing step by step stays linear; settleMemory gives it back.
+bool growMemory(StreamRecord& stream, int64_t newLimit);
+void settleMemory(StreamRecord& stream);
+
+int32_t fillBuffer(StreamRecord& stream);
+int32_t flushBuffer(StreamRecord& stream);
+
+// Stores the file's size as the stream's length.
+void refreshLength(StreamRecord& stream);
+
+}  // namespace tivar

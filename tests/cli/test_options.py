@@ -1,0 +1,270 @@
+"""The command line itself: usage, help, versions, what the library offers, profiles."""
+
+import os
+import re
+
+import bmp
+import drawing
+import pytest
+from conftest import fails
+
+
+@pytest.mark.parametrize(
+    "arguments",
+    [
+        [],
+        ["unknown"],
+        ["export"],
+        ["export", "a.png", "--bits", "5"],
+        ["export", "a.png", "--bits", "x"],
+        ["export", "a.png", "--compress", "zip"],
+        ["export", "a.png", "--via", "pigeon"],
+        ["export", "a.png", "--unknown"],
+        ["export", "a.png", "-o"],
+        ["export", "a.png", "-j", "0"],
+        ["export", "a.png", "--size", "640"],
+        ["export", "a.png", "--size", "0x480"],
+        ["export", "a.png", "--size", "640x-1"],
+        ["export", "a.png", "--size", "640x480px"],
+        ["export", "a.png", "--size", "65536x2"],
+        ["export", "a.png", "--size", "6.5x5"],
+        ["export", "a.png", "--size", "nanxinfin"],
+        ["export", "a.png", "--size", "700x1in", "--resolution", "400"],
+        ["export", "a.png", "--size", "5x5in", "--resolution", "31"],
+        ["export", "a.png", "--size", "5x5in", "--resolution", "401"],
+        ["export", "a.png", "--size", "5x5", "--resolution", "200"],
+        ["export", "a.png", "--size", "5x5", "--resolution", "96"],
+        ["export", "a.png", "--resolution", "200"],
+        ["export", "a.png", "--mode", "Fax"],
+        ["export", "a.png", "--background", "red"],
+        ["export", "a.png", "--background", "12345"],
+        ["export", "a.png", "--background", "12345G"],
+        ["export", "a.png", "b.png", "-o", "none"],
+        ["export", "a.png", "b.png", "-o", "-"],
+        ["export", "a.png", "a.jpg"],
+        ["export", "a.png", "./a.png"],
+        ["export", "-"],
+        ["info", "extra"],
+    ],
+)
+def test_wrong_usage_is_one_line_and_code_2(tivar, arguments):
+    fails(tivar.run(*arguments), 2, "--help" if len(arguments) < 2 else "")
+    assert os.listdir(tivar.directory) == []
+
+
+@pytest.mark.parametrize("arguments", [["--help"], ["export", "--help"], ["info", "--help"]])
+def test_help_goes_to_standard_output(tivar, arguments):
+    result = tivar.run(*arguments)
+    assert (result.returncode, result.stderr) == (0, b"")
+    assert b"--library" in result.stdout
+
+
+def test_help_names_every_export_option(tivar):
+    text = tivar.run("export", "--help").stdout.decode()
+    for option in (
+        "-o", "--bits", "--os2", "--compress", "--size", "--resolution", "--profile", "--mode",
+        "--via", "-j", "--background", "--quiet", "--library",
+    ):  # fmt: skip
+        assert option in text
+    assert "few readers" in text
+
+
+def test_version_names_program_and_library(tivar):
+    result = tivar.run("--version")
+    assert result.returncode == 0
+    assert re.fullmatch(
+        r"tivar 2\.0\.5 \(library 2\.0\.5, /.*libtivar\.so.*\)\n", result.stdout.decode()
+    )
+
+
+def test_info_lists_entries_versions_and_strings(tivar):
+    text = tivar.run("info").stdout.decode()
+    entries = re.findall(r"^ +(\d+) +(function|data) +(\w+)$", text, re.MULTILINE)
+    assert entries == [
+        ("1001", "function", "CreateSetup"),
+        ("1002", "function", "DestroySetup"),
+        ("1003", "function", "EditSetup"),
+        ("1004", "function", "EscapeSetup"),
+        ("1005", "function", "OXLGetFilterVersion"),
+        ("1006", "function", "dd_entry"),
+        ("1008", "function", "RASTER_dd_entry"),
+        ("1009", "function", "ExportCellData"),
+        ("1010", "data", "szDLLName"),
+    ]
+    assert "2.0.5 (0x02000005)" in text
+    assert re.search(r"FilterVersion +1$", text, re.MULTILINE)
+    assert re.search(r"FilterID +16$", text, re.MULTILINE)
+    strings = dict(re.findall(r'^ +(\d+) +"(.*)"$', text, re.MULTILINE))
+    assert strings["1"] == "~Mode" and strings["4"] == "Driver"
+    assert strings["21"] == "Width" and strings["26"] == "Line Mode"
+    assert "65535" in strings and "Not Defined" not in strings.values()
+
+
+@pytest.mark.parametrize("arguments", [["info"], ["--version"], ["--help"]])
+def test_a_full_disk_behind_standard_output_is_an_error(tivar, arguments):
+    with open("/dev/full", "wb") as full:
+        fails(tivar.run(*arguments, stdout=full), 1, "standard output", "No space left")
+
+
+# --- The library ---------------------------------------------------------------------------------
+
+
+def other_library():
+    """A library that every process of this system has loaded and that is not the right one."""
+    maps = open("/proc/self/maps").read()
+    return re.search(r"(/\S*/libc\.so\S*)", maps).group(1)
+
+
+@pytest.mark.parametrize("command", [["info"], ["--version"], ["export", "chart.png"]])
+def test_a_file_that_is_no_library(tivar, chart, command):
+    (tivar.directory / "fake.so").write_bytes(b"not a library")
+    fails(tivar.run("--library", "fake.so", *command), 1, "fake.so", "library")
+
+
+def test_a_library_that_is_another_one(tivar, chart):
+    result = tivar.run("export", chart, "--library", other_library())
+    fails(result, 1, other_library(), "fltLoadPointers")
+
+
+def test_a_library_that_is_missing(tivar, chart):
+    fails(tivar.run("export", chart, "--library", "none/libtivar.so"), 1, "none/libtivar.so")
+
+
+def test_the_library_option_goes_before_the_environment(tivar):
+    wrong = dict(os.environ, TIVAR_LIBRARY="/nowhere/libtivar.so")
+    fails(tivar.run("info", env=wrong), 1, "/nowhere/libtivar.so")
+    right = re.search(r"library\n  (.*)", tivar.run("info").stdout.decode()).group(1)
+    assert tivar.run("info", "--library", right, env=wrong).returncode == 0
+
+
+def test_the_library_beside_the_program_is_found(tivar, program):
+    library = re.search(r"library\n  (.*)", tivar.run("info").stdout.decode()).group(1)
+    for place in ("bin", "lib"):
+        root = tivar.directory / place
+        (root / "bin").mkdir(parents=True)
+        os.makedirs(root / place, exist_ok=True)
+        copy = root / "bin" / "tivar"
+        copy.write_bytes(open(program, "rb").read())
+        copy.chmod(0o755)
+        (root / place / "libtivar.so.2").symlink_to(library)
+        tivar.program = str(copy)
+        bare = {k: v for k, v in os.environ.items() if k != "TIVAR_LIBRARY"}
+        text = tivar.run("info", env=bare).stdout.decode()
+        assert f"library\n  {root / place / 'libtivar.so.2'}\n" in text
+
+
+# --- Profiles ------------------------------------------------------------------------------------
+
+PROFILE = """[TIVAR]
+~Mode=Poster
+
+[Poster]
+Driver=TIVAR.1
+Color Format=219
+File Type=332
+Compression Mode=310
+Size Mode=602
+Resolution Mode=310
+X Resolution=96
+Y Resolution=96
+Width=2.00
+Height=1.00
+
+[Plain]
+Driver=TIVAR.1
+Color Format=221
+
+[Packed]
+Driver=TIVAR.1
+Color Format=221
+Compression Mode=228
+
+[Screen]
+Driver=TIVAR.1
+Color Format=222
+Size Mode=600
+Resolution Mode=307
+
+[Strange]
+Driver=TIVAR.1
+Color Format=217
+
+[Driverless]
+Color Format=219
+"""
+
+
+@pytest.fixture
+def profile(tivar):
+    (tivar.directory / "my.ini").write_text(PROFILE)
+    drawing.chart(60, 30).save(tivar.directory / "in.png")
+    return ["--profile", "my.ini"]
+
+
+def test_the_profile_s_own_mode_sets_depth_flavour_and_size(tivar, profile):
+    written = bmp.read(tivar.export("in.png", "out.bmp", *profile))
+    assert (written.bits, written.os2) == (4, True)
+    assert (written.width, written.height) == (192, 96)
+
+
+def test_a_picture_of_another_shape_is_fitted_into_the_profile_s_page(tivar, profile):
+    drawing.chart(30, 60).save(tivar.directory / "tall.png")
+    written = bmp.read(tivar.export("tall.png", "out.bmp", *profile))
+    assert (written.width, written.height) == (48, 96)
+
+
+def test_a_mode_without_a_size_keeps_the_picture_s_size(tivar, profile):
+    written = bmp.read(tivar.export("in.png", "out.bmp", *profile, "--mode", "Plain"))
+    assert (written.bits, written.os2, written.width, written.height) == (8, False, 60, 30)
+
+
+def test_a_mode_sets_the_compression(tivar, profile):
+    written = bmp.read(tivar.export("in.png", "out.bmp", *profile, "--mode", "Packed"))
+    assert written.encoded and (written.width, written.height) == (60, 30)
+
+
+def test_a_mode_of_the_display_s_size_fills_the_display(tivar, profile):
+    environment = dict(os.environ, DISPLAYINFO="800x600x100x100")
+    data = tivar.export("in.png", "out.bmp", *profile, "--mode", "Screen", env=environment)
+    written = bmp.read(data)
+    assert (written.bits, written.width, written.height) == (24, 800, 400)
+
+
+def test_options_go_before_the_profile(tivar, profile):
+    options = ["--bits", 8, "--size", "50x40", "--compress", "native"]
+    written = bmp.read(tivar.export("in.png", "out.bmp", *profile, *options), True)
+    assert (written.bits, written.os2, written.width, written.height) == (8, True, 50, 40)
+    none = ["--mode", "Packed", "--compress", "none"]
+    assert not bmp.read(tivar.export("in.png", "out.bmp", *profile, *none)).encoded
+
+
+@pytest.mark.parametrize("via", ["file", "memory", "document"])
+def test_a_page_that_shrinks_one_axis_and_grows_the_other_scales_both(tivar, via):
+    # 20 x 1 pixels at 0.18 inches: 17 wide, and its only row is doubled to an even number.
+    (tivar.directory / "my.ini").write_text("[Thin]\nDriver=TIVAR.1\nColor Format=222\nWidth=0.18\n")
+    picture = drawing.chart(20, 1)
+    picture.save(tivar.directory / "in.png")
+    options = ["--profile", "my.ini", "--mode", "Thin", "--via", via]
+    written = bmp.read(tivar.export("in.png", "out.bmp", *options))
+    assert (written.width, written.height) == (17, 2)
+    row = bmp.grid(picture)[0]
+    expected = [row[x * 20 // 17] for x in range(16)] + [row[19]]
+    assert written.pixels() == [expected, expected]
+
+
+def test_profiles_that_cannot_be_used(tivar, profile):
+    cases = [
+        (["--profile", "none.ini"], "none.ini"),
+        (["--profile", "p" * 150], "143"),
+        (["--profile", "my.ini", "--mode", "Missing"], "Missing"),
+        (["--profile", "my.ini", "--mode", "Driverless"], "Driver"),
+        (["--profile", "my.ini", "--mode", "Strange"], "217"),
+    ]
+    for options, fragment in cases:
+        fails(tivar.run("export", "in.png", "-o", "out.bmp", *options), 1, fragment)
+    assert not (tivar.directory / "out.bmp").exists()
+
+
+def test_a_strange_depth_of_the_profile_may_be_overruled(tivar, profile):
+    data = tivar.export("in.png", "out.bmp", *profile, "--mode", "Strange", "--bits", 8)
+    assert bmp.read(data).bits == 8

@@ -1,0 +1,229 @@
+"""Where the file goes: names, directories, standard output, devices, several inputs at once."""
+
+import os
+import stat
+import subprocess
+import threading
+from pathlib import Path
+
+import bmp
+import drawing
+import pytest
+from conftest import fails, leftovers
+from PIL import Image
+
+
+def test_without_a_name_the_output_lies_beside_the_input(tivar):
+    (tivar.directory / "sub").mkdir()
+    drawing.chart(20, 10).save(tivar.directory / "sub" / "holiday.first.png")
+    assert tivar.run("export", "sub/holiday.first.png").returncode == 0
+    assert bmp.read((tivar.directory / "sub" / "holiday.first.bmp").read_bytes()).width == 20
+
+
+def test_a_directory_receives_the_output_under_the_name_of_the_input(tivar, chart):
+    (tivar.directory / "sub").mkdir()
+    assert tivar.run("export", chart, "-o", "sub").returncode == 0
+    assert (tivar.directory / "sub" / "chart.bmp").exists()
+
+
+def test_standard_output_receives_exactly_the_file(tivar, chart):
+    expected = tivar.export(chart, "out.bmp", "--bits", 8)
+    for via in ("file", "memory", "document"):
+        result = tivar.run("export", chart, "-o", "-", "--bits", 8, "--via", via)
+        assert (result.returncode, result.stderr) == (0, b"")
+        assert result.stdout == expected
+
+
+def test_encoded_rows_go_through_a_pipe_complete(tivar, chart):
+    options = ["--bits", 8, "--compress", "native"]
+    expected = tivar.export(chart, "out.bmp", *options)
+    assert tivar.run("export", chart, "-o", "-", *options).stdout == expected
+
+
+def test_standard_output_that_is_a_terminal_is_refused(tivar, chart):
+    master, slave = os.openpty()
+    result = tivar.run("export", chart, "-o", "-", stdout=slave)
+    os.close(slave)
+    fails(result, 2, "terminal")
+    os.close(master)
+
+
+def test_a_device_receives_the_bytes_without_being_replaced(tivar, chart):
+    before = os.stat("/dev/null")
+    assert tivar.run("export", chart, "-o", "/dev/null").returncode == 0
+    assert os.stat("/dev/null").st_ino == before.st_ino
+    assert stat.S_ISCHR(os.stat("/dev/null").st_mode)
+
+
+def test_a_fifo_receives_the_file(tivar, chart):
+    expected = tivar.export(chart, "out.bmp")
+    fifo = tivar.directory / "fifo"
+    os.mkfifo(fifo)
+    received = []
+    reader = threading.Thread(target=lambda: received.append(fifo.read_bytes()), daemon=True)
+    reader.start()
+    assert tivar.run("export", chart, "-o", "fifo").returncode == 0
+    reader.join(10)
+    assert received == [expected]
+    assert stat.S_ISFIFO(os.stat(fifo).st_mode)
+
+
+def test_an_old_file_is_replaced_and_its_permissions_are_kept(tivar, chart):
+    old = tivar.directory / "out.bmp"
+    old.write_bytes(b"old")
+    old.chmod(0o640)
+    data = tivar.export(chart, "out.bmp")
+    assert bmp.read(data).width == 61
+    assert stat.S_IMODE(old.stat().st_mode) == 0o640
+
+
+@pytest.mark.parametrize("mask", [0o022, 0o077])
+def test_a_fresh_file_has_the_permissions_that_the_umask_leaves(tivar, chart, mask):
+    result = tivar.run("export", chart, "-o", "out.bmp", limits=lambda: os.umask(mask))
+    assert result.returncode == 0
+    assert stat.S_IMODE((tivar.directory / "out.bmp").stat().st_mode) == 0o666 & ~mask
+
+
+def test_a_symbolic_link_stays_and_the_file_behind_it_is_replaced(tivar, chart):
+    (tivar.directory / "store").mkdir()
+    (tivar.directory / "store" / "real.bmp").write_bytes(b"old")
+    (tivar.directory / "link.bmp").symlink_to("hop.bmp")
+    (tivar.directory / "hop.bmp").symlink_to("store/real.bmp")
+    data = tivar.export(chart, "link.bmp")
+    assert (tivar.directory / "link.bmp").is_symlink() and (tivar.directory / "hop.bmp").is_symlink()
+    assert (tivar.directory / "store" / "real.bmp").read_bytes() == data
+    assert leftovers(tivar.directory / "store") == []
+
+
+def test_a_link_to_a_file_that_is_not_there_yet_creates_it(tivar, chart):
+    (tivar.directory / "link.bmp").symlink_to("fresh.bmp")
+    data = tivar.export(chart, "link.bmp")
+    assert (tivar.directory / "link.bmp").is_symlink()
+    assert (tivar.directory / "fresh.bmp").read_bytes() == data
+
+
+def test_the_longest_file_name_works(tivar, chart):
+    name = "n" * 251 + ".bmp"
+    assert bmp.read(tivar.export(chart, name)).width == 61
+
+
+@pytest.mark.parametrize("same", ["in.bmp", "./in.bmp", "hard.bmp", "soft.bmp"])
+def test_the_input_is_never_overwritten(tivar, same):
+    source = tivar.directory / "in.bmp"
+    drawing.chart(20, 10).save(source, "PNG")
+    os.link(source, tivar.directory / "hard.bmp")
+    (tivar.directory / "soft.bmp").symlink_to("in.bmp")
+    before = source.read_bytes()
+    fails(tivar.run("export", "in.bmp", "-o", same), 1, "input itself")
+    assert source.read_bytes() == before
+
+
+def several(tivar, count):
+    names = []
+    for i in range(count):
+        drawing.clouds(40 + i, 30, i).save(tivar.directory / f"in{i}.png")
+        names.append(f"in{i}.png")
+    return names
+
+
+@pytest.mark.parametrize("jobs", [1, 3, 16])
+def test_several_inputs_are_exported_beside_themselves(tivar, jobs):
+    names = several(tivar, 7)
+    result = tivar.run("export", *names, "-j", jobs)
+    assert (result.returncode, result.stdout, result.stderr) == (0, b"", b"")
+    for name in names:
+        written = bmp.read((tivar.directory / name).with_suffix(".bmp").read_bytes())
+        assert written.pixels() == bmp.grid(Image.open(tivar.directory / name))
+
+
+def test_several_inputs_are_exported_into_a_directory(tivar):
+    (tivar.directory / "out").mkdir()
+    assert tivar.run("export", *several(tivar, 3), "-o", "out", "-j", 2).returncode == 0
+    assert sorted(os.listdir(tivar.directory / "out")) == ["in0.bmp", "in1.bmp", "in2.bmp"]
+
+
+def test_one_failing_input_does_not_stop_the_others(tivar):
+    names = several(tivar, 6)
+    (tivar.directory / names[2]).write_bytes(b"")
+    result = tivar.run("export", *names, "-j", 2)
+    fails(result, 1, "in2.png")
+    written = sorted(p.name for p in tivar.directory.glob("*.bmp"))
+    assert written == ["in0.bmp", "in1.bmp", "in3.bmp", "in4.bmp", "in5.bmp"]
+
+
+def test_every_failing_input_gets_its_line(tivar):
+    names = several(tivar, 4)
+    for name in names[1:]:
+        (tivar.directory / name).write_bytes(b"")
+    result = tivar.run("export", *names, "-j", 4)
+    assert result.returncode == 1
+    lines = sorted(result.stderr.decode().splitlines())
+    assert [line.split(": ")[1] for line in lines] == names[1:]
+
+
+def on_a_terminal(tivar, *arguments):
+    """Exit code and what a terminal behind standard error shows."""
+    master, slave = os.openpty()
+    result = tivar.run(*arguments, stderr=slave)
+    os.close(slave)
+    shown = b""
+    try:
+        while piece := os.read(master, 4096):
+            shown += piece
+    except OSError:
+        pass  # the other end is closed
+    os.close(master)
+    return result.returncode, shown.decode()
+
+
+def test_a_terminal_shows_progress_and_the_result(tivar, chart):
+    code, shown = on_a_terminal(tivar, "export", chart, "-o", "out.bmp")
+    size = (tivar.directory / "out.bmp").stat().st_size
+    assert code == 0
+    assert "100 %" in shown
+    assert shown.endswith(f"out.bmp: 61 x 44, 24 bits, {size} bytes\r\n")
+
+
+def test_quiet_shows_nothing_on_a_terminal(tivar, chart):
+    assert on_a_terminal(tivar, "export", chart, "-o", "out.bmp", "--quiet") == (0, "")
+
+
+def test_a_failure_on_a_terminal_is_a_clean_line(tivar, chart):
+    chart.write_bytes(chart.read_bytes()[:200])
+    code, shown = on_a_terminal(tivar, "export", chart, "-o", "out.bmp")
+    assert code == 1
+    last = shown.split("\x1b[K")[-1]
+    assert last.startswith("tivar: ") and last.count("\n") == 1
+
+
+def test_leftovers_of_dead_processes_go_and_other_files_stay(tivar, chart):
+    dead = subprocess.Popen(["true"])
+    dead.wait()
+    stale = tivar.directory / f".out.bmp.tivar.{dead.pid}.part"
+    stay = [
+        f".out.bmp.tivar.{os.getpid()}.part",  # of a living process
+        f".other.bmp.tivar.{dead.pid}.part",
+        f".out.bmp.tivar.{dead.pid}x.part",
+        ".out.bmp.tivar..part",
+        f".out.bmp.tivar.{dead.pid}.part.txt",
+    ]
+    for path in [stale, *(tivar.directory / name for name in stay)]:
+        path.write_bytes(b"x")
+    tivar.export(chart, "out.bmp")
+    assert leftovers(tivar.directory) == sorted(stay)
+    for name in stay:
+        Path(tivar.directory / name).unlink()
+
+
+def test_standard_output_closed_by_the_caller_is_an_error(tivar, chart):
+    result = tivar.run("export", chart, "-o", "-", limits=lambda: os.close(1))
+    fails(result, 1, "standard output")
+
+
+def test_a_reader_that_goes_away_is_an_error(tivar):
+    drawing.clouds(900, 700, 1).save(tivar.directory / "in.ppm")
+    read_end, write_end = os.pipe()
+    os.close(read_end)
+    result = tivar.run("export", "in.ppm", "-o", "-", stdout=write_end)
+    os.close(write_end)
+    fails(result, 1, "standard output", "Broken pipe")

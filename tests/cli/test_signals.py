@@ -1,0 +1,113 @@
+"""Ctrl-C and its relatives: the export is cancelled, the old file stays, nothing is left."""
+
+import os
+import re
+import signal
+import subprocess
+import time
+from pathlib import Path
+
+import pytest
+from conftest import leftovers
+
+INTERRUPTED = b"tivar: interrupted; nothing half-written is left\n"
+
+
+def wait_for(condition, process):
+    end = time.monotonic() + 20
+    while not condition():
+        assert time.monotonic() < end, "waited in vain"
+        assert process.poll() is None, process.communicate()
+        time.sleep(0.001)
+
+
+def catches_signals(process):
+    status = Path(f"/proc/{process.pid}/status").read_text()
+    caught = int(re.search(r"SigCgt:\s*(\w+)", status).group(1), 16)
+    return caught >> (signal.SIGINT - 1) & 1
+
+
+def export_in_progress(tivar, source, count=1):
+    """An export whose unfinished files are there, stopped in the middle."""
+    old = tivar.directory / "out.bmp"
+    old.write_bytes(b"old")
+    process = tivar.start("export", source, "-o", "out.bmp", "--bits", 4)
+    wait_for(lambda: len(leftovers(tivar.directory)) == count, process)
+    process.send_signal(signal.SIGSTOP)
+    return process, old
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
+def test_a_signal_during_the_export_cancels_it(tivar, slow_picture, number):
+    process, old = export_in_progress(tivar, slow_picture)
+    process.send_signal(number)
+    process.send_signal(signal.SIGCONT)
+    output, errors = process.communicate(timeout=30)
+    assert (process.returncode, output, errors) == (128 + number, b"", INTERRUPTED)
+    assert old.read_bytes() == b"old"
+    assert leftovers(tivar.directory) == []
+
+
+def test_a_second_signal_ends_the_export_at_once(tivar, slow_picture):
+    process, old = export_in_progress(tivar, slow_picture)
+    process.send_signal(signal.SIGINT)
+    process.send_signal(signal.SIGTERM)
+    process.send_signal(signal.SIGCONT)
+    _, errors = process.communicate(timeout=30)
+    # Waiting for the library would end with the code of the first signal.
+    assert (process.returncode, errors) == (128 + signal.SIGTERM, INTERRUPTED)
+    assert old.read_bytes() == b"old"
+    assert leftovers(tivar.directory) == []
+
+
+def test_a_signal_while_the_input_is_read_ends_the_program(tivar):
+    process = tivar.start("export", "-", "-o", "out.bmp", stdin=subprocess.PIPE)
+    process.stdin.write(b"P6 100 100 255\n")
+    process.stdin.flush()
+    wait_for(lambda: catches_signals(process), process)
+    process.send_signal(signal.SIGINT)
+    assert process.wait(10) == 130
+    assert process.stderr.read() == INTERRUPTED
+    assert os.listdir(tivar.directory) == []
+    process.stdin.close()
+
+
+def test_a_signal_reaches_all_workers(tivar, slow_picture):
+    for name in ("a.ppm", "b.ppm", "c.ppm"):
+        (tivar.directory / name).symlink_to(slow_picture)
+    process = tivar.start("export", "a.ppm", "b.ppm", "c.ppm", "-j", 2, "--bits", 4)
+    wait_for(lambda: leftovers(tivar.directory), process)
+    process.send_signal(signal.SIGINT)
+    output, errors = process.communicate(timeout=30)
+    assert (process.returncode, output, errors) == (130, b"", INTERRUPTED)
+    assert sorted(os.listdir(tivar.directory)) == ["a.ppm", "b.ppm", "c.ppm"]
+
+
+def test_an_ignored_signal_stays_ignored(tivar, slow_picture):
+    process = subprocess.Popen(
+        [tivar.program, "export", slow_picture, "-o", "out.bmp", "--bits", "8"],
+        cwd=tivar.directory,
+        preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN),
+    )
+    wait_for(lambda: leftovers(tivar.directory), process)
+    process.send_signal(signal.SIGHUP)
+    assert process.wait(30) == 0
+    assert (tivar.directory / "out.bmp").stat().st_size > 30_000_000
+
+
+def test_a_killed_worker_is_reported_and_the_others_finish(tivar, slow_picture):
+    (tivar.directory / "slow.ppm").symlink_to(slow_picture)
+    (tivar.directory / "small.pbm").write_bytes(b"P4 8 2\n\x0f\xf0")
+    process = tivar.start("export", "slow.ppm", "small.pbm", "--bits", 4)
+    wait_for(lambda: leftovers(tivar.directory), process)
+    worker = int(leftovers(tivar.directory)[0].split(".")[-2])
+    assert worker != process.pid
+    os.kill(worker, signal.SIGKILL)
+    _, errors = process.communicate(timeout=30)
+    assert process.returncode == 1
+    assert errors.startswith(b"tivar: slow.ppm: ") and errors.count(b"\n") == 1
+    assert (tivar.directory / "small.bmp").exists()
+    # Nobody could clean up behind it; the next export of the same file does.
+    left = leftovers(tivar.directory)
+    assert len(left) == 1
+    assert tivar.run("export", "small.pbm", "-o", "slow.bmp").returncode == 0

@@ -1,0 +1,54 @@
+// How the tool fails: one exception, one line on standard error.
+
+#ifndef TIVAR_TOOL_FAILURE_H
+#define TIVAR_TOOL_FAILURE_H
+
+#include <string>
+
+namespace tool {
+
+enum ExitCode { kDone = 0, kExportFailed = 1, kWrongUsage = 2, kSignalBase = 128 };
+
+struct Failure {
+    std::string file;  // "" = the input being worked on
+    std::string what;
+    std::string remedy;
+    int exitCode = kExportFailed;
+};
+
+// The user's signal stopped the export.
+struct Interrupted {
+    int signal;
+};
+
+[[noreturn]] void fail(const std::string& what, const std::string& remedy);
+[[noreturn]] void failAt(const std::string& file, const std::string& what,
+                         const std::string& remedy);
+[[noreturn]] void failUsage(const std::string& what, const std::string& remedy);
+
+// The same for an errno value, with advice that fits it.
+[[noreturn]] void failErrno(const std::string& file, int error);
+
+// "tivar: file: what; remedy" in one write, so that lines of parallel workers never mix.
+void report(const std::string& file, const std::string& what, const std::string& remedy);
+
+// Runs action(); failures become their line, and the result is the exit code.
+// file names the input of failures that name no file of their own.
+template <class Action>
+int reporting(const std::string& file, Action&& action);
+
+// Turns the exception being handled into its line: the exit code.
+int reportCurrentException(const std::string& file);
+
+template <class Action>
+int reporting(const std::string& file, Action&& action) {
+    try {
+        return action();
+    } catch (...) {
+        return reportCurrentException(file);
+    }
+}
+
+}  // namespace tool
+
+#endif

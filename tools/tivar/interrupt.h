@@ -1,0 +1,42 @@
+// Ctrl-C and its relatives. A signal during an export is remembered and answered through the
+// library's status call-back; at any other time, or the second time, the process ends at once. Both
+// ways the unfinished file goes.
+
+#ifndef TIVAR_TOOL_INTERRUPT_H
+#define TIVAR_TOOL_INTERRUPT_H
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace tool {
+
+// Catches SIGINT, SIGTERM and SIGHUP unless the caller of the program ignores them. Writing to a
+// closed pipe or past the limit on file sizes becomes an ordinary error.
+void installSignalHandlers();
+
+// The first signal that came while signals were deferred; 0 = none.
+int pendingSignal();
+void throwIfInterrupted();
+
+// The one line about it; silent in workers, whose parent says it.
+void reportInterruption();
+
+// While it lives, signals wait for pendingSignal().
+struct DeferSignals {
+    DeferSignals();
+    ~DeferSignals();
+    DeferSignals(const DeferSignals&) = delete;
+};
+
+// The file that goes when the process ends by a signal; "" = none.
+void removeOnSignal(const std::string& path);
+
+// Starts a worker that signals reach through this process too: its id, 0 in the worker.
+pid_t forkWorker();
+// Waits for any worker to end: its id and its wait status.
+pid_t awaitWorker(int& status);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,68 @@
+// The export library, loaded at run time. Nothing else of the tool knows where it comes from.
+
+#ifndef TIVAR_TOOL_LIBRARY_H
+#define TIVAR_TOOL_LIBRARY_H
+
+#include <tivar/tivar.h>
+
+#include <string>
+#include <utility>
+
+namespace tool {
+
+// The loaded library. The first group comes from its entry table, the second from its symbols.
+struct Library {
+    std::string path;  // as the loader resolved it
+    FilterHostRecord table{};
+
+    decltype(&::CreateSetup) createSetup{};
+    decltype(&::DestroySetup) destroySetup{};
+    decltype(&::OXLGetFilterVersion) filterVersion{};
+    decltype(&::ExportCellData) exportCellData{};
+
+    decltype(&::GlobalAlloc) globalAlloc{};
+    decltype(&::GlobalLock) globalLock{};
+    decltype(&::GlobalFree) globalFree{};
+    decltype(&::GlobalSize) globalSize{};
+    decltype(&::LoadString) loadString{};
+    decltype(&::GetPrivateProfileString) profileString{};
+    decltype(&::rlStretchBitmap) stretchBitmap{};
+    const int16_t* versionWord{};
+    const int16_t* idWord{};
+};
+
+// Loads the library from wanted, else from the environment variable TIVAR_LIBRARY, else from beside
+// the program, else from where the system's loader looks. It stays loaded until the process ends.
+Library loadLibrary(const std::string& wanted);
+
+// "2.0.5"
+std::string versionText(const Library& library);
+
+// A block of the library's memory, freed with its owner.
+struct Block {
+    const Library* library{};
+    MemHandle handle{};
+
+    Block() = default;
+    Block(const Library& owner, MemHandle taken) : library(&owner), handle(taken) {}
+    Block(Block&& other) noexcept
+        : library(other.library), handle(std::exchange(other.handle, MemHandle{})) {}
+    Block& operator=(Block&& other) noexcept {
+        std::swap(library, other.library);
+        std::swap(handle, other.handle);
+        return *this;
+    }
+    ~Block() {
+        if (handle != 0) library->globalFree(handle);
+    }
+    uint8_t* bytes() const {
+        return handle == 0 ? nullptr : static_cast<uint8_t*>(library->globalLock(handle));
+    }
+};
+
+// A block of size bytes; failing is a Failure.
+Block allocate(const Library& library, uint32_t size);
+
+}  // namespace tool
+
+#endif

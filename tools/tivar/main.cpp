@@ -1,0 +1,43 @@
+// tivar: a command-line host of the export library.
+
+#include <fcntl.h>
+
+#include "failure.h"
+#include "info.h"
+#include "interrupt.h"
+#include "jobs.h"
+#include "options.h"
+
+namespace tool {
+namespace {
+
+// Files opened later must not become standard input or output. The directions are the wrong ones,
+// so that using a closed stream stays an error.
+void occupyStandardStreams() {
+    for (const int stream : {0, 1, 2}) {
+        if (::fcntl(stream, F_GETFD) < 0) {
+            (void)::open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
+int run(int argc, char** argv) {
+    const Options options = parseOptions(argc, argv);
+    if (options.command == Command::Export) {
+        const std::vector<Job> jobs = planJobs(options);
+        return runJobs(loadLibrary(options.library), jobs, options);
+    }
+    if (options.command == Command::Version) printVersion(loadLibrary(options.library));
+    if (options.command == Command::Info) printInfo(loadLibrary(options.library));
+    finishPrinting();
+    return kDone;
+}
+
+}  // namespace
+}  // namespace tool
+
+int main(int argc, char** argv) {
+    tool::occupyStandardStreams();
+    tool::installSignalHandlers();
+    return tool::reporting("", [&] { return tool::run(argc, argv); });
+}

@@ -1,0 +1,50 @@
+// The command line.
+
+#ifndef TIVAR_TOOL_OPTIONS_H
+#define TIVAR_TOOL_OPTIONS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "picture.h"
+
+namespace tool {
+
+enum class Command { Help, Version, Info, Export };
+enum class Via { File, Memory, Document };
+
+struct PixelSize {
+    uint32_t width;
+    uint32_t height;
+};
+
+// What the user asks of one export; what is not asked for follows the profile or the picture.
+struct ExportRequest {
+    std::optional<uint16_t> bits;
+    bool os2 = false;
+    std::optional<bool> encoded;  // --compress native
+    std::optional<PixelSize> size;
+    std::string profile;
+    std::string mode;
+    Via via = Via::File;
+    Color background;
+    bool quiet = false;
+};
+
+struct Options {
+    Command command = Command::Help;
+    std::string library;
+    ExportRequest request;
+    std::vector<std::string> inputs;
+    std::string out;
+    unsigned jobs = 1;
+};
+
+// Wrong usage is a Failure. Help has been printed when the command is Help.
+Options parseOptions(int argc, char** argv);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,39 @@
+// Where the bytes go. A regular file is written beside its place and renamed when complete, so that
+// the old one stays until then; pipes and devices get the complete bytes at the end.
+
+#ifndef TIVAR_TOOL_OUTPUT_H
+#define TIVAR_TOOL_OUTPUT_H
+
+#include <sys/types.h>
+
+#include <string>
+
+#include "system.h"
+
+namespace tool {
+
+struct Output {
+    std::string name;    // as the user knows it
+    std::string target;  // the file to be replaced, symbolic links followed
+    std::string part;    // the unfinished file beside it; "" = bytes go straight to the target
+    Descriptor file;
+    mode_t mode = 0;  // permissions of the file replaced; 0 = a fresh file
+
+    // target "-" is standardOutput.
+    Output(const std::string& targetName, const Descriptor& standardOutput);
+    ~Output();  // removes an unfinished file
+    Output(const Output&) = delete;
+};
+
+// Puts the finished file into its place.
+void commit(Output& output);
+
+// Fails when the export would overwrite the picture that it reads.
+void refuseOwnInput(const std::string& input, const std::string& target);
+
+// Why an open file cannot grow by count bytes: an errno value, 0 when it can. The file grows.
+int probeGrowth(const Output& output, uint64_t count);
+
+}  // namespace tool
+
+#endif

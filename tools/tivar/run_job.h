@@ -1,0 +1,23 @@
+// One input, one output.
+
+#ifndef TIVAR_TOOL_RUN_JOB_H
+#define TIVAR_TOOL_RUN_JOB_H
+
+#include <string>
+
+#include "library.h"
+#include "options.h"
+
+namespace tool {
+
+struct Job {
+    std::string input;   // "-" = standard input
+    std::string target;  // "-" = standard output
+};
+
+// Exports one picture, or throws and leaves the target as it was.
+void runJob(const Library& library, const Job& job, const ExportRequest& request, bool onlyOne);
+
+}  // namespace tool
+
+#endif

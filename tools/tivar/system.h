@@ -1,0 +1,53 @@
+// Small guards and helpers over POSIX calls.
+
+#ifndef TIVAR_TOOL_SYSTEM_H
+#define TIVAR_TOOL_SYSTEM_H
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+namespace tool {
+
+// An open file descriptor; -1 = none.
+struct Descriptor {
+    int number = -1;
+
+    Descriptor() = default;
+    explicit Descriptor(int opened) : number(opened) {}
+    Descriptor(Descriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(number, other.number);
+        return *this;
+    }
+    ~Descriptor() {
+        if (number >= 0) ::close(number);
+    }
+};
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+// Writes all bytes: 0, or the errno value of the write that failed.
+inline int writeAll(int descriptor, const void* data, std::size_t count) {
+    const char* next = static_cast<const char*>(data);
+    while (count != 0) {
+        const ssize_t written = ::write(descriptor, next, count);
+        if (written < 0 && errno != EINTR) return errno;
+        if (written > 0) {
+            next += written;
+            count -= static_cast<std::size_t>(written);
+        }
+    }
+    return 0;
+}
+
+}  // namespace tool
+
+#endif
