@@ -107,7 +107,7 @@ typedef struct SetupRecord {
     int32_t printerAvailable; /* 0: printer modes fall back to display modes; never set here */
     MemHandle hRLEBuffer;     /* run-length work buffer of the file being written */
     uint8_t* lpRLEBuffer;
-    HostWord metafileBlock;    /* driver route: address of the memory output's block */
+    void* metafileBlock;       /* driver route: address of the memory output's block */
     OxlStream metafileStream;  /* driver route */
     HostWord platformWords[2]; /* driver route */
     uint8_t unused[sizeof(void*) == 4 ? 516 : 456];

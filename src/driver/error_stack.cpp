@@ -2,12 +2,23 @@
 
 #include <tivar/driver.h>
 
+#include <algorithm>
+#include <cstring>
+
+#include "driver/operations.h"
+#include "driver/param_block.h"
+
 namespace tivar {
 namespace {
 
 // The record at index, where index -1 is the first record.
 ErrorRecord& recordAt(ErrorStack& stack, int32_t index) {
     return index < 0 ? stack.firstRecord : stack.entries[index];
+}
+
+template <class T>
+void reply(const T& value) {
+    mov2buf(&value, sizeof value);
 }
 
 }  // namespace
@@ -31,6 +42,40 @@ void push_er(int16_t code) {
     }
     stack.lastSequence = pushed.sequence;
     stack.lastCode = code;
+}
+
+void* d_popes(void* block) {
+    if (lpEMData == nullptr || block == nullptr) return block;
+    ErrorStack& stack = lpEMData->errors;
+    const int32_t count = std::min(fieldAt<int32_t>(block, 16), stack.count);
+    reply(count);
+    for (int32_t i = 0; i < count; ++i) reply(recordAt(stack, --stack.count));
+    return block;
+}
+
+void* d_empes(void* block) {
+    if (lpEMData == nullptr) return block;
+    ErrorStack& stack = lpEMData->errors;
+    stack.count = 0;
+    stack.overflowCount = 0;
+    stack.lastSequence = 0;
+    stack.lastCode = 0;
+    return block;
+}
+
+void dq_es() {
+    if (lpEMData == nullptr) return;
+    const ErrorStack& stack = lpEMData->errors;
+    reply(stack.count);
+    reply(stack.firstRecord);
+    reply(stack.overflowCount);
+}
+
+void mov2buf(const void* source, uint32_t length) {
+    if (lpEMData == nullptr || lpEMData->lpReply == nullptr) return;
+    length = std::min(length, lpEMData->replySize - lpEMData->replyPosition);
+    std::memcpy(lpEMData->lpReply + lpEMData->replyPosition, source, length);
+    lpEMData->replyPosition += length;
 }
 
 }  // namespace tivar

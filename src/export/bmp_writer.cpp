@@ -71,30 +71,6 @@ bool describeFile(FileShape& shape, const uint8_t* palette) {
     return true;
 }
 
-// Stores palette size and depth for the colour format; false for formats that are not written.
-bool chooseFormat(SetupRecord& setup) {
-    switch (setup.colorFormat) {
-        case COLOR_FORMAT_1BIT:
-            setup.paletteSize = 2;
-            setup.bitsPerPixel = 1;
-            return true;
-        case COLOR_FORMAT_4BIT:
-            setup.paletteSize = 16;
-            setup.bitsPerPixel = 4;
-            return true;
-        case COLOR_FORMAT_8BIT:
-            setup.paletteSize = 256;
-            setup.bitsPerPixel = 8;
-            return true;
-        case COLOR_FORMAT_24BIT:
-            setup.paletteSize = 0;
-            setup.bitsPerPixel = 24;
-            return true;
-        default:
-            return false;
-    }
-}
-
 uint32_t chooseCompression(const SetupRecord& setup) {
     if (setup.compressionMode != COMPRESSION_RLE) return kRleNone;
     if (setup.bitsPerPixel == 8) return kRle8;
@@ -182,6 +158,29 @@ void freeWorkBuffer() {
 
 }  // namespace
 
+bool chooseFileFormat(SetupRecord& setup) {
+    switch (setup.colorFormat) {
+        case COLOR_FORMAT_1BIT:
+            setup.paletteSize = 2;
+            setup.bitsPerPixel = 1;
+            return true;
+        case COLOR_FORMAT_4BIT:
+            setup.paletteSize = 16;
+            setup.bitsPerPixel = 4;
+            return true;
+        case COLOR_FORMAT_8BIT:
+            setup.paletteSize = 256;
+            setup.bitsPerPixel = 8;
+            return true;
+        case COLOR_FORMAT_24BIT:
+            setup.paletteSize = 0;
+            setup.bitsPerPixel = 24;
+            return true;
+        default:
+            return false;
+    }
+}
+
 void abandonCellBitmap(MemHandle state) {
     const Locked<CellBitmapState> record(state);
     if (record && record->compression != kRleNone) freeWorkBuffer();
@@ -197,7 +196,7 @@ int32_t BeginCellBitmap(OxlStream stream, uint32_t width, uint32_t height, uint3
     if (stream == 0 || stateOut == nullptr || lpRaster == nullptr) return 0;
     *stateOut = allocateZeroed(sizeof(CellBitmapState));
     const Locked<CellBitmapState> state(*stateOut);
-    if (!state || !chooseFormat(*lpRaster)) return 0;
+    if (!state || !chooseFileFormat(*lpRaster)) return 0;
     freeWorkBuffer();
     FileShape shape = {width, height, bitCount, 0, 0};
     if (!describeFile(shape, palette)) return 0;

@@ -3,54 +3,22 @@
 #include <tivar/filter.h>
 #include <tivar/stream.h>
 
+#include "export/output_target.h"
 #include "host/memory.h"
-#include "host/text.h"
 
 namespace tivar {
 namespace {
 
-constexpr int32_t kCreate = OXL_CREATE | OXL_WRITE;
-constexpr HostWord kMemoryStep = 4096;
-
-// An open target; memory is the address of the block of output to memory.
-struct Target {
-    OxlStream stream;
-    void* memory;
-};
-
-void openDocument(Target& target, const char* fileName, const HostWord* status) {
-    OxlStreamDesc descriptor = {};
-    descriptor.target = status[STATUS_DOCUMENT];
-    descriptor.documentProc = lpRaster->documentStream;
-    target.stream = oxlOpen(fileName, &descriptor, kCreate);
+// Whether the target that applies has what it needs of the host: a name, or a status block.
+bool isReachable(const SetupRecord& setup, const char* fileName, const HostWord* status) {
+    if (setup.documentStream != 0) return status != nullptr;
+    return fileName != nullptr && (*fileName != '\0' || status != nullptr);
 }
 
-// The block grows, and moves, under the stream: the host gets its handle when the stream is closed.
-void openMemory(Target& target, HostWord* status) {
-    OwnedBlock block(allocateZeroed(1));
-    if (!block) return;
-    target.memory = block.data;
-    OxlStreamDesc descriptor = {};
-    descriptor.target = reinterpret_cast<HostWord>(&target.memory);
-    descriptor.growStep = kMemoryStep;
-    target.stream = oxlOpen(nullptr, &descriptor, kCreate);
-    status[STATUS_MEMORY] = target.stream == 0 ? 0 : block.release();
-    if (target.stream == 0) target.memory = nullptr;
-}
-
-void openTarget(Target& target, const char* fileName, HostWord* status) {
-    if (lpRaster->documentStream != 0) {
-        if (status != nullptr) openDocument(target, fileName, status);
-    } else if (!isEmpty(fileName)) {
-        target.stream = oxlOpen(fileName, nullptr, kCreate);
-    } else if (fileName != nullptr && status != nullptr) {
-        openMemory(target, status);
-    }
-}
-
-void closeTarget(const Target& target, HostWord* status) {
-    oxlClose(target.stream);
-    if (target.memory != nullptr) status[STATUS_MEMORY] = GlobalHandle(target.memory);
+void fillPicture(CellPicture& picture, const PictureDescription& description) {
+    picture.targetWidth = description.width;
+    picture.targetHeight = description.height;
+    picture.resolution = description.resolution;
 }
 
 }  // namespace
@@ -64,20 +32,27 @@ int32_t ExportCellData(const char* fileName, CellPicture* picture,
         return TIVAR_ERR_STREAM;
     const MemHandle setup = hostParams[EXPORT_SETUP];
     const Locked<SetupRecord> record(setup);
-    if (!record) return TIVAR_ERR_STREAM;
     auto* status = reinterpret_cast<HostWord*>(hostParams[EXPORT_STATUS]);
+    if (!record || !isReachable(*record, fileName, status)) return TIVAR_ERR_STREAM;
     hRaster = setup;
     lpRaster = record.data;
     lpRaster->exportParams = status;
-    Target target = {0, nullptr};
-    openTarget(target, fileName, status);
-    if (target.stream == 0) return TIVAR_ERR_STREAM;
-    SetDisplayInfo(description->displayWidth, description->displayHeight,
-                   description->displayResolution, description->displayResolution);
-    picture->targetWidth = description->width;
-    picture->targetHeight = description->height;
-    picture->resolution = description->resolution;
-    OutputPicture(target.stream, picture, DrawExportCellData);
-    closeTarget(target, status);
-    return TIVAR_OK;
+    void* memory = nullptr;
+    OxlStream stream = 0;
+    const HostWord document = status == nullptr ? 0 : status[STATUS_DOCUMENT];
+    const auto opened =
+        openOutputTarget({fileName, record->documentStream, document, &memory}, &stream);
+    if (opened == kTargetOpened) {
+        SetDisplayInfo(description->displayWidth, description->displayHeight,
+                       description->displayResolution, description->displayResolution);
+        fillPicture(*picture, *description);
+        // Kept: what the band loop answers is not passed on.
+        OutputPicture(stream, picture, DrawExportCellData);
+        oxlClose(stream);
+    }
+    const bool toMemory = record->documentStream == 0 && *fileName == '\0';
+    if (toMemory) status[STATUS_MEMORY] = GlobalHandle(memory);
+    // The status block is the host's for the length of this call only.
+    lpRaster->exportParams = nullptr;
+    return opened == kTargetOpened ? TIVAR_OK : TIVAR_ERR_STREAM;
 }

@@ -107,6 +107,13 @@ def test_the_longest_file_name_works(tivar, chart):
     assert bmp.read(tivar.export(chart, name)).width == 61
 
 
+def test_links_in_a_circle_are_an_error(tivar, chart):
+    (tivar.directory / "a.bmp").symlink_to("b.bmp")
+    (tivar.directory / "b.bmp").symlink_to("a.bmp")
+    fails(tivar.run("export", chart, "-o", "a.bmp"), 1, "a.bmp", "symbolic links")
+    assert (tivar.directory / "a.bmp").is_symlink()
+
+
 @pytest.mark.parametrize("same", ["in.bmp", "./in.bmp", "hard.bmp", "soft.bmp"])
 def test_the_input_is_never_overwritten(tivar, same):
     source = tivar.directory / "in.bmp"

@@ -1,14 +1,16 @@
 """Ctrl-C and its relatives: the export is cancelled, the old file stays, nothing is left."""
 
+import fcntl
 import os
 import re
 import signal
 import subprocess
+import termios
 import time
 from pathlib import Path
 
 import pytest
-from conftest import leftovers
+from conftest import leftovers, start_clean
 
 INTERRUPTED = b"tivar: interrupted; nothing half-written is left\n"
 
@@ -83,16 +85,52 @@ def test_a_signal_reaches_all_workers(tivar, slow_picture):
     assert sorted(os.listdir(tivar.directory)) == ["a.ppm", "b.ppm", "c.ppm"]
 
 
+def on_own_terminal(tivar, arguments):
+    """The program with a terminal of its own, whose keys it gets: process, terminal."""
+    master, slave = os.openpty()
+
+    def prepare():
+        start_clean()
+        os.setsid()
+        fcntl.ioctl(0, termios.TIOCSCTTY, 0)
+
+    process = subprocess.Popen(
+        [tivar.program, *map(str, arguments)],
+        cwd=tivar.directory,
+        stdin=slave,
+        stdout=slave,
+        stderr=slave,
+        preexec_fn=prepare,
+    )
+    os.close(slave)
+    return process, master
+
+
+@pytest.mark.parametrize("count", [1, 2])
+def test_ctrl_c_on_a_terminal_cancels(tivar, slow_picture, count):
+    names = [f"{i}.ppm" for i in range(count)]
+    for name in names:
+        (tivar.directory / name).symlink_to(slow_picture)
+    process, terminal = on_own_terminal(tivar, ["export", *names, "-j", count, "--bits", 4])
+    wait_for(lambda: len(leftovers(tivar.directory)) == count, process)
+    os.write(terminal, b"\x03")
+    assert process.wait(30) == 130
+    shown = os.read(terminal, 4096)
+    os.close(terminal)
+    assert shown.endswith(INTERRUPTED.replace(b"\n", b"\r\n"))
+    assert sorted(os.listdir(tivar.directory)) == names
+
+
 def test_an_ignored_signal_stays_ignored(tivar, slow_picture):
     process = subprocess.Popen(
-        [tivar.program, "export", slow_picture, "-o", "out.bmp", "--bits", "8"],
+        [tivar.program, "export", slow_picture, "-o", "out.bmp", "--bits", "4"],
         cwd=tivar.directory,
         preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN),
     )
     wait_for(lambda: leftovers(tivar.directory), process)
     process.send_signal(signal.SIGHUP)
     assert process.wait(30) == 0
-    assert (tivar.directory / "out.bmp").stat().st_size > 30_000_000
+    assert (tivar.directory / "out.bmp").stat().st_size > 15_000_000
 
 
 def test_a_killed_worker_is_reported_and_the_others_finish(tivar, slow_picture):

@@ -3,6 +3,7 @@
 import bmp
 import drawing
 import pytest
+from conftest import fails
 from PIL import Image
 
 
@@ -112,10 +113,34 @@ def test_a_size_in_inches_follows_the_resolution(tivar, chart, size, resolution,
     assert (written.width, written.height) == pixels
 
 
-def test_tall_pictures_shrink_like_any_other(tivar):
-    rows = [bytes([y >> 8, y & 0xFF, 0]) * 2 for y in range(40000)]
-    (tivar.directory / "in.ppm").write_bytes(b"P6 2 40000 255\n" + b"".join(rows))
-    written = bmp.read(tivar.export("in.ppm", "out.bmp", "--size", "2x1000"))
-    expected = shrunk(40000, 1000)
-    seen = [39999 - (row[0][0] << 8 | row[0][1]) for row in written.rows][::-1]
-    assert seen == expected
+def numbered_rows(count):
+    """A picture whose rows tell their numbers."""
+    rows = [bytes([y >> 8, y & 0xFF, 0, 1, 2, 3]) for y in range(count)]
+    return b"P6 2 %d 255\n" % count + b"".join(rows)
+
+
+@pytest.mark.parametrize(
+    "count,width,height", [(32767, 2, 1000), (32767, 1, 20000), (40000, 2, 50000), (40001, 1, 40002)]
+)
+def test_the_tallest_pictures_are_scaled_row_by_row(tivar, count, width, height):
+    (tivar.directory / "in.ppm").write_bytes(numbered_rows(count))
+    written = bmp.read(tivar.export("in.ppm", "out.bmp", "--size", f"{width}x{height}"))
+    seen = [(row[0][0] << 8 | row[0][1]) if width == 2 else row[0] for row in written.rows]
+    choose = stretched if height > count else shrunk
+    numbers = [count - 1 - y for y in choose(count, height)][::-1]
+    assert seen == (numbers if width == 2 else [(1, 2, 3)] * height)
+
+
+@pytest.mark.parametrize("size", ["2x1000", "1x32768", "3x32768"])
+def test_what_the_library_cannot_scale_is_refused(tivar, size):
+    (tivar.directory / "in.ppm").write_bytes(numbered_rows(32768))
+    fails(tivar.run("export", "in.ppm", "-o", "out.bmp", "--size", size), 1, "32767")
+    assert not (tivar.directory / "out.bmp").exists()
+
+
+def test_the_widest_pictures_are_scaled_column_by_column(tivar):
+    row = b"".join(bytes([x >> 8, x & 0xFF, 7]) for x in range(40000))
+    (tivar.directory / "in.ppm").write_bytes(b"P6 40000 2 255\n" + row * 2)
+    for width in (65535, 50000, 1000):
+        written = bmp.read(tivar.export("in.ppm", "out.bmp", "--size", f"{width}x2"))
+        assert [r << 8 | g for r, g, _ in written.rows[0]] == columns(40000, width)

@@ -17,7 +17,9 @@ constexpr int16_t kExactResolution = 64;
 constexpr int16_t kDisplayResolution = 96;
 constexpr int32_t kDisplayWidth = 1280;
 constexpr int32_t kDisplayHeight = 1024;
+// Blocks count bytes in 32 bits, positions in streams have a sign. Both leave room for headers.
 constexpr uint64_t kLargestBlock = std::numeric_limits<uint32_t>::max() - 4096;
+constexpr uint64_t kLargestStream = std::numeric_limits<int32_t>::max() - 4096;
 
 struct DepthCode {
     uint16_t bits;
@@ -83,14 +85,25 @@ void setFormat(SetupRecord& record, const ExportRequest& request, const Picture&
     }
 }
 
-// Conversions between depths go through bitmaps of either size and up to 24 bits, and the library
-// is silent when one of them passes 32 bits.
-void checkBlocks(const ExportPlan& plan, const Picture& picture) {
-    const unsigned deepest = plan.bits == picture.bits ? plan.bits : 24;
-    const uint64_t largest = std::max(rowBytes(plan.size.width, deepest) * plan.size.height,
-                                      rowBytes(picture.width, deepest) * picture.height);
-    if (largest > kLargestBlock) {
-        fail("the export needs bitmaps of more than 4 gigabytes",
+// Bytes of the 24-bit bitmap that a conversion between depths may go through. It comes after
+// shrinking and before growing; a picture scaled both ways is scaled first.
+uint64_t conversionBytes(const ExportPlan& plan, const Picture& picture) {
+    if (plan.bits == picture.bits) return 0;
+    const bool first = scalesBothWays(picture, plan.size);
+    const uint32_t width = first ? plan.size.width : std::min(plan.size.width, picture.width);
+    const uint32_t height = first ? plan.size.height : std::min(plan.size.height, picture.height);
+    return rowBytes(width, 24) * height;
+}
+
+// Where these limits are passed the library writes a wrong file in silence.
+void checkLimits(const ExportPlan& plan, const Picture& picture) {
+    const uint64_t fileBytes = rowBytes(plan.size.width, plan.bits) * plan.size.height;
+    if (fileBytes > kLargestStream) {
+        fail("the file would have more than 2 gigabytes, which the library cannot write",
+             "choose a smaller size or fewer bits");
+    }
+    if (conversionBytes(plan, picture) > kLargestBlock) {
+        fail("changing the depth needs a bitmap of more than 4 gigabytes",
              "choose a smaller size or the picture's own depth");
     }
     if (plan.os2 && plan.size.height > kLargestSide) {
@@ -176,7 +189,7 @@ void fixSize(Settings& settings, ExportPlan& plan, const Picture& picture, Pixel
     plan.size = {size.width, evenHeight(size.height)};
     settings.record->sizeMode = SIZE_GIVEN;
     settings.record->resolutionMode = RESOLUTION_OF_CALLER;
-    checkBlocks(plan, picture);
+    checkLimits(plan, picture);
 }
 
 Block runExport(Settings& settings, const ExportPlan& plan, const Picture& picture,

@@ -98,6 +98,7 @@ void becomeWorker(pid_t parent) {
 void installSignalHandlers() {
     ::signal(SIGPIPE, SIG_IGN);
     ::signal(SIGXFSZ, SIG_IGN);
+    ::signal(SIGCHLD, SIG_DFL);  // ignored, it would take the workers' results away
     struct sigaction ours {};
     ours.sa_sigaction = onSignal;
     ours.sa_flags = SA_SIGINFO | SA_RESTART;
@@ -140,10 +141,9 @@ pid_t forkWorker() {
     const BlockSignals blocked;
     const pid_t parent = ::getpid();
     const pid_t worker = ::fork();
-    if (worker < 0) failErrno("", errno);
     if (worker == 0) {
         becomeWorker(parent);
-    } else {
+    } else if (worker > 0) {
         replaceWorker(0, worker);
         reaction = static_cast<sig_atomic_t>(Reaction::PassOn);
     }

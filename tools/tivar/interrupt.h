@@ -32,7 +32,8 @@ struct DeferSignals {
 // The file that goes when the process ends by a signal; "" = none.
 void removeOnSignal(const std::string& path);
 
-// Starts a worker that signals reach through this process too: its id, 0 in the worker.
+// Starts a worker that signals reach through this process too: its id, 0 in the worker, -1 with
+// errno when there is no room for another process.
 pid_t forkWorker();
 // Waits for any worker to end: its id and its wait status.
 pid_t awaitWorker(int& status);

@@ -3,12 +3,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <map>
-#include <set>
 #include <system_error>
 
 #include "failure.h"
@@ -88,7 +87,12 @@ int runWorkers(const Library& library, const std::vector<Job>& jobs, const Optio
             const Job& job = *next++;
             const pid_t worker = forkWorker();
             if (worker == 0) std::_Exit(runOne(library, job, options, false));
-            running[worker] = &job;
+            if (worker > 0) {
+                running[worker] = &job;
+            } else {
+                report(job.input, std::strerror(errno), "try a smaller -j");
+                result = kExportFailed;
+            }
         }
         if (running.empty()) return result;
         int status = 0;

@@ -24,6 +24,7 @@ namespace {
 constexpr char kSuffix[] = ".part";
 constexpr size_t kLongestBase = 200;  // leaves room for the rest in a file name of 255 bytes
 constexpr int kMostLinks = 40;
+constexpr uint64_t kProbeSize = 1 << 20;  // a full disk shows at once
 
 // The file that a chain of symbolic links ends at, which need not exist.
 fs::path followLinks(fs::path path) {
@@ -74,11 +75,7 @@ void openPart(Output& output) {
     removeOnSignal(output.part);
     output.file =
         Descriptor(::open(output.part.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (output.file.number < 0) {
-        const int error = errno;
-        output.part.clear();
-        failErrno(output.name, error);
-    }
+    if (output.file.number < 0) failErrno(output.name, errno);
 }
 
 void openDevice(Output& output) {
@@ -89,7 +86,10 @@ void openDevice(Output& output) {
 void openNamed(Output& output) {
     output.target = followLinks(output.name).string();
     struct stat status {};
-    if (::stat(output.target.c_str(), &status) != 0) return openPart(output);
+    if (::stat(output.target.c_str(), &status) != 0) {
+        if (errno != ENOENT) failErrno(output.name, errno);
+        return openPart(output);
+    }
     if (S_ISDIR(status.st_mode)) failErrno(output.name, EISDIR);
     if (!S_ISREG(status.st_mode)) return openDevice(output);
     if (::access(output.target.c_str(), W_OK) != 0) failErrno(output.name, errno);
@@ -121,7 +121,9 @@ Output::~Output() {
 void commit(Output& output) {
     if (output.part.empty()) return;
     const bool kept = output.mode == 0 || ::fchmod(output.file.number, output.mode) == 0;
-    if (!kept || ::rename(output.part.c_str(), output.target.c_str()) != 0) {
+    // Some file systems tell only here that there was no room.
+    const bool closed = ::close(std::exchange(output.file.number, -1)) == 0;
+    if (!kept || !closed || ::rename(output.part.c_str(), output.target.c_str()) != 0) {
         failErrno(output.name, errno);
     }
     output.part.clear();
@@ -141,7 +143,7 @@ void refuseOwnInput(const std::string& input, const std::string& target) {
 int probeGrowth(const Output& output, uint64_t count) {
     static const std::vector<char> zeros(1 << 16);
     ::lseek(output.file.number, 0, SEEK_END);
-    for (uint64_t left = count; left != 0;) {
+    for (uint64_t left = std::min(count, kProbeSize); left != 0;) {
         const auto step = static_cast<size_t>(std::min<uint64_t>(left, zeros.size()));
         const int error = writeAll(output.file.number, zeros.data(), step);
         if (error != 0) return error;

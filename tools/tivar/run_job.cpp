@@ -67,11 +67,13 @@ Delivery deliver(const Workshop& shop, const ExportPlan& plan, Via via) {
 Delivery deliverAtSize(const Workshop& shop, ExportPlan& plan, Via via) {
     const Library& library = shop.settings.library;
     if (!plan.sizeFromProfile) {
+        refuseTallShrinking(shop.picture, plan.size);
         if (scalesBothWays(shop.picture, plan.size)) scaleTo(library, shop.picture, plan.size);
         return deliver(shop, plan, via);
     }
     Delivery delivery = deliver(shop, plan, via);
     const PixelSize size = sizeInFile(delivery.start, plan);
+    refuseTallShrinking(shop.picture, size);
     if (!scalesBothWays(shop.picture, size)) return delivery;
     fixSize(shop.settings, plan, shop.picture, size);
     return deliverAtSize(shop, plan, via);

@@ -7,10 +7,24 @@
 #include "failure.h"
 
 namespace tool {
+namespace {
+
+// The library counts source rows in 16 bits with a sign wherever the height does not grow.
+constexpr uint32_t kTallestShrinking = 32767;
+
+}  // namespace
 
 bool scalesBothWays(const Picture& picture, PixelSize target) {
     return (target.width < picture.width && target.height > picture.height) ||
            (target.width > picture.width && target.height < picture.height);
+}
+
+void refuseTallShrinking(const Picture& picture, PixelSize target) {
+    const bool changes = target.width != picture.width || target.height != picture.height;
+    if (changes && target.height <= picture.height && picture.height > kTallestShrinking) {
+        fail("a picture of more than 32767 rows cannot be scaled to another width or fewer rows",
+             "scale it down first or keep its size");
+    }
 }
 
 void scaleTo(const Library& library, Picture& picture, PixelSize target) {

@@ -17,6 +17,9 @@ inline uint32_t evenHeight(uint32_t height) {
 // scaler twice with the first size, which garbles it.
 bool scalesBothWays(const Picture& picture, PixelSize target);
 
+// Sizes that the library's scaler gets wrong by itself are Failures.
+void refuseTallShrinking(const Picture& picture, PixelSize target);
+
 // The picture at target's size, or as near as its 16-bit sides allow, by the library's scaler.
 void scaleTo(const Library& library, Picture& picture, PixelSize target);
 

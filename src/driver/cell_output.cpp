@@ -1,0 +1,148 @@
+// Writing a stand-alone cell array: negotiated, scaled, converted and handed to the BMP writer.
+#include <tivar/color.h>
+#include <tivar/driver.h>
+#include <tivar/export.h>
+
+#include <cstring>
+
+#include "driver/cells.h"
+#include "driver/device_state.h"
+#include "driver/window.h"
+#include "export/bmp_writer.h"
+#include "host/memory.h"
+#include "host/numbers.h"
+
+namespace tivar {
+namespace {
+
+constexpr int16_t kTrueColorBits = 24;
+constexpr int32_t kStepProgress = 20;
+constexpr int32_t kReadyProgress = 50;
+
+// The picture on its way to the file; made is the working image, the caller's is used without one.
+struct Work {
+    MemHandle image;
+    MemHandle made;
+    MemHandle palette;
+    uint32_t width;  // of the target
+    uint32_t height;
+    int16_t bits;
+    int16_t outputBits;
+    int16_t model;
+    int16_t outputModel;
+    int32_t progress;
+
+    MemHandle current() const { return made != 0 ? made : image; }
+    void replace(MemHandle next) {
+        GlobalFree(made);
+        made = next;
+    }
+};
+
+// False when the host cancels.
+bool report(const Work& work) {
+    return askHook(lpEMData->statusHook, 0, 0, 0, work.progress) == 0;
+}
+
+bool reportStep(Work& work) {
+    work.progress += kStepProgress;
+    return report(work);
+}
+
+void negotiate(Work& work, uint32_t resolution) {
+    CellFormat format = {static_cast<double>(work.width), static_cast<double>(work.height),
+                         resolution, 0, 0};
+    if (resolution != 0) {
+        format.width = static_cast<double>(windowExtent(kWindowX1, kWindowX2)) / resolution;
+        format.height = static_cast<double>(windowExtent(kWindowY1, kWindowY2)) / resolution;
+    }
+    auto bitCount = static_cast<uint16_t>(work.bits);
+    uint16_t planes = 0;
+    QueryCellFormat(&format.width, &format.height, &bitCount, &format.resolution, &planes, 0);
+    work.outputBits = static_cast<int16_t>(bitCount);
+    work.outputModel = format.swapRedBlue;
+    // Without a resolution the array keeps its own size, whatever page the settings hold.
+    if (resolution == 0) return;
+    work.width = saturate<uint32_t>(format.width);
+    work.height = saturate<uint32_t>(format.height);
+}
+
+MemHandle copyDeviceColors() {
+    OwnedBlock palette(allocateZeroed(sizeof lpEMData->colorTable));
+    if (palette) std::memcpy(palette.data, lpEMData->colorTable, sizeof lpEMData->colorTable);
+    return palette.release();
+}
+
+void convertModel(Work& work) {
+    if (work.model != kModelCmyk && work.model != kModelRgbAlpha) return;
+    if (work.outputBits >= work.bits) return;
+    const auto convert = work.model == kModelCmyk ? rlCMYKtoRGB : rlALPHAtoRGB;
+    convert(work.current(), work.width, work.height);
+    work.bits = kTrueColorBits;
+    work.model = kModelRgb;
+}
+
+void convertDepth(Work& work) {
+    const MemHandle oldPalette = work.palette;
+    work.replace(rlChangeColorResolution(work.current(), work.width, work.height, work.bits,
+                                         work.outputBits, &work.palette));
+    if (work.palette != oldPalette) GlobalFree(oldPalette);
+    work.model = work.outputBits >= kTrueColorBits ? kModelRgb : kModelIndexed;
+}
+
+// Brings the picture to its output form; false when the host cancels. Heights alone decide about
+// scaling, and the width follows.
+bool prepare(Work& work, uint32_t width, uint32_t height) {
+    if (work.height < height) {
+        work.replace(rlShrinkBitmap(work.image, work.bits, width, height, work.width, work.height));
+        if (!reportStep(work)) return false;
+    }
+    if (work.bits < kTrueColorBits) work.palette = copyDeviceColors();
+    convertModel(work);
+    if (work.outputBits != work.bits) {
+        convertDepth(work);
+        if (!reportStep(work)) return false;
+    }
+    if (work.outputModel == kModelCmyk && work.outputBits == 32) {
+        rlRGB4toCMYK(work.current(), work.width, work.height);
+        work.model = kModelCmyk;
+    }
+    if (work.height > height) {
+        work.replace(rlStretchBitmap(work.current(), work.outputBits, width, height, work.width,
+                                     work.height));
+        if (!reportStep(work)) return false;
+    }
+    if (work.progress >= kReadyProgress) return true;
+    work.progress = kReadyProgress;
+    return report(work);
+}
+
+void writeFile(const Work& work) {
+    const OxlStream stream = lpEMData->outputStream;
+    const Locked<const uint8_t> ownPalette(work.palette);
+    // A table shorter than the depth wants is black from its end on.
+    uint8_t palette[sizeof lpEMData->colorTable] = {};
+    const size_t present = ownPalette ? GlobalSize(work.palette) : sizeof palette;
+    std::memcpy(palette, ownPalette ? ownPalette.data : &lpEMData->colorTable[0][0],
+                present < sizeof palette ? present : sizeof palette);
+    const auto bits = static_cast<uint32_t>(int32_t{work.outputBits});
+    MemHandle state = 0;
+    BeginCellBitmap(stream, work.width, work.height, bits, palette, &state);
+    WriteCellBits(stream, work.current(), work.width, work.height, bits, work.model, state);
+    EndCellBitmap(stream, state);
+}
+
+}  // namespace
+
+void RasterWriteCellData(MemHandle image, uint32_t width, uint32_t height, uint32_t resolution,
+                         int16_t bits, int16_t model) {
+    if (lpEMData == nullptr || lpSetup == nullptr || image == 0) return;
+    useDeviceSettings();
+    Work work = {image, 0, 0, width, height, bits, 0, model, 0, 0};
+    negotiate(work, resolution);
+    if (prepare(work, width, height)) writeFile(work);
+    GlobalFree(work.palette);
+    GlobalFree(work.made);
+}
+
+}  // namespace tivar

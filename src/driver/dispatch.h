@@ -1,0 +1,14 @@
+#pragma once
+
+#include <tivar/driver.h>
+
+namespace tivar {
+
+// The handler of an opcode in the current device state; d_noop when the table does not know it or
+// the state does not accept it.
+DriverHandler getfunc(uint32_t opcode);
+
+// Brackets handler calls on the common-block route; does nothing.
+void esc_mode(int32_t on);
+
+}  // namespace tivar

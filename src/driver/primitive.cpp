@@ -1,0 +1,97 @@
+// The generalized drawing primitive: -5 begins an image that cell arrays fill, -6 writes it.
+#include <tivar/driver.h>
+#include <tivar/export.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "driver/cells.h"
+#include "driver/device_state.h"
+#include "driver/error_stack.h"
+#include "driver/operations.h"
+#include "driver/param_block.h"
+#include "host/memory.h"
+
+namespace tivar {
+namespace {
+
+enum Primitive : int32_t { kBeginImage = -5, kEndImage = -6 };
+
+constexpr size_t kIdentifier = 16;
+constexpr size_t kPointCount = 20;
+constexpr size_t kDataWithoutPoints = 28;
+constexpr size_t kPointBytes = 24;
+constexpr int32_t kTrueColorBits = 24;
+
+// The data record of kBeginImage, of which 28 bytes are read.
+struct ImageHeader {
+    uint32_t cellsPerRow;
+    uint32_t rows;
+    int32_t precision;
+    int16_t flag;
+    int16_t padding;
+    uint8_t rest[12];
+};
+static_assert(sizeof(ImageHeader) == 28);
+
+void beginImage(const void* block) {
+    const size_t points = fieldAt<uint32_t>(block, kPointCount);
+    if (points > (PTRDIFF_MAX - sizeof(ImageHeader)) / kPointBytes - kDataWithoutPoints) return;
+    const auto header = fieldAt<ImageHeader>(block, kDataWithoutPoints + points * kPointBytes);
+    const uint32_t bits = bitsOfPrecision(header.precision);
+    const uint32_t width = visibleCells(header.cellsPerRow);
+    GlobalFree(lpEMData->imageMemory);
+    lpEMData->imageFlag = header.flag;
+    lpEMData->imagePending = 1;
+    lpEMData->imageWidth = static_cast<int32_t>(width);
+    lpEMData->imageHeight = static_cast<int32_t>(header.rows);
+    lpEMData->bitsPerCell = static_cast<int32_t>(bits);
+    lpEMData->nextRow = 0;
+    // The cell arrays find out when there is no memory.
+    lpEMData->imageMemory = allocateCells(width, bits, header.rows);
+}
+
+// The image's palette from the device's colours; false when it cannot be had.
+bool makePalette(CellPicture& picture) {
+    if (picture.bits >= kTrueColorBits) return true;
+    const uint32_t bytes = 3u << picture.bits;
+    picture.colorTable = allocateZeroed(bytes);
+    const Locked<uint8_t> palette(picture.colorTable);
+    if (!palette) return false;
+    std::memcpy(palette.data, lpEMData->colorTable,
+                std::min<size_t>(bytes, sizeof lpEMData->colorTable));
+    return true;
+}
+
+void endImage() {
+    lpEMData->imagePending = 0;
+    CellPicture picture = {};
+    picture.bits = static_cast<uint16_t>(lpEMData->bitsPerCell);
+    picture.width = static_cast<uint16_t>(lpEMData->imageWidth);
+    picture.height = static_cast<uint16_t>(lpEMData->imageHeight);
+    picture.resolution = static_cast<int16_t>(lpEMData->viewportResolution);
+    picture.targetWidth = static_cast<uint32_t>(lpEMData->imageWidth);
+    picture.targetHeight = static_cast<uint32_t>(lpEMData->imageHeight);
+    picture.pixels = lpEMData->imageMemory;
+    if (!makePalette(picture)) {
+        push_er(TIVAR_ERR_NO_MEMORY);
+        return;
+    }
+    useDeviceSettings();
+    OutputPicture(lpEMData->outputStream, &picture, DrawExportCellData);
+    GlobalFree(picture.colorTable);
+    GlobalFree(lpEMData->imageMemory);
+    lpEMData->imageMemory = 0;
+}
+
+}  // namespace
+
+void* d_gdp(void* block) {
+    if (lpEMData == nullptr || block == nullptr) return block;
+    const auto primitive = fieldAt<int32_t>(block, kIdentifier);
+    if (primitive == kBeginImage) beginImage(block);
+    if (primitive == kEndImage) endImage();
+    return block;
+}
+
+}  // namespace tivar

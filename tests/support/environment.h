@@ -1,0 +1,82 @@
+// Settings of the process that a test changes and the guard's end puts back.
+#ifndef TESTS_SUPPORT_ENVIRONMENT_H
+#define TESTS_SUPPORT_ENVIRONMENT_H
+
+#include <locale.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+
+#include "support/temp_directory.h"
+
+namespace support {
+
+// An environment variable: set to value, or unset without one.
+class EnvironmentVariable {
+  public:
+    explicit EnvironmentVariable(const char* name, const std::optional<std::string>& value = {})
+        : name_(name) {
+        if (const char* old = getenv(name)) old_ = old;
+        assign(value);
+    }
+    ~EnvironmentVariable() { assign(old_); }
+    EnvironmentVariable(const EnvironmentVariable&) = delete;
+    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
+
+  private:
+    void assign(const std::optional<std::string>& value) const {
+        if (value)
+            setenv(name_.c_str(), value->c_str(), 1);
+        else
+            unsetenv(name_.c_str());
+    }
+
+    std::string name_;
+    std::optional<std::string> old_;
+};
+
+// The current directory.
+class WorkingDirectory {
+  public:
+    explicit WorkingDirectory(const std::string& path) : old_(std::filesystem::current_path()) {
+        std::filesystem::current_path(path);
+    }
+    ~WorkingDirectory() { std::filesystem::current_path(old_); }
+    WorkingDirectory(const WorkingDirectory&) = delete;
+    WorkingDirectory& operator=(const WorkingDirectory&) = delete;
+
+  private:
+    std::filesystem::path old_;
+};
+
+// A locale whose decimal point is a comma, made on the spot: the machine may have none.
+class CommaLocale {
+  public:
+    CommaLocale() : path_("LOCPATH", directory_.path()) {
+        directory_.write("source", "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \"\"\n"
+                                   "grouping -1\nEND LC_NUMERIC\n");
+        const std::string command = "cd '" + directory_.path() +
+                                    "' && localedef -c -i ./source -f ANSI_X3.4-1968 ./comma "
+                                    ">/dev/null 2>&1";
+        // Its result tells of the categories that are missing, not of the one that counts.
+        [[maybe_unused]] const int result = system(command.c_str());
+        active_ = setlocale(LC_NUMERIC, "comma") != nullptr;
+    }
+    ~CommaLocale() { setlocale(LC_NUMERIC, "C"); }
+    CommaLocale(const CommaLocale&) = delete;
+    CommaLocale& operator=(const CommaLocale&) = delete;
+
+    bool active() const { return active_; }
+
+  private:
+    TempDirectory directory_;
+    EnvironmentVariable path_;
+    bool active_ = false;
+};
+
+}  // namespace support
+
+#endif

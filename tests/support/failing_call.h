@@ -1,0 +1,90 @@
+// Makes a call that the code under test makes to the C library fail. The program is linked with
+// --wrap for each function below, which leads the calls here.
+#ifndef TESTS_SUPPORT_FAILING_CALL_H
+#define TESTS_SUPPORT_FAILING_CALL_H
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+
+#include <cstring>
+#include <functional>
+
+namespace support {
+
+// From construction on, the nth call of the function fails; with an observer it is called instead,
+// just before that call goes through. One at a time.
+class FailingCall {
+  public:
+    explicit FailingCall(const char* function, int nth = 1, std::function<void()> observer = {})
+        : function_(function), left_(nth), observer_(std::move(observer)) {
+        current() = this;
+    }
+    ~FailingCall() { current() = nullptr; }
+    FailingCall(const FailingCall&) = delete;
+    FailingCall& operator=(const FailingCall&) = delete;
+
+    bool happened() const { return left_ <= 0; }
+
+    static bool due(const char* function) {
+        FailingCall* self = current();
+        if (self == nullptr || std::strcmp(self->function_, function) != 0) return false;
+        if (--self->left_ != 0) return false;
+        if (self->observer_) self->observer_();
+        return !self->observer_;
+    }
+
+  private:
+    static FailingCall*& current() {
+        static FailingCall* instance = nullptr;
+        return instance;
+    }
+
+    const char* function_;
+    int left_;
+    std::function<void()> observer_;
+};
+
+// Bytes that the last call of calloc asked for.
+inline size_t lastAllocation = 0;
+
+}  // namespace support
+
+// Nothing but their names in the program's link leads to these, so they are kept by force.
+#define SUPPORT_WRAP(result, function, parameters, arguments, failure)                \
+    extern "C" result __real_##function parameters;                                   \
+    extern "C" __attribute__((used)) inline result __wrap_##function parameters {     \
+        return support::FailingCall::due(#function) ? failure : __real_##function arguments; \
+    }
+
+SUPPORT_WRAP(void*, realloc, (void* block, size_t size), (block, size), nullptr)
+SUPPORT_WRAP(int, mkstemp, (char* name), (name), -1)
+SUPPORT_WRAP(char*, realpath, (const char* path, char* resolved), (path, resolved), nullptr)
+SUPPORT_WRAP(FILE*, fopen, (const char* name, const char* mode), (name, mode), nullptr)
+SUPPORT_WRAP(FILE*, fdopen, (int file, const char* mode), (file, mode), nullptr)
+SUPPORT_WRAP(size_t, fwrite, (const void* data, size_t size, size_t count, FILE* file),
+             (data, size, count, file), 0)
+SUPPORT_WRAP(int, fflush, (FILE * file), (file), EOF)
+SUPPORT_WRAP(int, fchmod, (int file, mode_t mode), (file, mode), -1)
+SUPPORT_WRAP(int, fsync, (int file), (file), -1)
+SUPPORT_WRAP(int, rename, (const char* from, const char* to), (from, to), -1)
+SUPPORT_WRAP(int, fclose, (FILE * file), (file), (__real_fclose(file), EOF))
+#undef SUPPORT_WRAP
+
+extern "C" void* __real_calloc(size_t count, size_t size);
+extern "C" __attribute__((used)) inline void* __wrap_calloc(size_t count, size_t size) {
+    support::lastAllocation = count * size;
+    return support::FailingCall::due("calloc") ? nullptr : __real_calloc(count, size);
+}
+
+extern "C" int __real_open(const char* name, int flags, ...);
+extern "C" __attribute__((used)) inline int __wrap_open(const char* name, int flags, ...) {
+    va_list rest;
+    va_start(rest, flags);
+    const unsigned mode = va_arg(rest, unsigned);
+    va_end(rest);
+    return support::FailingCall::due("open") ? -1 : __real_open(name, flags, mode);
+}
+
+#endif
