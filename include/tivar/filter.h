@@ -131,9 +131,34 @@ TIVAR_API int32_t EditSetup(MemHandle handle, HostWord context);
 /* Frees the record; always 0. */
 TIVAR_API int32_t DestroySetup(MemHandle handle);
 
-/* Reads or changes one setting. Result: -1 refused or handle 0, 0 unknown escape, 1 done. */
+/* Reads or changes one setting of the record. inSize is the size of inData where the table says so;
+ * saveToProfile not 0 also writes the setting to the mode's section of the profile. Result: 1 done,
+ * or input ignored; 0 not an escape; -1 refused, handle 0, or a null pointer where data is read or
+ * written. A refusal changes neither record nor profile.
+ *
+ *    1  set colour mode         int32, 4 bytes   101 to 105
+ *   11  set x resolution        int32, 4 bytes   32 to 400
+ *   12  set y resolution        int32, 4 bytes   32 to 400
+ *   13  set width in inches     double, 8 bytes  0.03125 to 22; kept: saved with ".3" before the
+ * number 14  set height in inches    double, 8 bytes  0.03125 to 22 16  get resolutions         two
+ * int32 out, 0 0 when the caller gives them 17  get size in inches      two doubles out, 0 0 when
+ * it is given 18  set resolution mode     int32, 4 bytes   0 display, 1 printer, 2 caller, 3 fixed;
+ * else ignored 19  set size mode           int32, 4 bytes   0 display, 1 printer, 2 given, 3; else
+ * ignored 25  set user value          inData itself 26  get user value          one word out 56
+ * size of an export       GetRasterInfo(setup, inData, outData) 57  get colour mode         inSize
+ * 4, int32 out; -1 when the record's is unknown 81  set document procedure  inData itself
+ * (OxlDocProc), inSize 4 on every host; else ignored */
 TIVAR_API int32_t xEscapeSetup(MemHandle setup, int32_t escape, int32_t inSize, void* inData,
                                void* outData, int32_t saveToProfile);
+
+/* The size in pixels that an export with the settings in lpRaster would have, into size[0] and
+ * size[1], and the sizes and resolutions that this settles into the settings. info holds display
+ * resolution, an unused number, picture resolution, picture width and height, display width and
+ * height. setup is not used. Always 0; null pointers change nothing. */
+TIVAR_API int32_t GetRasterInfo(MemHandle setup, const int32_t* info, int32_t* size);
+
+/* Fits a size in inches into 22 inches, keeping its proportions. Always 0. */
+TIVAR_API int32_t ScaleImageSize(double* width, double* height);
 
 /* Writes the built-in defaults; filterName and lineMode stay. 0; -1 for null. */
 TIVAR_API int32_t UseDefaultSettings(SetupRecord* record);

@@ -72,6 +72,12 @@ TIVAR_API int32_t oxlWrite(OxlStream stream, const void* buffer, int32_t count);
  * -1. A memory stream grows when the place lies behind its limit. */
 TIVAR_API int32_t oxlSeek(OxlStream stream, int32_t offset, int32_t whence);
 
+/* The same over a stream embedded in a compound file, once the component that opened the container
+ * has set the stream up for it; oxlRead and oxlSeek lead here then. A seek is held to the stream's
+ * bounds; kept: an offset from the end counts back from it. */
+TIVAR_API int32_t docRead(OxlStream stream, void* buffer, int32_t count);
+TIVAR_API int32_t docSeek(OxlStream stream, int32_t offset, int32_t whence);
+
 /* Copies a file: bytes written minus bytes read, 0 for a complete copy. */
 TIVAR_API int32_t oxlCopy(const char* sourceName, const char* targetName);
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <cstring>
 
 namespace tivar {
@@ -66,6 +67,15 @@ double parseDouble(const char* text) {
     const double value = strtod_l(text, nullptr, plain);
     freelocale(plain);
     return value;
+}
+
+void formatDouble(char* text, size_t capacity, double value, int digits) {
+    const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
+    const locale_t previous = plain == nullptr ? nullptr : uselocale(plain);
+    std::snprintf(text, capacity, "%.*g", digits, value);
+    if (plain == nullptr) return;
+    uselocale(previous);
+    freelocale(plain);
 }
 
 }  // namespace tivar

@@ -285,6 +285,7 @@ int32_t oxlRead(OxlStream stream, void* buffer, int32_t count) {
     if (record->document != nullptr)
         return static_cast<int32_t>(
             record->document(record->documentHandle, kDocRead, asWord(buffer), count));
+    if (record->embedded.flag != 0) return docRead(stream, buffer, count);
     if (buffer == nullptr) return kFailed;
     return readBytes(*record, static_cast<uint8_t*>(buffer), count);
 }
@@ -305,6 +306,7 @@ int32_t oxlSeek(OxlStream stream, int32_t offset, int32_t whence) {
     if (record->document != nullptr)
         return static_cast<int32_t>(
             record->document(record->documentHandle, kDocSeek, asWord(&offset), whence));
+    if (record->embedded.flag != 0) return docSeek(stream, offset, whence);
     return seekStream(*record, offset, whence);
 }
 

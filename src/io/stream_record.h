@@ -14,6 +14,18 @@ constexpr int32_t kStreamBufferSize = 12288;
 constexpr int32_t kFailed = -1;
 constexpr uint8_t kEndMark = 0xFF;
 
+// An embedded stream of a compound file, filled in by the component that opens the container, which
+// sets the flag last: reads and seeks of the stream then go through docRead and docSeek.
+struct EmbeddedStream {
+    uint32_t position;
+    int32_t flag;
+    MemHandle sectorTable;      // 32-bit entries: what follows each sector
+    MemHandle miniSectorTable;  // the same for mini sectors
+    uint32_t miniStreamStart;   // first sector of the mini stream
+    uint32_t start;             // first sector, or mini sector up to a length of 4095
+    uint32_t length;
+};
+
 struct StreamRecord {
     FILE* file;            // null for memory and document streams
     MemHandle buffer;      // file streams: own buffer; memory streams: the caller's block
@@ -38,6 +50,7 @@ struct StreamRecord {
     int16_t floatFormat;
     int16_t lineFormat;
     int32_t named;
+    EmbeddedStream embedded;
 };
 
 inline bool isMemory(const StreamRecord& stream) {
