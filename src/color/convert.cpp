@@ -8,19 +8,12 @@
 #include "color/bitmap.h"
 #include "color/debug.h"
 #include "color/pixel.h"
+#include "color/row_converter.h"
 #include "host/memory.h"
 #include "host/numbers.h"
 
 namespace tivar {
 namespace {
-
-void convertRow(const uint8_t* source, int16_t sourceBits, uint8_t* dest, const PixelTarget& target,
-                uint32_t width) {
-    for (uint32_t x = 0; x < width; ++x) {
-        const uint32_t value = getPixel(source, x, sourceBits);
-        storePixel(dest, x, target.bitsPerPixel, resolveValue(target, value));
-    }
-}
 
 // The pixel-by-pixel way, which the debug level that traces pixels asks for.
 void traceRow(const uint8_t* source, int16_t sourceBits, uint8_t* dest, uint32_t y,
@@ -35,12 +28,12 @@ void convertRows(const SourceBitmap& source, int16_t sourceBits, uint8_t* dest,
                  const BitmapSize& destSize, const PixelTarget& target, uint32_t width,
                  uint32_t height) {
     if (width == 0 || !isStoredDepth(target.bitsPerPixel)) return;
+    RowConverter converter(sourceBits, target, width);
     for (uint32_t y = 0; y < height; ++y) {
         if (tracesPixels())
             traceRow(source.row(y), sourceBits, dest, y, target, destSize, width);
         else
-            convertRow(source.row(y), sourceBits, dest + size_t{y} * destSize.stride, target,
-                       width);
+            converter.convert(source.row(y), dest + size_t{y} * destSize.stride);
         if (printsDots()) std::fputc('.', stderr);
     }
 }

@@ -11,6 +11,7 @@
 
 #include "color/bitmap.h"
 #include "color/debug.h"
+#include "color/dither_rows.h"
 #include "color/pixel.h"
 #include "driver/color_transform.h"
 #include "host/memory.h"
@@ -111,15 +112,57 @@ void ditherRows(uint8_t* rows, uint32_t width, uint32_t height, int16_t destBits
     if (printsDots()) std::fputc('\n', stdout);
 }
 
-// Dithers the working copy to the table and converts it to the target depth.
-MemHandle ditherCopy(const OwnedBlock& copy, uint32_t width, uint32_t height, int16_t destBits,
-                     MemHandle tableHandle, int16_t count) {
-    const SourceTable table(tableHandle, count);
-    if (!copy || table.data() == nullptr) return 0;
-    printTable(table.data(), count);
-    ditherRows(copy.data, width, height, destBits, table.data(), count);
-    return rlConvertBitmapDepth(copy.handle, width, height, 24, destBits, 0, tableHandle, count);
+// What is dithered to what.
+struct DitherJob {
+    MemHandle bits;
+    uint32_t width;
+    uint32_t height;
+    int16_t sourceBits;
+    int16_t destBits;
+    MemHandle sourceTable;
+    MemHandle table;
+    int16_t count;
+};
+
+// The plain way: diffuses a whole working copy and converts it.
+MemHandle ditherPlainly(const DitherJob& job, const uint8_t* table) {
+    const OwnedBlock copy(
+        workingCopy(job.bits, job.width, job.height, job.sourceBits, job.sourceTable));
+    if (!copy) return 0;
+    printTable(table, job.count);
+    ditherRows(copy.data, job.width, job.height, job.destBits, table, job.count);
+    return rlConvertBitmapDepth(copy.handle, job.width, job.height, 24, job.destBits, 0, job.table,
+                                job.count);
 }
+
+MemHandle ditherBits(const DitherJob& job) {
+    const SourceTable table(job.table, std::max<int>(job.count, 1));
+    if (table.data() == nullptr) return 0;
+    // The debug texts tell of a working copy and its conversion.
+    if (printsSummaries() || !canDitherRows(job.destBits, job.count))
+        return ditherPlainly(job, table.data());
+    const SourceBitmap source(job.bits, job.width, job.height, job.sourceBits);
+    const SourceTable sourceTable(job.sourceTable, entriesOfDepth(job.sourceBits));
+    OwnedBlock dest(source ? allocateBitmap(job.width, job.height, job.destBits) : 0);
+    if (!dest) return 0;
+    const DitherTarget target = {dest.data, job.destBits, table.data(), job.count};
+    if (!ditherRowByRow(source, job.sourceBits, sourceTable.data(), target, job.width, job.height))
+        return ditherPlainly(job, table.data());
+    return dest.release();
+}
+
+// A bitmap of 24 bits with the source's colours, for choosing a table: the source itself where it
+// can serve.
+struct ColorSource {
+    ColorSource(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
+                MemHandle sourceTable, bool needed)
+        : copy(needed && sourceBits != 24
+                   ? workingCopy(bits, width, height, sourceBits, sourceTable)
+                   : 0),
+          handle(sourceBits == 24 ? bits : copy.handle) {}
+    OwnedBlock copy;
+    MemHandle handle;
+};
 
 }  // namespace
 }  // namespace tivar
@@ -129,12 +172,14 @@ using namespace tivar;
 MemHandle rlDitherBitmap(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
                          int16_t destBits, MemHandle sourceTable, MemHandle* colorTable) {
     if (bits == 0 || colorTable == nullptr) return 0;
-    const OwnedBlock copy(workingCopy(bits, width, height, sourceBits, sourceTable));
-    const ChosenTable table = chooseTable(copy.handle, width, height, entriesOfDepth(destBits),
-                                          *colorTable, *colorTable != 0);
+    const uint16_t entries = entriesOfDepth(destBits);
+    const bool reduces = entries >= 3 && *colorTable == 0;
+    const ColorSource colors(bits, width, height, sourceBits, sourceTable, reduces);
+    const ChosenTable table =
+        chooseTable(colors.handle, width, height, entries, *colorTable, *colorTable != 0);
     *colorTable = table.handle;
-    return ditherCopy(copy, width, height, destBits, table.handle,
-                      static_cast<int16_t>(table.count));
+    return ditherBits({bits, width, height, sourceBits, destBits, sourceTable, table.handle,
+                       static_cast<int16_t>(table.count)});
 }
 
 int32_t rlDitherGetCT(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
@@ -142,9 +187,9 @@ int32_t rlDitherGetCT(MemHandle bits, uint32_t width, uint32_t height, int16_t s
                       uint16_t* colorCount) {
     if (bits == 0 || colorTable == nullptr || colorCount == nullptr) return -1;
     const uint16_t entries = entriesOfDepth(destBits);
-    const OwnedBlock copy(entries < 3 ? 0
-                                      : workingCopy(bits, width, height, sourceBits, sourceTable));
-    const ChosenTable table = chooseTable(copy.handle, width, height, entries, *colorTable, false);
+    const ColorSource colors(bits, width, height, sourceBits, sourceTable, entries >= 3);
+    const ChosenTable table =
+        chooseTable(colors.handle, width, height, entries, *colorTable, false);
     *colorTable = table.handle;
     *colorCount = table.count;
     const SourceTable entriesChosen(table.handle, table.count);
@@ -154,8 +199,7 @@ int32_t rlDitherGetCT(MemHandle bits, uint32_t width, uint32_t height, int16_t s
 
 MemHandle rlDitherGivenCT(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
                           int16_t destBits, MemHandle sourceTable, MemHandle table, int16_t count) {
-    const OwnedBlock copy(workingCopy(bits, width, height, sourceBits, sourceTable));
-    return ditherCopy(copy, width, height, destBits, table, count);
+    return ditherBits({bits, width, height, sourceBits, destBits, sourceTable, table, count});
 }
 
 void _rlDitherOneLine(uint8_t* row, uint8_t* nextRow, const uint8_t* table, uint32_t width,

@@ -1,0 +1,79 @@
+#include "color/row_converter.h"
+
+#include <cstring>
+
+#include "color/rows.h"
+
+namespace tivar {
+
+void convertRowPlainly(const uint8_t* source, int16_t sourceBits, uint8_t* dest,
+                       const PixelTarget& target, uint32_t width) {
+    for (uint32_t x = 0; x < width; ++x) {
+        const uint32_t value = getPixel(source, x, sourceBits);
+        storePixel(dest, x, target.bitsPerPixel, resolveValue(target, value));
+    }
+}
+
+RowConverter::RowConverter(int16_t fromBits, const PixelTarget& to, uint32_t rowWidth)
+    : sourceBits(fromBits),
+      target(to),
+      width(rowWidth),
+      indexBlock(rowWidth < UINT32_MAX - 8 ? allocateQuietly(TIVAR_GMEM_FLAGS, rowWidth + 8) : 0) {
+    const bool toIndices = isIndexedDepth(target.bitsPerPixel);
+    if (!indexBlock) return;
+    if (isIndexedDepth(sourceBits)) {
+        for (uint32_t i = 0; i < 1u << sourceBits; ++i) {
+            colors[i] = resolveValue(target, i);
+            mapped[i] = static_cast<uint8_t>(colors[i]);
+        }
+        if (toIndices) step = &RowConverter::convertIndices;
+        if (target.bitsPerPixel == 24) step = &RowConverter::expandIndices;
+    } else if (sourceBits == 24 && toIndices && target.colorTable != nullptr) {
+        finder.emplace(target.colorTable, target.colorCount);
+        step = &RowConverter::matchColors;
+    }
+}
+
+void RowConverter::convert(const uint8_t* source, uint8_t* dest) {
+    const bool copies = sourceBits == 24 && target.bitsPerPixel == 24;
+    if (copies)
+        std::memcpy(dest, source, size_t{width} * 3);
+    else if (step != nullptr)
+        (this->*step)(source, dest);
+    else
+        convertRowPlainly(source, sourceBits, dest, target, width);
+}
+
+void RowConverter::convertIndices(const uint8_t* source, uint8_t* dest) {
+    uint8_t* indices = target.bitsPerPixel == 8 ? dest : indexBlock.data;
+    const uint8_t* unpacked = source;
+    if (sourceBits != 8) {
+        unpackIndices(source, sourceBits, width, indexBlock.data);
+        unpacked = indexBlock.data;
+    }
+    for (uint32_t x = 0; x < width; ++x) indices[x] = mapped[unpacked[x]];
+    if (indices != dest) packIndices(indices, target.bitsPerPixel, width, dest);
+}
+
+void RowConverter::expandIndices(const uint8_t* source, uint8_t* dest) {
+    const uint8_t* unpacked = source;
+    if (sourceBits != 8) {
+        unpackIndices(source, sourceBits, width, indexBlock.data);
+        unpacked = indexBlock.data;
+    }
+    for (uint32_t x = 0; x < width; ++x, dest += 3) {
+        const uint32_t color = colors[unpacked[x]];
+        dest[0] = redOf(color);
+        dest[1] = greenOf(color);
+        dest[2] = blueOf(color);
+    }
+}
+
+void RowConverter::matchColors(const uint8_t* source, uint8_t* dest) {
+    uint8_t* indices = target.bitsPerPixel == 8 ? dest : indexBlock.data;
+    for (uint32_t x = 0; x < width; ++x, source += 3)
+        indices[x] = finder->findByte(packRgb(source[0], source[1], source[2]));
+    if (indices != dest) packIndices(indices, target.bitsPerPixel, width, dest);
+}
+
+}  // namespace tivar
