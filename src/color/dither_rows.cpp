@@ -67,32 +67,91 @@ struct StoredIndices {
 
 // ---- Colours ----
 
-void diffuseColor(uint8_t* pixel, uint8_t* below, const uint8_t* entry, bool hasLeft) {
-    for (int channel = 0; channel < 3; ++channel) {
-        const Shares shares = sharesOf(pixel[channel] - entry[channel]);
-        const auto add = [channel](uint8_t* to, int amount) {
-            to[channel] = static_cast<uint8_t>(clampByte(to[channel] + amount));
-        };
-        add(pixel + 3, shares.right);
-        if (below == nullptr) continue;
-        add(below, shares.below);
-        if (hasLeft) add(below - 3, shares.belowLeft);
-        add(below + 3, shares.belowRight);
-    }
+// Two rows are diffused at once, the second three pixels behind the first, so that each one's waits
+// for its search and its error hide the other's. Three pixels are enough for the first row to be
+// done with every place that the second one touches. Pixels are four 16-bit lanes: red, green,
+// blue, an idle one.
+typedef int16_t Lanes __attribute__((vector_size(16)));
+
+constexpr int32_t kLag = 3;
+constexpr int32_t kMargin =
+    8;  // pixels in front of and behind a row, for the lanes that idle there
+
+// A pixel's four lanes, red lowest.
+using FlightPixel = uint64_t;
+typedef FlightPixel PixelPair __attribute__((vector_size(16)));
+
+constexpr FlightPixel flightPixel(const uint8_t* color) {
+    return color[0] | FlightPixel{color[1]} << 16 | FlightPixel{color[2]} << 32;
 }
 
-// Diffuses row into itself and next, and puts the stored index of each pixel into indices.
-void ditherColors(uint8_t* row, uint8_t* next, NearestFinder& finder, const DitherTarget& target,
-                  const uint8_t* stored, uint32_t width, uint8_t* indices) {
-    uint32_t entry = 0;
-    for (uint32_t x = 0; x + 1 < width; ++x) {
-        uint8_t* pixel = row + size_t{x} * 3;
-        entry = finder.find(pixel[0], pixel[1], pixel[2]);
-        indices[x] = stored[entry];
-        diffuseColor(pixel, next == nullptr ? nullptr : next + size_t{x} * 3,
-                     target.table + size_t{entry} * 3, x > 0);
+// Through registers: a store of two halves and a load of the whole would wait for each other.
+Lanes join(FlightPixel first, FlightPixel second) {
+    return reinterpret_cast<Lanes>(PixelPair{first, second});
+}
+
+PixelPair part(Lanes lanes) {
+    return reinterpret_cast<PixelPair>(lanes);
+}
+
+Lanes clampLanes(Lanes lanes) {
+    lanes &= ~(lanes < 0);
+    const Lanes above = lanes > 255;
+    return (lanes & ~above) | (above & 255);
+}
+
+// Division by a power of two that truncates toward zero.
+Lanes divideLanes(Lanes lanes, int shift) {
+    const auto remainder = static_cast<int16_t>((1 << shift) - 1);
+    return (lanes + ((lanes >> 15) & remainder)) >> shift;
+}
+
+struct ColorDiffuser {
+    NearestFinder& finder;
+    const FlightPixel* entries;  // the table, a pixel an entry
+    const uint8_t* stored;       // stored index of each entry
+    int32_t width;
+};
+
+// The chosen entries of two pixels; a row that is not at a pixel to search passes no error on.
+struct Choice {
+    uint32_t index = 0;
+    FlightPixel pick(const ColorDiffuser& diffuser, FlightPixel level, int32_t x,
+                     uint8_t* indices) {
+        if (x < 0 || x >= diffuser.width - 1) return level;
+        index = diffuser.finder.find(static_cast<uint8_t>(level), static_cast<uint8_t>(level >> 16),
+                                     static_cast<uint8_t>(level >> 32));
+        indices[x] = diffuser.stored[index];
+        return diffuser.entries[index];
     }
-    indices[width - 1] = stored[entry];
+};
+
+// Diffuses rows first and second, which follow each other, into themselves and third, and puts the
+// stored index of each pixel into its row of indices.
+void ditherTwoRows(const ColorDiffuser& diffuser, const FlightPixel* first, FlightPixel* second,
+                   FlightPixel* third, uint8_t* firstIndices, uint8_t* secondIndices) {
+    Choice firstChoice;
+    Choice secondChoice;
+    Lanes level = {};
+    Lanes below = {};
+    Lanes belowLeft = {};
+    for (int32_t x = -1; x <= diffuser.width + kLag; ++x) {
+        const int32_t behind = x - kLag;
+        const PixelPair levels = part(level);
+        const Lanes entry = join(firstChoice.pick(diffuser, levels[0], x, firstIndices),
+                                 secondChoice.pick(diffuser, levels[1], behind, secondIndices));
+        const Lanes error = level - entry;
+        const Lanes q = divideLanes(error, 3);
+        const Lanes t = divideLanes(error * 7, 4);
+        level = clampLanes(join(first[x + 1], second[behind + 1]) + t);
+        const PixelPair finished = part(clampLanes(belowLeft + t - 2 * q));
+        second[x - 1] = finished[0];
+        third[behind - 1] = finished[1];
+        belowLeft = clampLanes(below + t - q);
+        below = clampLanes(join(second[x + 1], third[behind + 1]) + t - 3 * q);
+    }
+    firstIndices[diffuser.width - 1] = diffuser.stored[firstChoice.index];
+    secondIndices[diffuser.width - 1] = diffuser.stored[secondChoice.index];
 }
 
 // ---- Greys ----
@@ -152,49 +211,67 @@ void ditherGreys(const uint8_t* row, uint8_t* next, const GreyStep* steps, uint8
 
 // ---- Whole bitmaps ----
 
-// Rows in flight, of the bytes given each, and the indices of one.
-struct Flight {
-    Flight(uint32_t rowBytes, uint32_t width)
-        : rows{OwnedBlock(allocateQuietly(TIVAR_GMEM_FLAGS, rowBytes)),
-               OwnedBlock(allocateQuietly(TIVAR_GMEM_FLAGS, rowBytes))},
-          indices(allocateQuietly(TIVAR_GMEM_FLAGS, width)) {}
-    explicit operator bool() const { return rows[0] && rows[1] && indices; }
-    OwnedBlock rows[2];
-    OwnedBlock indices;
+MemHandle allocateRow(uint64_t bytes) {
+    return bytes > UINT32_MAX ? 0 : allocateQuietly(TIVAR_GMEM_FLAGS, static_cast<uint32_t>(bytes));
+}
+
+// A row in flight with its margins.
+struct FlightRow {
+    explicit FlightRow(uint32_t width)
+        : block(allocateRow((uint64_t{width} + 2 * kMargin) * sizeof(FlightPixel))) {}
+    FlightPixel* pixels() const { return reinterpret_cast<FlightPixel*>(block.data) + kMargin; }
+    OwnedBlock block;
 };
+
+void spreadPixels(const uint8_t* colors, uint32_t width, FlightPixel* pixels) {
+    for (uint32_t x = 0; x < width; ++x, colors += 3) pixels[x] = flightPixel(colors);
+}
 
 bool ditherColorRows(RowLoader& loader, const DitherTarget& target, const uint8_t* stored,
                      uint32_t width, uint32_t height, size_t stride) {
-    const Flight flight(width * 3 + 3, width);
-    if (!flight) return false;
-    const bool grey = target.bitsPerPixel == 1;
+    const FlightRow rows[3] = {FlightRow(width), FlightRow(width), FlightRow(width)};
+    const OwnedBlock colors(allocateRow(uint64_t{width} * 3));
+    const OwnedBlock indices(allocateRow(uint64_t{width} * 2));
+    const auto entryCount = static_cast<uint32_t>(std::max<int>(target.count, 1));
+    const OwnedBlock entryBlock(allocateRow(uint64_t{entryCount} * sizeof(FlightPixel)));
+    if (!rows[0].block || !rows[1].block || !rows[2].block || !colors || !indices || !entryBlock)
+        return false;
+    auto* entries = reinterpret_cast<FlightPixel*>(entryBlock.data);
+    spreadPixels(target.table, entryCount, entries);
     NearestFinder finder(target.table, target.count);
-    uint8_t* row = flight.rows[0].data;
-    uint8_t* next = flight.rows[1].data;
-    const auto load = [&](uint32_t y, uint8_t* to) {
-        loader.load(y, to);
-        if (grey) rev_rgb(static_cast<int32_t>(width), to, kTurnGrey);
+    const ColorDiffuser diffuser = {finder, entries, stored, static_cast<int32_t>(width)};
+    FlightPixel* first = rows[0].pixels();
+    FlightPixel* second = rows[1].pixels();
+    FlightPixel* third = rows[2].pixels();
+    // Behind the last row errors go into rows that nobody reads.
+    const auto load = [&](uint32_t y, FlightPixel* to) {
+        if (y >= height) return;
+        loader.load(y, colors.data);
+        if (target.bitsPerPixel == 1) rev_rgb(static_cast<int32_t>(width), colors.data, kTurnGrey);
+        spreadPixels(colors.data, width, to);
     };
-    load(0, row);
-    for (uint32_t y = 0; y < height; ++y) {
-        const bool more = y + 1 < height;
-        if (more) load(y + 1, next);
-        ditherColors(row, more ? next : nullptr, finder, target, stored, width,
-                     flight.indices.data);
-        packIndices(flight.indices.data, target.bitsPerPixel, width, target.rows + y * stride);
-        std::swap(row, next);
+    load(0, first);
+    for (uint32_t y = 0; y < height; y += 2) {
+        load(y + 1, second);
+        load(y + 2, third);
+        ditherTwoRows(diffuser, first, second, third, indices.data, indices.data + width);
+        for (uint32_t row = y; row < std::min(y + 2, height); ++row)
+            packIndices(indices.data + size_t{row - y} * width, target.bitsPerPixel, width,
+                        target.rows + row * stride);
+        std::swap(first, third);
     }
     return true;
 }
 
 bool ditherGreyRows(RowLoader& loader, const DitherTarget& target, const uint8_t* stored,
                     uint32_t width, uint32_t height, size_t stride) {
-    const Flight flight(width, width);
-    const OwnedBlock colors(allocateQuietly(TIVAR_GMEM_FLAGS, width * 3));
-    if (!flight || !colors) return false;
+    const OwnedBlock rows[2] = {OwnedBlock(allocateRow(width)), OwnedBlock(allocateRow(width))};
+    const OwnedBlock colors(allocateRow(uint64_t{width} * 3));
+    const OwnedBlock indices(allocateRow(width));
+    if (!rows[0] || !rows[1] || !colors || !indices) return false;
     const GreySteps steps(target, stored);
-    uint8_t* row = flight.rows[0].data;
-    uint8_t* next = flight.rows[1].data;
+    uint8_t* row = rows[0].data;
+    uint8_t* next = rows[1].data;
     const auto load = [&](uint32_t y, uint8_t* to) {
         loader.load(y, colors.data);
         turnGrey(colors.data, width, to);
@@ -203,8 +280,8 @@ bool ditherGreyRows(RowLoader& loader, const DitherTarget& target, const uint8_t
     for (uint32_t y = 0; y < height; ++y) {
         // Below the last row errors go into a row that nobody reads.
         if (y + 1 < height) load(y + 1, next);
-        ditherGreys(row, next, steps.steps, stored[0], width, flight.indices.data);
-        packIndices(flight.indices.data, target.bitsPerPixel, width, target.rows + y * stride);
+        ditherGreys(row, next, steps.steps, stored[0], width, indices.data);
+        packIndices(indices.data, target.bitsPerPixel, width, target.rows + y * stride);
         std::swap(row, next);
     }
     return true;
@@ -221,7 +298,7 @@ bool canDitherRows(int16_t destBits, int16_t count) {
 bool ditherRowByRow(const SourceBitmap& source, int16_t sourceBits, const uint8_t* sourceTable,
                     const DitherTarget& target, uint32_t width, uint32_t height) {
     if (width == 0 || height == 0) return true;
-    if (width > UINT32_MAX / 3 - 3) return false;
+    if (width > INT32_MAX - 2 * kMargin) return false;
     RowLoader loader(source, sourceBits, sourceTable, width);
     const StoredIndices stored(target);
     if (!stored.block) return false;

@@ -7,38 +7,21 @@
 namespace tivar {
 namespace {
 
-struct Reach {
-    uint32_t nearest;   // squared distance to the closest colour of the cell
-    uint32_t farthest;  // and to the farthest one
-};
-
-constexpr int kCellSide = 8;
-
-// Distances of one channel's value from the interval of the cell.
-Reach channelReach(int value, int low) {
-    const int high = low + kCellSide - 1;
-    const int near = std::max({low - value, value - high, 0});
-    const int far = std::max(value > low ? value - low : low - value,
-                             value > high ? value - high : high - value);
-    return {static_cast<uint32_t>(near * near), static_cast<uint32_t>(far * far)};
-}
-
-Reach reachOf(const uint8_t* entry, uint32_t cell) {
-    Reach sum = {0, 0};
-    for (int channel = 0; channel < 3; ++channel) {
-        const int low = static_cast<int>(cell >> (10 - 5 * channel) & 31) * kCellSide;
-        const Reach reach = channelReach(entry[channel], low);
-        sum = {sum.nearest + reach.nearest, sum.farthest + reach.farthest};
-    }
-    return sum;
-}
+// Few entries leave most cells a single candidate when the cells are small; for many entries
+// building that many lists would cost more than it saves.
+constexpr int16_t kFewEntries = 64;
+constexpr int kSmallSideBits = 2;
+constexpr int kLargeSideBits = 3;
 
 bool isGreyEntry(const uint8_t* entry) {
     return entry[0] == entry[1] && entry[1] == entry[2];
 }
 
-uint32_t tableReachBytes(int16_t count) {
-    return count > 0 ? static_cast<uint32_t>(count) * 4 : 4;
+// Takes a block over into an owner; false without memory.
+bool obtain(OwnedBlock& owner, size_t bytes) {
+    owner.handle = allocateQuietly(TIVAR_GMEM_FLAGS, static_cast<uint32_t>(bytes));
+    owner.data = static_cast<uint8_t*>(GlobalLock(owner.handle));
+    return owner.data != nullptr;
 }
 
 }  // namespace
@@ -46,17 +29,69 @@ uint32_t tableReachBytes(int16_t count) {
 NearestFinder::NearestFinder(const uint8_t* colors, int16_t colorCount)
     : table(colors),
       count(colorCount),
-      listBlock(allocateQuietly(TIVAR_GMEM_FLAGS, kCells * 2 * sizeof(uint32_t))),
-      candidateBlock(allocateQuietly(TIVAR_GMEM_FLAGS, kCandidates * sizeof(Candidate))),
-      reachBlock(allocateQuietly(TIVAR_GMEM_FLAGS, tableReachBytes(colorCount))),
-      memoBlock(allocateQuietly(TIVAR_GMEM_FLAGS, sizeof(uint32_t) << kMemoBits)),
-      lists(reinterpret_cast<uint32_t*>(listBlock.data)),
-      candidates(reinterpret_cast<Candidate*>(candidateBlock.data)),
-      reach(reinterpret_cast<uint32_t*>(reachBlock.data)),
-      memo(reinterpret_cast<uint32_t*>(memoBlock.data)) {
-    if (candidates == nullptr || reach == nullptr) lists = nullptr;
-    // An empty slot is black's own, the only colour that its zeros could be taken for.
-    if (memo != nullptr) memo[0] = searchTable(0, 0, 0) & 0xFF;
+      sideBits(colorCount <= kFewEntries ? kSmallSideBits : kLargeSideBits),
+      cellBits(8 - sideBits),
+      cells(1u << (3 * cellBits)) {
+    if (obtain(memoBlock, sizeof(uint32_t) << kMemoBits)) {
+        memo = reinterpret_cast<uint32_t*>(memoBlock.data);
+        // An empty slot is black's own, the only colour that its zeros could be taken for.
+        memo[0] = searchTable(0, 0, 0) & 0xFF;
+    }
+    if (count < 1 || count > kLargestTable || !allocate()) return;
+    sortKinds();
+    lists = reinterpret_cast<uint32_t*>(listBlock.data);
+}
+
+bool NearestFinder::allocate() {
+    const auto entries = static_cast<size_t>(count);
+    const size_t intervals = size_t{3} << cellBits;
+    const bool obtained = obtain(listBlock, size_t{cells} * 2 * sizeof(uint32_t)) &&
+                          obtain(candidateBlock, kCandidates * sizeof(Candidate)) &&
+                          obtain(entryBlock, entries * sizeof(Candidate)) &&
+                          obtain(reachBlock, entries * intervals * 2 * sizeof(int32_t));
+    if (obtained) candidates = reinterpret_cast<Candidate*>(candidateBlock.data);
+    return obtained;
+}
+
+void NearestFinder::sortKinds() {
+    auto* entries = reinterpret_cast<Candidate*>(entryBlock.data);
+    auto* reach = reinterpret_cast<int32_t*>(reachBlock.data);
+    for (const bool grey : {false, true}) {
+        Kind& kind = kinds[grey ? 1 : 0];
+        kind.entries = entries;
+        for (int i = 0; i < count; ++i) {
+            const uint8_t* entry = table + i * 3;
+            if (isGreyEntry(entry) != grey) continue;
+            *entries++ = {entry[0], entry[1], entry[2], static_cast<uint16_t>(i)};
+        }
+        kind.count = static_cast<int32_t>(entries - kind.entries);
+        const size_t distances = static_cast<size_t>(kind.count) * 3 << cellBits;
+        kind.near = reach;
+        kind.far = reach + distances;
+        reach += 2 * distances;
+        measureKind(kind);
+    }
+}
+
+void NearestFinder::measureKind(Kind& kind) const {
+    int32_t* near = kind.near;
+    int32_t* far = kind.far;
+    for (int channel = 0; channel < 3; ++channel) {
+        for (int interval = 0; interval < 1 << cellBits; ++interval) {
+            const int low = interval << sideBits;
+            const int high = low + (1 << sideBits) - 1;
+            for (int i = 0; i < kind.count; ++i) {
+                const Candidate& entry = kind.entries[i];
+                const int value = channel == 0   ? entry.red
+                                  : channel == 1 ? entry.green
+                                                 : entry.blue;
+                const int nearest = std::max({low - value, value - high, 0});
+                const int farthest = std::max(value - low, high - value);
+                *near++ = nearest * nearest;
+                *far++ = farthest * farthest;
+            }
+        }
+    }
 }
 
 uint32_t NearestFinder::searchTable(uint8_t red, uint8_t green, uint8_t blue) const {
@@ -64,25 +99,30 @@ uint32_t NearestFinder::searchTable(uint8_t red, uint8_t green, uint8_t blue) co
 }
 
 uint32_t NearestFinder::buildList(uint32_t cell, bool grey) {
-    // Whatever the query, the nearest entry is no farther than the entry with the least farthest
-    // reach.
-    uint32_t bound = UINT32_MAX;
-    for (int i = 0; i < count; ++i) {
-        const uint8_t* entry = table + i * 3;
-        if (isGreyEntry(entry) != grey) continue;
-        const Reach entryReach = reachOf(entry, cell);
-        reach[i] = entryReach.nearest;
-        bound = std::min(bound, entryReach.farthest);
-    }
-    if (kCandidates - used < static_cast<uint32_t>(std::max<int>(count, 0)) + 1)
-        return kSearchTable;
+    const Kind& kind = kinds[grey ? 1 : 0];
+    // Without an entry of its kind a query finds index 0.
+    if (kind.count == 0) return kOneOfTwo;
+    if (kCandidates - used < static_cast<uint32_t>(kind.count) + 1) return kSearchTable;
+    const auto row = [&](const int32_t* distances, int channel) {
+        const uint32_t interval = cell >> (2 - channel) * cellBits & ((1u << cellBits) - 1);
+        const uint32_t place = (static_cast<uint32_t>(channel) << cellBits) + interval;
+        return distances + size_t{place} * static_cast<size_t>(kind.count);
+    };
+    const int32_t *farRed = row(kind.far, 0), *farGreen = row(kind.far, 1);
+    const int32_t *farBlue = row(kind.far, 2), *nearRed = row(kind.near, 0);
+    const int32_t *nearGreen = row(kind.near, 1), *nearBlue = row(kind.near, 2);
+    // Whatever the query, the nearest entry is no farther than the least of the farthest distances.
+    int32_t bound = INT32_MAX;
+    for (int i = 0; i < kind.count; ++i)
+        bound = std::min(bound, farRed[i] + farGreen[i] + farBlue[i]);
     Candidate* head = candidates + used;
     uint16_t listed = 0;
-    for (int i = 0; i < count; ++i) {
-        const uint8_t* entry = table + i * 3;
-        if (isGreyEntry(entry) != grey || reach[i] > bound) continue;
-        head[++listed] = {entry[0], entry[1], entry[2], static_cast<uint16_t>(i)};
+    for (int i = 0; i < kind.count; ++i) {
+        head[listed + 1] = kind.entries[i];
+        if (nearRed[i] + nearGreen[i] + nearBlue[i] <= bound) ++listed;
     }
+    if (listed <= 2)
+        return kOneOfTwo | head[1].index | static_cast<uint32_t>(head[listed].index) << kIndexBits;
     head->index = listed;
     const uint32_t list = used;
     used += 1u + listed;

@@ -1,9 +1,10 @@
-// Exact nearest-entry search for many queries over one table. Colour space is cut into cells of 8 x
-// 8 x 8 colours; each cell lists, once it is asked for, the few entries that can be nearest to any
-// of its colours, in table order, so that a look through the list gives what a look through the
-// table would: grey and colour kept apart, the lowest index on ties.
+// Exact nearest-entry search for many queries over one table. Colour space is cut into cubic cells;
+// each cell lists, once it is asked for, the few entries that can be nearest to any of its colours,
+// in table order, so that a look through the list gives what a look through the table would: grey
+// and colour kept apart, the lowest index on ties.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "host/memory.h"
@@ -16,9 +17,13 @@ struct NearestFinder {
 
     // The same as rlNearestRGBIndex.
     uint32_t find(uint8_t red, uint8_t green, uint8_t blue) {
-        const uint32_t list = listOf(red, green, blue);
-        return list == kSearchTable ? searchTable(red, green, blue)
-                                    : searchList(candidates + list, red, green, blue);
+        if (lists == nullptr) return searchTable(red, green, blue);
+        const bool grey = isGrey(red, green, blue);
+        uint32_t& list = lists[(grey ? cells : 0) + cellOf(red, green, blue)];
+        if (list == kUnbuilt) list = buildList(cellOf(red, green, blue), grey);
+        if ((list & kOneOfTwo) != 0) return nearerOfTwo(list, red, green, blue);
+        if (list == kSearchTable) return searchTable(red, green, blue);
+        return searchList(candidates + list, red, green, blue);
     }
 
     // The low 8 bits of the index for a packed colour; repeated colours cost one look.
@@ -37,16 +42,35 @@ struct NearestFinder {
         uint16_t index;  // of a list's head: the number of candidates behind it
     };
 
-    static constexpr uint32_t kCells = 32768;
-    static constexpr uint32_t kCandidates = 1u << 18;
+    // Entries of one kind, grey or colour, in table order, with their squared distances to the
+    // nearest and farthest place of every interval of each channel.
+    struct Kind {
+        Candidate* entries;
+        int32_t count;
+        int32_t* near;
+        int32_t* far;
+    };
+
+    // What a cell's word says; any other value is the place of its list.
     static constexpr uint32_t kUnbuilt = 0;
-    static constexpr uint32_t kSearchTable = UINT32_MAX;
-    static constexpr int kMemoBits = 15;
+    static constexpr uint32_t kSearchTable = 1;
+    static constexpr uint32_t kOneOfTwo = 1u << 31;  // and the indices of the only two candidates
+    static constexpr int kIndexBits = 10;
+    static constexpr uint32_t kIndexMask = (1u << kIndexBits) - 1;
+
+    static constexpr uint32_t kCandidates = 1u << 18;
+    static constexpr int kLargestTable = 1 << 10;
+    static constexpr int kMemoBits = 18;
     static constexpr uint32_t kHashFactor = 2654435769u;  // 2^32 over the golden ratio
 
     static bool isGrey(int red, int green, int blue) {
-        const auto near = [](int a, int b) { return static_cast<unsigned>(a - b + 4) <= 8; };
-        return near(red, green) && near(green, blue) && near(red, blue);
+        // Not short-circuited: the answer is quicker than a mispredicted branch.
+        const auto far = [](int a, int b) { return static_cast<unsigned>(a - b + 4) > 8 ? 1 : 0; };
+        return (far(red, green) | far(green, blue) | far(red, blue)) == 0;
+    }
+
+    uint32_t cellOf(uint32_t red, uint32_t green, uint32_t blue) const {
+        return ((red >> sideBits) << cellBits | green >> sideBits) << cellBits | blue >> sideBits;
     }
 
     static uint32_t searchList(const Candidate* list, int red, int green, int blue) {
@@ -64,33 +88,49 @@ struct NearestFinder {
         return bestIndex;
     }
 
-    uint32_t listOf(uint8_t red, uint8_t green, uint8_t blue) {
-        if (lists == nullptr) return kSearchTable;
-        const bool grey = isGrey(red, green, blue);
-        const uint32_t cell = (red >> 3u) << 10 | (green >> 3u) << 5 | blue >> 3u;
-        uint32_t& list = lists[cell + (grey ? kCells : 0)];
-        if (list == kUnbuilt) list = buildList(cell, grey);
-        return list;
+    uint32_t distanceTo(uint32_t index, int red, int green, int blue) const {
+        const uint8_t* entry = table + index * 3;
+        const int dr = red - entry[0];
+        const int dg = green - entry[1];
+        const int db = blue - entry[2];
+        return static_cast<uint32_t>(dr * dr + dg * dg + db * db);
+    }
+
+    // The two may be one. Both are weighed: most cells are such, and a branch on which it is would
+    // be mispredicted too often.
+    uint32_t nearerOfTwo(uint32_t word, int red, int green, int blue) const {
+        const uint32_t lower = word & kIndexMask;
+        const uint32_t upper = word >> kIndexBits & kIndexMask;
+        const uint32_t toLower = distanceTo(lower, red, green, blue);
+        return distanceTo(upper, red, green, blue) < toLower ? upper : lower;
     }
 
     uint32_t findPacked(uint32_t packed) {
         return find(static_cast<uint8_t>(packed >> 24), static_cast<uint8_t>(packed >> 16),
                     static_cast<uint8_t>(packed >> 8));
     }
+
+    bool allocate();
+    void sortKinds();
+    void measureKind(Kind& kind) const;
     uint32_t searchTable(uint8_t red, uint8_t green, uint8_t blue) const;
     uint32_t buildList(uint32_t cell, bool grey);
 
     const uint8_t* table;
     int16_t count;
-    OwnedBlock listBlock;
-    OwnedBlock candidateBlock;
-    OwnedBlock reachBlock;
-    OwnedBlock memoBlock;
-    uint32_t* lists;  // by cell, colours then greys
-    Candidate* candidates;
-    uint32_t* reach;    // shortest distance of each entry to the cell being listed
-    uint32_t* memo;     // packed colour and index of the last query that fell here
-    uint32_t used = 1;  // candidates taken; 0 means unbuilt
+    int sideBits;  // a cell is 2^sideBits colours wide
+    int cellBits;  // and there are 2^cellBits cells a channel
+    uint32_t cells;
+    OwnedBlock listBlock{0};
+    OwnedBlock candidateBlock{0};
+    OwnedBlock entryBlock{0};
+    OwnedBlock reachBlock{0};
+    OwnedBlock memoBlock{0};
+    uint32_t* lists = nullptr;  // a word a cell, colours then greys
+    Candidate* candidates = nullptr;
+    uint32_t* memo = nullptr;  // packed colour and index of the last query that fell here
+    Kind kinds[2] = {};        // colours, greys
+    uint32_t used = 2;         // candidates taken; places 0 and 1 have other meanings
 };
 
 }  // namespace tivar
