@@ -3,12 +3,13 @@
 #include <tivar/stream.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "color/bitmap.h"
 #include "export/bmp_writer.h"
+#include "export/red_blue.h"
 #include "export/rle.h"
 #include "host/memory.h"
+#include "io/stream_record.h"
 
 namespace tivar {
 namespace {
@@ -126,9 +127,7 @@ void writeOs2Flavour(OxlStream stream, const FileShape& shape, const uint8_t* pa
 }
 
 void exchangeRedBlue(uint8_t* rows, uint32_t rowCount, uint32_t rowBytes, uint32_t width) {
-    for (uint32_t y = 0; y < rowCount; ++y, rows += rowBytes) {
-        for (uint32_t x = 0; x < width; ++x) std::swap(rows[x * 3], rows[x * 3 + 2]);
-    }
+    for (uint32_t y = 0; y < rowCount; ++y, rows += rowBytes) exchangeRowRedBlue(rows, width);
 }
 
 // Rows that lie wholly inside the block.
@@ -137,14 +136,40 @@ uint32_t wholeRows(MemHandle bits, uint32_t rows, uint32_t rowBytes, bool empty)
     return std::min(rows, GlobalSize(bits) / rowBytes);
 }
 
+// What stays in the cache between the exchange of its red and blue and its way into the stream.
+constexpr uint32_t kBlockBytes = 1u << 18;
+
+// Rows as they lie in the host's block.
+struct Rows {
+    uint8_t* data;
+    uint32_t count;
+    uint32_t rowBytes;
+    uint32_t width;
+    bool exchange;  // red and blue, in place
+};
+
 // False when the encoder's output did not fit the stream.
-bool writeRows(OxlStream stream, const uint8_t* data, uint32_t rows, uint32_t rowBytes,
-               CellBitmapState& state) {
+bool writeBlock(OxlStream stream, const Rows& rows, CellBitmapState& state) {
+    if (rows.exchange) exchangeRedBlue(rows.data, rows.count, rows.rowBytes, rows.width);
     if (state.compression != kRleNone)
-        return RLEWrite(stream, data, rows, rowBytes, rowBytes, &state.compressedSize,
-                        state.compression) == TIVAR_OK;
-    for (uint32_t y = 0; y < rows && rowBytes > 0; ++y, data += rowBytes)
-        oxlWrite(stream, data, static_cast<int32_t>(rowBytes));
+        return RLEWrite(stream, rows.data, rows.count, rows.rowBytes, rows.rowBytes,
+                        &state.compressedSize, state.compression) == TIVAR_OK;
+    // Kept: whether raw rows could be written is not checked.
+    oxlWrite(stream, rows.data, static_cast<int32_t>(rows.count * rows.rowBytes));
+    return true;
+}
+
+// A document gets row after row; other streams do not see where one ends.
+bool writeRows(OxlStream stream, Rows rows, CellBitmapState& state) {
+    if (rows.rowBytes == 0) return true;
+    const bool rowByRow = isDocument(stream);
+    const uint32_t step = rowByRow ? 1 : std::max(kBlockBytes / rows.rowBytes, 1u);
+    for (uint32_t left = rows.count; left > 0;) {
+        rows.count = std::min(left, step);
+        if (!writeBlock(stream, rows, state)) return false;
+        rows.data += size_t{rows.count} * rows.rowBytes;
+        left -= rows.count;
+    }
     return true;
 }
 
@@ -218,9 +243,8 @@ int32_t WriteCellBits(OxlStream stream, MemHandle bits, uint32_t width, uint32_t
     const Locked<uint8_t> data(bits);
     const uint32_t rowBytes = rowBytesOf(width, bitCount);
     const uint32_t present = wholeRows(bits, rows, rowBytes, width == 0 || bitCount == 0);
-    if (bitCount == kTrueColorBits && swapRedBlue == 1)
-        exchangeRedBlue(data.data, present, rowBytes, width);
-    const bool taken = writeRows(stream, data.data, present, rowBytes, *record);
+    const bool exchange = bitCount == kTrueColorBits && swapRedBlue == 1;
+    const bool taken = writeRows(stream, {data.data, present, rowBytes, width, exchange}, *record);
     return taken && present == rows ? TIVAR_OK : TIVAR_ERR_BAND;
 }
 

@@ -3,6 +3,8 @@
 // its handle without a table.
 #include "host/memory.h"
 
+#include <sys/mman.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -45,6 +47,19 @@ void placeHeader(void* block, uint32_t flags, uint32_t size) {
                                          offset};
 }
 
+// Pictures are touched from end to end: fewer, larger pages cost less to get. Only a hint.
+void preferLargePages([[maybe_unused]] void* block, [[maybe_unused]] uint64_t bytes) {
+#if defined(MADV_HUGEPAGE)
+    constexpr uint64_t kWorthwhile = 4u << 20;
+    constexpr uintptr_t kPage = 4096;
+    if (bytes < kWorthwhile) return;
+    const auto start = reinterpret_cast<uintptr_t>(block);
+    const uintptr_t first = (start + kPage - 1) / kPage * kPage;
+    const uintptr_t end = (start + static_cast<uintptr_t>(bytes)) / kPage * kPage;
+    madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+#endif
+}
+
 void reportExhaustion(uint32_t size) {
     const auto bytes = static_cast<long>(blockBytes(size));
     std::printf("GloalAlloc function failed due to insufficient memory: needs %ld bytes memory!!\n",
@@ -58,6 +73,7 @@ MemHandle allocateQuietly(uint32_t flags, uint32_t size) {
     if (!fitsIn32Bits(bytes)) return 0;
     void* block = std::calloc(static_cast<size_t>(bytes / kAlignment), kAlignment);
     if (block == nullptr) return 0;
+    preferLargePages(block, bytes);
     placeHeader(block, flags, size);
     return reinterpret_cast<MemHandle>(block);
 }

@@ -54,7 +54,10 @@ FILE* openNamed(const char* name, int32_t mode) {
     if ((mode & OXL_WRITE) != 0) how = "w+";
     if ((mode & OXL_UPDATE) != 0) how = "r+";
     if ((mode & OXL_CREATE) != 0) how = "w+";
-    return std::fopen(name, how);
+    FILE* file = std::fopen(name, how);
+    // The stream has its own buffer.
+    if (file != nullptr) std::setvbuf(file, nullptr, _IONBF, 0);
+    return file;
 }
 
 bool attachFile(StreamRecord& stream, FILE* file) {
@@ -154,6 +157,9 @@ int32_t writeBytes(StreamRecord& stream, const uint8_t* source, int32_t count) {
         if (stream.index > stream.limit) {
             if (stream.error != 0) return 0;
             if (!makeRoom(stream)) return fail(stream);
+            const int32_t direct = writeBuffersDirectly(stream, source + done, count - done);
+            if (direct == kFailed) return kFailed;
+            done += direct;
         }
         const int32_t n = std::min(count - done, stream.limit - stream.index + 1);
         std::memcpy(stream.data + stream.index, source + done, static_cast<size_t>(n));

@@ -31,22 +31,27 @@ void emptyBuffer(StreamRecord& stream) {
     stream.limit = kStreamBufferSize - 1;
 }
 
-int32_t flushFile(StreamRecord& stream) {
-    if (stream.dirty == 0) return 0;
-    const int32_t count = stream.high + 1;
+// Writes bytes at the buffer's place in the file and moves the buffer behind them.
+int32_t writeAtBase(StreamRecord& stream, const uint8_t* source, int32_t count) {
     if (stream.base > INT32_MAX - count) return fail(stream);
     const bool inPlace = stream.filePosition == stream.base && stream.borrowed == 0;
     if (!inPlace && std::fseek(stream.file, stream.base, SEEK_SET) != 0) return fail(stream);
-    const size_t written = std::fwrite(stream.data, 1, static_cast<size_t>(count), stream.file);
+    const size_t written = std::fwrite(source, 1, static_cast<size_t>(count), stream.file);
     if (written != static_cast<size_t>(count)) {
         stream.filePosition = -1;
         return fail(stream);
     }
     emptyBuffer(stream);
     stream.base = stream.next = stream.filePosition = stream.base + count;
-    stream.dirty = 0;
     if (stream.base > stream.length) stream.length = stream.base;
     return count;
+}
+
+int32_t flushFile(StreamRecord& stream) {
+    if (stream.dirty == 0) return 0;
+    const int32_t written = writeAtBase(stream, stream.data, stream.high + 1);
+    if (written != kFailed) stream.dirty = 0;
+    return written;
 }
 
 }  // namespace
@@ -98,6 +103,13 @@ int32_t flushBuffer(StreamRecord& stream) {
     if (!isMemory(stream)) return 0;
     if (stream.growStep <= 0) return kFailed;
     return growMemory(stream, int64_t{stream.limit} + stream.growStep) ? 1 : kFailed;
+}
+
+int32_t writeBuffersDirectly(StreamRecord& stream, const uint8_t* source, int32_t count) {
+    const bool isEmpty = stream.file != nullptr && stream.index == 0 && stream.high == -1;
+    // The last buffer stays to be flushed later, as it would had the bytes come one by one.
+    const int32_t whole = (count - 1) / kStreamBufferSize * kStreamBufferSize;
+    return isEmpty && whole > 0 ? writeAtBase(stream, source, whole) : 0;
 }
 
 void refreshLength(StreamRecord& stream) {

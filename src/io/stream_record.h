@@ -75,6 +75,16 @@ void settleMemory(StreamRecord& stream);
 int32_t fillBuffer(StreamRecord& stream);
 int32_t flushBuffer(StreamRecord& stream);
 
+// Writes the buffers that count bytes would fill and flush on their way through an empty one, all
+// at once: the bytes written, 0 when there is no such buffer, kFailed.
+int32_t writeBuffersDirectly(StreamRecord& stream, const uint8_t* source, int32_t count);
+
+// Whether each write becomes a call of the host's document procedure.
+inline bool isDocument(OxlStream stream) {
+    const Locked<StreamRecord> record(stream);
+    return record && record->document != nullptr;
+}
+
 // Stores the file's size as the stream's length.
 void refreshLength(StreamRecord& stream);
 
