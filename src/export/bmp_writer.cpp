@@ -226,8 +226,9 @@ int32_t BeginCellBitmap(OxlStream stream, uint32_t width, uint32_t height, uint3
     FileShape shape = {width, height, bitCount, 0, 0};
     if (!describeFile(shape, palette)) return 0;
     const uint32_t compression = chooseCompression(*lpRaster);
-    if (compression != kRleNone && !allocateWorkBuffer(*lpRaster, shape.rowBytes)) return 0;
+    // Set before the buffer is had: without one the first band fails instead of going out raw.
     state->compression = compression;
+    if (compression != kRleNone && !allocateWorkBuffer(*lpRaster, shape.rowBytes)) return 0;
     if (lpRaster->fileType == FILE_TYPE_OS2)
         writeOs2Flavour(stream, shape, palette, static_cast<uint32_t>(lpRaster->paletteSize));
     else

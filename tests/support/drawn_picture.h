@@ -3,8 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <random>
 #include <vector>
+
+#include "support/random_numbers.h"
 
 namespace support {
 
@@ -26,18 +27,12 @@ struct DrawnPicture {
 
 namespace drawing {
 
-using Random = std::mt19937;
-
-inline std::uint8_t byteOf(Random& random) {
-    return static_cast<std::uint8_t>(random() >> 24);
-}
-
 inline std::vector<std::uint8_t> drawTable(Drawing drawing, std::size_t entries, Random& random) {
     std::vector<std::uint8_t> table;
     for (std::size_t i = 0; i < entries; ++i) {
         const auto level = static_cast<std::uint8_t>(entries == 1 ? 0 : i * 255 / (entries - 1));
         for (std::size_t channel = 0; channel < 3; ++channel) {
-            std::uint8_t value = byteOf(random);
+            std::uint8_t value = random.byte();
             if (drawing == Drawing::kGreys) value = level;
             if (drawing == Drawing::kGradient)
                 value = static_cast<std::uint8_t>(channel == 0   ? level
@@ -64,20 +59,23 @@ inline std::uint8_t drawByte(Drawing drawing, std::size_t i, std::size_t y, std:
         case Drawing::kGradient:
             return static_cast<std::uint8_t>((x * (channel + 1) + y * 2) * 3);
         case Drawing::kRuns:
-            return random() % 40 == 0 ? byteOf(random) : previous;
+            return random() % 40 == 0 ? random.byte() : previous;
         case Drawing::kNoise:
             break;
     }
-    return byteOf(random);
+    return random.byte();
 }
 
 }  // namespace drawing
 
 inline DrawnPicture drawPicture(Drawing drawing, int bits, int width, int height,
                                 std::uint32_t seed) {
-    drawing::Random random(seed);
-    DrawnPicture picture{static_cast<std::uint16_t>(bits), static_cast<std::uint16_t>(width),
-                         static_cast<std::uint16_t>(height), {}, {}};
+    Random random(seed);
+    DrawnPicture picture{static_cast<std::uint16_t>(bits),
+                         static_cast<std::uint16_t>(width),
+                         static_cast<std::uint16_t>(height),
+                         {},
+                         {}};
     if (bits <= 8) picture.table = drawing::drawTable(drawing, std::size_t{1} << bits, random);
     const auto rowBits = static_cast<std::size_t>(width) * static_cast<std::size_t>(bits);
     const std::size_t rowBytes = (rowBits + 31) / 32 * 4;

@@ -56,8 +56,9 @@ class WorkingDirectory {
 class CommaLocale {
   public:
     CommaLocale() : path_("LOCPATH", directory_.path()) {
-        directory_.write("source", "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \"\"\n"
-                                   "grouping -1\nEND LC_NUMERIC\n");
+        directory_.write("source",
+                         "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \"\"\n"
+                         "grouping -1\nEND LC_NUMERIC\n");
         const std::string command = "cd '" + directory_.path() +
                                     "' && localedef -c -i ./source -f ANSI_X3.4-1968 ./comma "
                                     ">/dev/null 2>&1";

@@ -51,13 +51,14 @@ struct StatusRecorder {
 
 // A document that the host serves; its address is the document value.
 struct HostDocument {
-    bool served = true;       // whether opening gives a handle
-    size_t room = SIZE_MAX;   // bytes that it takes
+    bool served = true;      // whether opening gives a handle
+    size_t room = SIZE_MAX;  // bytes that it takes
     Bytes bytes;
     size_t position = 0;
     std::string name;
     int32_t mode = 0;
     int closes = 0;
+    intptr_t closeMode = 0;  // of the last close: 512 deletes
 
     static intptr_t serve(intptr_t first, int32_t operation, intptr_t a, intptr_t b) {
         auto& self = *reinterpret_cast<HostDocument*>(first);
@@ -67,13 +68,13 @@ struct HostDocument {
                 self.mode = static_cast<int32_t>(b);
                 return self.served ? first : 0;
             case 3:
-                return self.write(reinterpret_cast<const std::uint8_t*>(a),
-                                  static_cast<size_t>(b));
+                return self.write(reinterpret_cast<const std::uint8_t*>(a), static_cast<size_t>(b));
             case 4:
                 self.position = static_cast<size_t>(*reinterpret_cast<const int32_t*>(a));
                 return static_cast<intptr_t>(self.position);
             case 5:
                 ++self.closes;
+                self.closeMode = b;
                 return 0;
             default:
                 return 0;
@@ -153,8 +154,8 @@ struct Export {
 };
 
 inline model::Picture modelPicture(const DrawnPicture& drawn) {
-    return {{drawn.width, drawn.height, drawn.bits, drawn.pixels}, drawn.table,
-            !drawn.table.empty()};
+    return {
+        {drawn.width, drawn.height, drawn.bits, drawn.pixels}, drawn.table, !drawn.table.empty()};
 }
 
 }  // namespace support

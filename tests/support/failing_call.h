@@ -3,6 +3,7 @@
 #ifndef TESTS_SUPPORT_FAILING_CALL_H
 #define TESTS_SUPPORT_FAILING_CALL_H
 
+#include <fcntl.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -10,6 +11,7 @@
 
 #include <cstring>
 #include <functional>
+#include <utility>
 
 namespace support {
 
@@ -52,9 +54,9 @@ inline size_t lastAllocation = 0;
 }  // namespace support
 
 // Nothing but their names in the program's link leads to these, so they are kept by force.
-#define SUPPORT_WRAP(result, function, parameters, arguments, failure)                \
-    extern "C" result __real_##function parameters;                                   \
-    extern "C" __attribute__((used)) inline result __wrap_##function parameters {     \
+#define SUPPORT_WRAP(result, function, parameters, arguments, failure)                       \
+    extern "C" result __real_##function parameters;                                          \
+    extern "C" __attribute__((used)) inline result __wrap_##function parameters {            \
         return support::FailingCall::due(#function) ? failure : __real_##function arguments; \
     }
 
@@ -80,10 +82,13 @@ extern "C" __attribute__((used)) inline void* __wrap_calloc(size_t count, size_t
 
 extern "C" int __real_open(const char* name, int flags, ...);
 extern "C" __attribute__((used)) inline int __wrap_open(const char* name, int flags, ...) {
-    va_list rest;
-    va_start(rest, flags);
-    const unsigned mode = va_arg(rest, unsigned);
-    va_end(rest);
+    unsigned mode = 0;
+    if ((flags & O_CREAT) != 0) {
+        va_list rest;
+        va_start(rest, flags);
+        mode = va_arg(rest, unsigned);
+        va_end(rest);
+    }
     return support::FailingCall::due("open") ? -1 : __real_open(name, flags, mode);
 }
 

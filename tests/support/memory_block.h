@@ -12,7 +12,8 @@ namespace support {
 using Bytes = std::vector<std::uint8_t>;
 
 inline MemHandle newBlock(const Bytes& bytes) {
-    const MemHandle handle = GlobalAlloc(TIVAR_GMEM_FLAGS, static_cast<std::uint32_t>(bytes.size()));
+    const MemHandle handle =
+        GlobalAlloc(TIVAR_GMEM_FLAGS, static_cast<std::uint32_t>(bytes.size()));
     std::copy(bytes.begin(), bytes.end(), static_cast<std::uint8_t*>(GlobalLock(handle)));
     return handle;
 }
