@@ -10,8 +10,7 @@
 
 namespace tivar {
 
-// Bytes of a row, and of all rows; false when 32 bits do not hold them or the depth is not
-// positive.
+// Bytes of a row, and of all rows; false when 32 bits do not hold them or the depth is negative.
 struct BitmapSize {
     uint32_t stride;
     uint32_t bytes;

@@ -27,12 +27,13 @@ void traceRow(const uint8_t* source, int16_t sourceBits, uint8_t* dest, uint32_t
 void convertRows(const SourceBitmap& source, int16_t sourceBits, uint8_t* dest,
                  const BitmapSize& destSize, const PixelTarget& target, uint32_t width,
                  uint32_t height) {
-    if (width == 0 || !isStoredDepth(target.bitsPerPixel)) return;
+    const bool storesPixels = width > 0 && isStoredDepth(target.bitsPerPixel);
+    if (!storesPixels && !printsDots() && !tracesPixels()) return;
     RowConverter converter(sourceBits, target, width);
     for (uint32_t y = 0; y < height; ++y) {
         if (tracesPixels())
             traceRow(source.row(y), sourceBits, dest, y, target, destSize, width);
-        else
+        else if (storesPixels)
             converter.convert(source.row(y), dest + size_t{y} * destSize.stride);
         if (printsDots()) std::fputc('.', stderr);
     }
@@ -50,10 +51,16 @@ MemHandle reducedTable(MemHandle bits, uint32_t width, uint32_t height, int16_t 
     return rlReduceColorTable(oldTable, entriesOfDepth(sourceBits), 1, tableSize);
 }
 
-// Pixels of four bytes that an unpadded buffer really holds.
-uint32_t fourBytePixels(MemHandle bits, uint32_t width, uint32_t height) {
-    const uint64_t wanted = uint64_t{width} * height;
-    return static_cast<uint32_t>(std::min<uint64_t>(wanted, GlobalSize(bits) / 4));
+// At depth 24 and 32 a map leads to entries of the destination table. Puts their colours into the
+// map itself; the table is a block of its own length, black from its end on.
+void resolveEntries(uint32_t* map, uint32_t entries, MemHandle table) {
+    const Locked<const uint8_t> block(table);
+    const uint32_t size = GlobalSize(table);
+    const auto byteAt = [&](uint64_t at) { return at < size ? block.data[at] : uint8_t{0}; };
+    for (uint32_t i = 0; i < entries; ++i) {
+        const uint64_t entry = uint64_t{map[i]} * 3;
+        map[i] = packRgb(byteAt(entry), byteAt(entry + 1), byteAt(entry + 2));
+    }
 }
 
 // Rewrites four-byte pixels as three-byte ones from the start of their buffer.
@@ -61,10 +68,22 @@ template <class Convert>
 void packPixels(MemHandle bits, uint32_t width, uint32_t height, Convert convert) {
     const Locked<uint8_t> buffer(bits);
     if (!buffer) return;
+    const uint64_t size = GlobalSize(bits);
+    const uint64_t wanted = uint64_t{width} * height;
+    const uint64_t whole = std::min(wanted, size / 4);
     const uint8_t* source = buffer.data;
     uint8_t* dest = buffer.data;
-    for (uint32_t i = fourBytePixels(bits, width, height); i > 0; --i, source += 4, dest += 3)
-        convert(source, dest);
+    for (uint64_t i = 0; i < whole; ++i, source += 4, dest += 3) convert(source, dest);
+    // The pixel that the block ends in, and those behind it, as long as there is room for results.
+    for (uint64_t i = whole; i < wanted && i * 3 < size; ++i) {
+        uint8_t pixel[4] = {};
+        uint8_t packed[3];
+        if (i * 4 < size)
+            std::memcpy(pixel, buffer.data + i * 4, static_cast<size_t>(size - i * 4));
+        convert(pixel, packed);
+        std::memcpy(buffer.data + i * 3, packed,
+                    static_cast<size_t>(std::min<uint64_t>(size - i * 3, 3)));
+    }
 }
 
 }  // namespace
@@ -107,8 +126,12 @@ MemHandle rlConvertBitmapDepth(MemHandle bits, uint32_t width, uint32_t height, 
                          size.bytes);
         const OwnedBlock map(
             rlBuildColormap(from.data(), sourceBits, to.data(), destBits, destCount));
-        const PixelTarget target = {destBits, reinterpret_cast<const uint32_t*>(map.data),
-                                    to.data(), destCount};
+        auto* values = reinterpret_cast<uint32_t*>(map.data);
+        PixelTarget target = {destBits, values, to.data(), destCount};
+        if (values != nullptr && to.data() != nullptr && destBits >= 24) {
+            resolveEntries(values, entriesOfDepth(sourceBits), destTable);
+            target.colorTable = nullptr;
+        }
         if (printsDots()) std::fputs("Converted bits. Each (.) represents one scan line\n", stderr);
         convertRows(source, sourceBits, dest.data, size, target, width, height);
     }
@@ -118,14 +141,13 @@ MemHandle rlConvertBitmapDepth(MemHandle bits, uint32_t width, uint32_t height, 
 
 void rlRGB4toCMYK(MemHandle bits, uint32_t width, uint32_t height) {
     const Locked<uint8_t> buffer(bits);
-    BitmapSize size;
-    if (!buffer || !measureBitmap(width, 1, 32, size) || width == 0) return;
-    const uint32_t pixels = fourBytePixels(bits, width, height);
-    for (uint8_t* p = buffer.data; p < buffer.data + size_t{pixels} * 4; p += 4) {
-        for (int channel = 0; channel < 3; ++channel)
-            p[channel] = static_cast<uint8_t>(255 - p[channel]);
-        p[3] = 0;
-    }
+    BitmapSize row;
+    if (!buffer || !measureBitmap(width, 1, 32, row)) return;
+    const uint64_t size = GlobalSize(bits);
+    const uint64_t pixels = std::min(uint64_t{width} * height, size / 4 + 1);
+    const uint64_t bytes = std::min(pixels * 4, size);
+    for (uint64_t i = 0; i < bytes; ++i)
+        buffer.data[i] = static_cast<uint8_t>(i % 4 == 3 ? 0 : 255 - buffer.data[i]);
 }
 
 void rlCMYKtoRGB(MemHandle bits, uint32_t width, uint32_t height) {

@@ -102,7 +102,8 @@ void ditherRows(uint8_t* rows, uint32_t width, uint32_t height, int16_t destBits
     const auto pixels = static_cast<int32_t>(width);
     if (printsDots()) std::fputs("Dithering...each(.) represents one scan line\n", stdout);
     if (destBits == 1 && height > 0) rev_rgb(pixels, rows, kTurnGrey);
-    for (uint32_t y = 0; y < height && width > 0; ++y) {
+    if (width == 0 && !printsDots()) return;
+    for (uint32_t y = 0; y < height; ++y) {
         uint8_t* row = rows + y * stride;
         uint8_t* nextRow = y + 1 < height ? row + stride : nullptr;
         if (destBits == 1 && nextRow != nullptr) rev_rgb(pixels, nextRow, kTurnGrey);
@@ -136,6 +137,7 @@ MemHandle ditherPlainly(const DitherJob& job, const uint8_t* table) {
 }
 
 MemHandle ditherBits(const DitherJob& job) {
+    // The last pixels of rows take entry 0 when nothing was searched, whatever the count.
     const SourceTable table(job.table, std::max<int>(job.count, 1));
     if (table.data() == nullptr) return 0;
     // The debug texts tell of a working copy and its conversion.

@@ -18,7 +18,7 @@ Int saturate(double value) {
 }
 
 inline double dabs(double value) {
-    return value > 0.0 ? value : 0.0 - value;
+    return value > 0.0 ? value : -value;
 }
 
 // 1 when a and b differ by at most tolerance, compared as unsigned numbers.
