@@ -90,11 +90,6 @@ ChosenTable chooseTable(MemHandle copy, uint32_t width, uint32_t height, uint16_
     return {copyTable(MonoTable, sizeof MonoTable), kMonoEntries};
 }
 
-MemHandle workingCopy(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
-                      MemHandle sourceTable) {
-    return rlConvertBitmapDepth(bits, width, height, sourceBits, 24, sourceTable, 0, 0);
-}
-
 // Diffuses the working copy's rows, as greys for a 1-bit target.
 void ditherRows(uint8_t* rows, uint32_t width, uint32_t height, int16_t destBits,
                 const uint8_t* table, int16_t count) {
@@ -113,58 +108,69 @@ void ditherRows(uint8_t* rows, uint32_t width, uint32_t height, int16_t destBits
     if (printsDots()) std::fputc('\n', stdout);
 }
 
-// What is dithered to what.
-struct DitherJob {
+// What is dithered.
+struct DitherSource {
     MemHandle bits;
     uint32_t width;
     uint32_t height;
-    int16_t sourceBits;
-    int16_t destBits;
-    MemHandle sourceTable;
+    int16_t bitsPerPixel;
     MemHandle table;
-    int16_t count;
 };
 
-// The plain way: diffuses a whole working copy and converts it.
-MemHandle ditherPlainly(const DitherJob& job, const uint8_t* table) {
-    const OwnedBlock copy(
-        workingCopy(job.bits, job.width, job.height, job.sourceBits, job.sourceTable));
-    if (!copy) return 0;
-    printTable(table, job.count);
-    ditherRows(copy.data, job.width, job.height, job.destBits, table, job.count);
-    return rlConvertBitmapDepth(copy.handle, job.width, job.height, 24, job.destBits, 0, job.table,
-                                job.count);
-}
-
-MemHandle ditherBits(const DitherJob& job) {
-    // The last pixels of rows take entry 0 when nothing was searched, whatever the count.
-    const SourceTable table(job.table, std::max<int>(job.count, 1));
-    if (table.data() == nullptr) return 0;
-    // The debug texts tell of a working copy and its conversion.
-    if (printsSummaries() || !canDitherRows(job.destBits, job.count))
-        return ditherPlainly(job, table.data());
-    const SourceBitmap source(job.bits, job.width, job.height, job.sourceBits);
-    const SourceTable sourceTable(job.sourceTable, entriesOfDepth(job.sourceBits));
-    OwnedBlock dest(source ? allocateBitmap(job.width, job.height, job.destBits) : 0);
-    if (!dest) return 0;
-    const DitherTarget target = {dest.data, job.destBits, table.data(), job.count};
-    if (!ditherRowByRow(source, job.sourceBits, sourceTable.data(), target, job.width, job.height))
-        return ditherPlainly(job, table.data());
-    return dest.release();
+MemHandle copyOf(const DitherSource& source) {
+    return rlConvertBitmapDepth(source.bits, source.width, source.height, source.bitsPerPixel, 24,
+                                source.table, 0, 0);
 }
 
 // A bitmap of 24 bits with the source's colours, for choosing a table: the source itself where it
-// can serve.
+// can serve, else a working copy.
 struct ColorSource {
-    ColorSource(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
-                MemHandle sourceTable, bool needed)
-        : copy(needed && sourceBits != 24
-                   ? workingCopy(bits, width, height, sourceBits, sourceTable)
-                   : 0),
-          handle(sourceBits == 24 ? bits : copy.handle) {}
+    ColorSource(const DitherSource& source, bool asCopy, bool needed)
+        : copy(asCopy || (needed && source.bitsPerPixel != 24) ? copyOf(source) : 0),
+          handle(copy.handle) {
+        BitmapSize size;
+        const bool serves = !asCopy && source.bitsPerPixel == 24 &&
+                            measureBitmap(source.width, source.height, 24, size);
+        if (serves) handle = source.bits;
+    }
     OwnedBlock copy;
     MemHandle handle;
 };
+
+// The plain way: diffuses a whole working copy and converts it.
+MemHandle ditherCopy(MemHandle copy, const DitherSource& source, int16_t destBits,
+                     const ChosenTable& chosen) {
+    const auto count = static_cast<int16_t>(chosen.count);
+    const SourceTable table(chosen.handle, std::max<int>(count, 1));
+    const Locked<uint8_t> rows(copy);
+    if (!rows || table.data() == nullptr) return 0;
+    printTable(table.data(), count);
+    ditherRows(rows.data, source.width, source.height, destBits, table.data(), count);
+    return rlConvertBitmapDepth(copy, source.width, source.height, 24, destBits, 0, chosen.handle,
+                                count);
+}
+
+// The fast way, which falls back on the plain one when there is no memory for its rows.
+MemHandle ditherByRows(const DitherSource& source, int16_t destBits, const ChosenTable& chosen) {
+    // The last pixels of rows take entry 0 when nothing was searched, whatever the count.
+    const auto count = static_cast<int16_t>(chosen.count);
+    const SourceTable table(chosen.handle, std::max<int>(count, 1));
+    const SourceBitmap bitmap(source.bits, source.width, source.height, source.bitsPerPixel);
+    const SourceTable sourceTable(source.table, entriesOfDepth(source.bitsPerPixel));
+    if (table.data() == nullptr || !bitmap) return 0;
+    OwnedBlock dest(allocateBitmap(source.width, source.height, destBits));
+    if (!dest) return 0;
+    if (ditherRowByRow(bitmap, source.bitsPerPixel, sourceTable.data(),
+                       {dest.data, destBits, table.data(), count}, source.width, source.height))
+        return dest.release();
+    const OwnedBlock copy(copyOf(source));
+    return ditherCopy(copy.handle, source, destBits, chosen);
+}
+
+// The debug texts tell of a working copy and its conversion.
+bool goesPlainly(int16_t destBits, int16_t count) {
+    return printsSummaries() || !canDitherRows(destBits, count);
+}
 
 }  // namespace
 }  // namespace tivar
@@ -174,14 +180,15 @@ using namespace tivar;
 MemHandle rlDitherBitmap(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
                          int16_t destBits, MemHandle sourceTable, MemHandle* colorTable) {
     if (bits == 0 || colorTable == nullptr) return 0;
+    const DitherSource source = {bits, width, height, sourceBits, sourceTable};
     const uint16_t entries = entriesOfDepth(destBits);
-    const bool reduces = entries >= 3 && *colorTable == 0;
-    const ColorSource colors(bits, width, height, sourceBits, sourceTable, reduces);
+    const bool plainly = goesPlainly(destBits, static_cast<int16_t>(entries));
+    const ColorSource colors(source, plainly, entries >= 3 && *colorTable == 0);
     const ChosenTable table =
         chooseTable(colors.handle, width, height, entries, *colorTable, *colorTable != 0);
     *colorTable = table.handle;
-    return ditherBits({bits, width, height, sourceBits, destBits, sourceTable, table.handle,
-                       static_cast<int16_t>(table.count)});
+    return plainly ? ditherCopy(colors.copy.handle, source, destBits, table)
+                   : ditherByRows(source, destBits, table);
 }
 
 int32_t rlDitherGetCT(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
@@ -189,7 +196,9 @@ int32_t rlDitherGetCT(MemHandle bits, uint32_t width, uint32_t height, int16_t s
                       uint16_t* colorCount) {
     if (bits == 0 || colorTable == nullptr || colorCount == nullptr) return -1;
     const uint16_t entries = entriesOfDepth(destBits);
-    const ColorSource colors(bits, width, height, sourceBits, sourceTable, entries >= 3);
+    const bool reduces = entries >= 3;
+    const ColorSource colors({bits, width, height, sourceBits, sourceTable},
+                             reduces && printsSummaries(), reduces);
     const ChosenTable table =
         chooseTable(colors.handle, width, height, entries, *colorTable, false);
     *colorTable = table.handle;
@@ -201,7 +210,11 @@ int32_t rlDitherGetCT(MemHandle bits, uint32_t width, uint32_t height, int16_t s
 
 MemHandle rlDitherGivenCT(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
                           int16_t destBits, MemHandle sourceTable, MemHandle table, int16_t count) {
-    return ditherBits({bits, width, height, sourceBits, destBits, sourceTable, table, count});
+    const DitherSource source = {bits, width, height, sourceBits, sourceTable};
+    const ChosenTable given = {table, static_cast<uint16_t>(count)};
+    if (!goesPlainly(destBits, count)) return ditherByRows(source, destBits, given);
+    const OwnedBlock copy(copyOf(source));
+    return ditherCopy(copy.handle, source, destBits, given);
 }
 
 void _rlDitherOneLine(uint8_t* row, uint8_t* nextRow, const uint8_t* table, uint32_t width,
