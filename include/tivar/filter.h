@@ -175,7 +175,8 @@ TIVAR_API int32_t LimitCheck(void);
 TIVAR_API int32_t SaveProfile(SetupRecord* record);
 
 /* Makes later profile writes go to a temporary file: the directory of profilePath goes to
- * backupProfilePath, a temporary name to profilePath. 1; 0 for null. */
+ * backupProfilePath, a temporary name to profilePath. 1; 0, and nothing changed, for null or when
+ * there is no such name. */
 TIVAR_API int32_t BackupProfile(SetupRecord* record);
 
 /* Does nothing. */
@@ -212,7 +213,7 @@ TIVAR_API int32_t WritePrivateProfileString(const char* section, const char* key
 TIVAR_API int32_t WriteProfileString(const char* section, const char* key, const char* value);
 
 /* Opens a profile, in INIDIR when it is not found under name; the path found there is copied into
- * name when capacity is not 0 and holds it. 0 on failure. */
+ * name, cut to fit, when capacity is above 0. 0 on failure. */
 TIVAR_API OxlStream INIopen(char* name, int32_t capacity, int32_t mode);
 TIVAR_API void INIclose(OxlStream stream);
 

@@ -69,46 +69,57 @@ CellArray readCellArray(const void* block) {
 // Where rows go: an image and the place of the next row in it.
 struct Destination {
     MemHandle image;
-    int32_t height;
-    int32_t nextRow;
+    int64_t height;
+    int64_t nextRow;
 };
 
-void copyRow(const CellArray& array, const uint8_t* source, uint8_t* image, size_t imageBytes,
-             size_t row) {
-    const size_t start = row * array.rowBytes;
-    if (row > imageBytes || start >= imageBytes) return;
-    const size_t bytes = std::min<size_t>(array.rowBytes, imageBytes - start);
+// Transforms a row's cells, as far as the image has bytes for them.
+void transformRow(uint32_t width, uint8_t* row, uint32_t bytes) {
+    const uint32_t whole = std::min(width, bytes / 3);
+    rev_rgb(static_cast<int32_t>(whole), row, lpEMData->colorDepth);
+    const uint32_t rest = bytes - whole * 3;
+    if (whole == width || rest == 0) return;
+    // The image ends inside a cell, whose other channels read as zero.
+    uint8_t cut[3] = {};
+    std::memcpy(cut, row + size_t{whole} * 3, rest);
+    rev_rgb(1, cut, lpEMData->colorDepth);
+    std::memcpy(row + size_t{whole} * 3, cut, rest);
+}
+
+void copyRow(const CellArray& array, const uint8_t* source, uint8_t* image, uint32_t imageBytes,
+             int64_t row) {
+    const int64_t start = row * array.rowBytes;
+    if (row < 0 || start >= imageBytes) return;
+    const auto bytes = static_cast<uint32_t>(std::min<int64_t>(array.rowBytes, imageBytes - start));
     std::memcpy(image + start, source, bytes);
-    if (array.bits == kTrueColorBits && bytes == array.rowBytes)
-        rev_rgb(static_cast<int32_t>(array.width), image + start, lpEMData->colorDepth);
+    if (array.bits == kTrueColorBits) transformRow(array.width, image + start, bytes);
 }
 
 void storeRows(const CellArray& array, Destination& to) {
-    const Locked<uint8_t> image(to.image);
-    const auto offered = static_cast<int32_t>(std::min<uint32_t>(array.rows, INT32_MAX));
     if (array.bottomUp && to.nextRow == 0) to.nextRow = to.height - 1;
-    const int32_t room = array.bottomUp ? to.nextRow : to.height - to.nextRow;
-    const size_t imageBytes = GlobalSize(to.image);
+    const int64_t room = array.bottomUp ? to.nextRow : to.height - to.nextRow;
+    const int64_t count = std::max<int64_t>(std::min<int64_t>(array.rows, room), 0);
+    const int64_t step = array.bottomUp ? -1 : 1;
+    // Kept: from the bottom up, the first row lands one above the last row's place.
+    int64_t row = array.bottomUp ? to.nextRow - 1 : to.nextRow;
+    to.nextRow += step * count;
+    if (array.rowBytes == 0) return;
+    const Locked<uint8_t> image(to.image);
     const uint8_t* source = array.data;
-    for (int32_t i = 0; i < std::min(offered, room); ++i, source += array.sourceStride) {
-        // Kept: from the bottom up, the first row lands one above the last row's place.
-        if (array.bottomUp) --to.nextRow;
-        copyRow(array, source, image.data, imageBytes, static_cast<size_t>(to.nextRow));
-        if (!array.bottomUp) ++to.nextRow;
-    }
+    for (int64_t i = 0; i < count; ++i, row += step, source += array.sourceStride)
+        copyRow(array, source, image.data, GlobalSize(to.image), row);
 }
 
 // Rows of an image that a primitive began.
 void addToImage(const CellArray& array) {
     Destination to = {lpEMData->imageMemory, lpEMData->imageHeight, lpEMData->nextRow};
     storeRows(array, to);
-    lpEMData->nextRow = to.nextRow;
+    lpEMData->nextRow = static_cast<int32_t>(to.nextRow);
 }
 
 // The array is the picture: its own rows are the image's height.
 void writeAlone(const CellArray& array) {
-    const auto height = static_cast<int32_t>(std::min<uint32_t>(array.rows, INT32_MAX));
-    Destination to = {lpEMData->imageMemory, height, 0};
+    Destination to = {lpEMData->imageMemory, array.rows, 0};
     storeRows(array, to);
     RasterWriteCellData(lpEMData->imageMemory, array.width, array.rows,
                         static_cast<uint32_t>(lpEMData->viewportResolution),
@@ -123,13 +134,13 @@ void writeAlone(const CellArray& array) {
 void* d_ca(void* block) {
     if (lpEMData == nullptr || block == nullptr) return block;
     const CellArray array = readCellArray(block);
+    if (array.data == nullptr) return block;
     const bool pending = lpEMData->imagePending != 0;
     if (!pending) lpEMData->imageMemory = allocateCells(array.width, array.bits, array.rows);
     if (lpEMData->imageMemory == 0) {
         push_er(TIVAR_ERR_NO_MEMORY);
         return block;
     }
-    if (array.data == nullptr) return block;
     if (pending)
         addToImage(array);
     else

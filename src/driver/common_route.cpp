@@ -4,6 +4,8 @@
 #include <tivar/export.h>
 #include <tivar/stream.h>
 
+#include <cstring>
+
 #include "driver/device_state.h"
 #include "driver/error_stack.h"
 #include "export/bmp_writer.h"
@@ -47,6 +49,8 @@ int32_t initdvr(HostWord* block) {
     setup->metafileValue2 = InitPlatformMetafileFilter(
         block[COMMON_INIT_FIRST], block[COMMON_INIT_SECOND], status, &setup->platformWords[0],
         &hSetup, &setup->platformWords[1], &attributes);
+    // A cut name would be another file's.
+    if (std::strlen(name) >= sizeof setup->outputFileName) return TIVAR_ERR_STREAM;
     copyBounded(setup->outputFileName, sizeof setup->outputFileName, name);
     if (const int32_t failed = openOutput(status)) return failed;
     // Kept: the host sees its name as consumed.
@@ -67,9 +71,12 @@ int32_t termdvr(HostWord) {
     if (lpRaster == nullptr || lpRaster->metafileStream == 0) return result;
     if (oxlClose(lpRaster->metafileStream) != 0) result = TIVAR_ERR_STREAM;
     lpRaster->metafileStream = 0;
-    if (lpRaster->metafileBlock != nullptr && lpRaster->exportParams != nullptr)
-        lpRaster->exportParams[STATUS_MEMORY] = GlobalHandle(lpRaster->metafileBlock);
+    const MemHandle memory = GlobalHandle(lpRaster->metafileBlock);
     lpRaster->metafileBlock = nullptr;
+    if (lpRaster->exportParams == nullptr)
+        GlobalFree(memory);
+    else if (memory != 0)
+        lpRaster->exportParams[STATUS_MEMORY] = memory;
     return result;
 }
 

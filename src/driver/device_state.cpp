@@ -150,7 +150,11 @@ int32_t RASTER_initdvr(HostWord* block) {
 
 int32_t RASTER_termdvr() {
     if (lpEMData == nullptr) return 0;
-    if (lpEMData->deviceState != DEV_CLOSED) d_cldv(nullptr);
+    if (lpEMData->deviceState != DEV_CLOSED) {
+        d_cldv(nullptr);
+        // With the device state goes the only way to the block of output to memory.
+        GlobalFree(GlobalHandle(lpEMData->memoryBlock));
+    }
     GlobalUnlock(lpEMData->hReply);
     GlobalFree(lpEMData->hReply);
     return FreeGlobal();

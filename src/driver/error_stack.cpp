@@ -72,7 +72,7 @@ void dq_es() {
 }
 
 void mov2buf(const void* source, uint32_t length) {
-    if (lpEMData == nullptr || lpEMData->lpReply == nullptr) return;
+    if (lpEMData == nullptr || lpEMData->lpReply == nullptr || source == nullptr) return;
     length = std::min(length, lpEMData->replySize - lpEMData->replyPosition);
     std::memcpy(lpEMData->lpReply + lpEMData->replyPosition, source, length);
     lpEMData->replyPosition += length;

@@ -21,7 +21,7 @@ constexpr size_t kIdentifier = 16;
 constexpr size_t kPointCount = 20;
 constexpr size_t kDataWithoutPoints = 28;
 constexpr size_t kPointBytes = 24;
-constexpr int32_t kTrueColorBits = 24;
+constexpr uint32_t kTrueColorBits = 24;
 
 // The data record of kBeginImage, of which 28 bytes are read.
 struct ImageHeader {
@@ -53,8 +53,9 @@ void beginImage(const void* block) {
 
 // The image's palette from the device's colours; false when it cannot be had.
 bool makePalette(CellPicture& picture) {
-    if (picture.bits >= kTrueColorBits) return true;
-    const uint32_t bytes = 3u << picture.bits;
+    const auto bits = static_cast<uint32_t>(lpEMData->bitsPerCell);
+    if (bits >= kTrueColorBits) return true;
+    const uint32_t bytes = 3u << bits;
     picture.colorTable = allocateZeroed(bytes);
     const Locked<uint8_t> palette(picture.colorTable);
     if (!palette) return false;
@@ -73,12 +74,11 @@ void endImage() {
     picture.targetWidth = static_cast<uint32_t>(lpEMData->imageWidth);
     picture.targetHeight = static_cast<uint32_t>(lpEMData->imageHeight);
     picture.pixels = lpEMData->imageMemory;
-    if (!makePalette(picture)) {
-        push_er(TIVAR_ERR_NO_MEMORY);
-        return;
-    }
     useDeviceSettings();
-    OutputPicture(lpEMData->outputStream, &picture, DrawExportCellData);
+    if (makePalette(picture))
+        OutputPicture(lpEMData->outputStream, &picture, DrawExportCellData);
+    else
+        push_er(TIVAR_ERR_NO_MEMORY);
     GlobalFree(picture.colorTable);
     GlobalFree(lpEMData->imageMemory);
     lpEMData->imageMemory = 0;

@@ -1,6 +1,7 @@
 // Opening, reading, writing, seeking and closing of streams over their four targets: a named file,
 // a lent file, a memory block of the caller, a document of the host.
 #include <tivar/stream.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -44,7 +45,7 @@ OxlStream testExistence(const char* name, OxlDocProc document) {
 OxlStream deleteTarget(const char* name, OxlDocProc document) {
     if (document != nullptr)
         return static_cast<OxlStream>(document(0, kDocDelete, asWord(name), 0));
-    return !isEmpty(name) && std::remove(name) == 0 ? 1 : 0;
+    return !isEmpty(name) && unlink(name) == 0 ? 1 : 0;
 }
 
 FILE* openNamed(const char* name, int32_t mode) {
@@ -136,10 +137,10 @@ bool attach(StreamRecord& stream, const char* name, OxlStreamDesc* descriptor) {
 // Makes the byte at index usable for writing.
 bool makeRoom(StreamRecord& stream) {
     if (isMemory(stream)) {
-        while (stream.index > stream.limit) {
-            if (flushBuffer(stream) == kFailed) return false;
-        }
-        return true;
+        if (stream.growStep <= 0) return false;
+        const int64_t missing = int64_t{stream.index} - stream.limit;
+        const int64_t steps = (missing + stream.growStep - 1) / stream.growStep;
+        return growMemory(stream, stream.limit + steps * stream.growStep);
     }
     if (flushBuffer(stream) == kFailed) return false;
     if (stream.index > stream.limit) {

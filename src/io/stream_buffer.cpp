@@ -59,13 +59,15 @@ int32_t flushFile(StreamRecord& stream) {
 bool growMemory(StreamRecord& stream, int64_t newLimit) {
     if (newLimit >= INT32_MAX) return false;
     const auto bytes = static_cast<uint32_t>(newLimit + 1);
-    if (bytes > GlobalSize(stream.buffer)) {
+    const uint32_t room = GlobalSize(stream.buffer);
+    if (bytes > room) {
         const MemHandle enlarged = enlargeBlock(stream.buffer, bytes);
         if (enlarged == 0) return false;
         publishBlock(stream, enlarged);
     }
-    const auto shown = static_cast<size_t>(stream.limit + 1);
-    if (bytes > shown) std::memset(stream.data + shown, 0, bytes - shown);
+    // The caller's own bytes behind the limit survive the first growth; what is added is zero.
+    const uint32_t kept = stream.grown == 0 ? room : static_cast<uint32_t>(stream.limit + 1);
+    if (bytes > kept) std::memset(stream.data + kept, 0, bytes - kept);
     stream.limit = static_cast<int32_t>(newLimit);
     stream.dirty = 0;
     stream.grown = 1;
@@ -77,9 +79,9 @@ void settleMemory(StreamRecord& stream) {
     const auto shown = static_cast<uint32_t>(stream.limit + 1);
     if (GlobalSize(stream.buffer) <= shown) return;
     const MemHandle settled = resizeBlock(stream.buffer, shown);
-    if (settled == 0) return;
-    publishBlock(stream, settled);
-    std::memset(stream.data + shown, 0, blockRoom(settled) - shown);
+    if (settled != 0) publishBlock(stream, settled);
+    // Zeros follow: in the slack, or in the block itself where the heap would not shrink it.
+    std::memset(stream.data + shown, 0, blockRoom(stream.buffer) - shown);
 }
 
 int32_t fillBuffer(StreamRecord& stream) {
@@ -89,8 +91,8 @@ int32_t fillBuffer(StreamRecord& stream) {
     if (std::fseek(stream.file, stream.next, SEEK_SET) != 0) return fail(stream);
     const size_t count = std::fread(stream.data, 1, kStreamBufferSize, stream.file);
     if (count == 0 && std::ferror(stream.file) != 0) return fail(stream);
-    if (stream.next > INT32_MAX - kStreamBufferSize) return fail(stream);
     const auto bytes = static_cast<int32_t>(count);
+    if (stream.next > INT32_MAX - bytes) return fail(stream);
     emptyBuffer(stream);
     stream.high = bytes - 1;
     stream.base = stream.next;
@@ -101,7 +103,6 @@ int32_t fillBuffer(StreamRecord& stream) {
 int32_t flushBuffer(StreamRecord& stream) {
     if (stream.file != nullptr) return flushFile(stream);
     if (!isMemory(stream)) return 0;
-    if (stream.growStep <= 0) return kFailed;
     return growMemory(stream, int64_t{stream.limit} + stream.growStep) ? 1 : kFailed;
 }
 
@@ -132,5 +133,9 @@ int32_t FillOxlIOBuf(OxlStream stream) {
 
 int32_t FlushOxlIO(OxlStream stream) {
     const Locked<StreamRecord> record(stream);
-    return record ? flushBuffer(*record) : kFailed;
+    if (!record) return kFailed;
+    const int32_t result = flushBuffer(*record);
+    // Looking for the file's end hands over what the C library still holds back.
+    if (result > 0 && record->file != nullptr) refreshLength(*record);
+    return result;
 }

@@ -8,6 +8,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <functional>
@@ -90,6 +91,21 @@ extern "C" __attribute__((used)) inline int __wrap_open(const char* name, int fl
         va_end(rest);
     }
     return support::FailingCall::due("open") ? -1 : __real_open(name, flags, mode);
+}
+
+// A read fails the way a broken disk makes it fail: the file's error indicator must be set, too.
+extern "C" size_t __real_fread(void* data, size_t size, size_t count, FILE* file);
+extern "C" __attribute__((used)) inline size_t __wrap_fread(void* data, size_t size, size_t count,
+                                                            FILE* file) {
+    if (!support::FailingCall::due("fread")) return __real_fread(data, size, count, file);
+    const int kept = dup(fileno(file));
+    const int unreadable = __real_open("/dev/null", O_WRONLY);
+    dup2(unreadable, fileno(file));
+    const size_t result = __real_fread(data, size, count, file);
+    dup2(kept, fileno(file));
+    close(unreadable);
+    close(kept);
+    return result;
 }
 
 #endif

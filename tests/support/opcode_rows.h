@@ -1,5 +1,5 @@
-// The driver's operations as the host knows them: which handler carries an opcode out, the mask that
-// the table shows, and the device states that accept it.
+// The driver's operations as the host knows them: which handler carries an opcode out, the mask
+// that the table shows, and the device states that accept it.
 #pragma once
 
 #include <tivar/driver.h>

@@ -75,11 +75,11 @@ class RecordingDocument {
     std::intptr_t answer(std::intptr_t first, std::int32_t operation, std::intptr_t a,
                          std::intptr_t b) {
         const auto* name = reinterpret_cast<const char*>(a);
-        const std::string shownName = name == nullptr ? "(none)" : name;
+        const auto shownName = [&] { return std::string(name == nullptr ? "(none)" : name); };
         std::int32_t offset = 0;
         switch (operation) {
             case kDocOpen:
-                note("open", first, shownName, b);
+                note("open", first, shownName(), b);
                 break;
             case kDocRead:
                 note("read", first, a == 0 ? "(none)" : "buffer", b);
@@ -95,10 +95,10 @@ class RecordingDocument {
                 note("close", first, std::to_string(a), b);
                 break;
             case kDocExists:
-                note("exists", first, shownName, b);
+                note("exists", first, shownName(), b);
                 break;
             case kDocDelete:
-                note("delete", first, shownName, b);
+                note("delete", first, shownName(), b);
                 break;
             default:
                 note("unknown", first, std::to_string(operation), b);

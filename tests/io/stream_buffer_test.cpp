@@ -1,0 +1,245 @@
+#include <cstring>
+
+#include "io/stream_kit.h"
+#include "support/byte_list.h"
+#include "support/failing_call.h"
+#include "support/source_stream.h"
+
+namespace {
+
+using namespace stream_kit;
+using support::bytesOfText;
+using support::FailingCall;
+using support::FileSource;
+using support::MemorySource;
+using support::slice;
+
+TEST(FillBuffer, BringsTheNextBufferOfTheFile) {
+    FileSource source(pattern(30000));
+    EXPECT_EQ(FillOxlIOBuf(source.stream), kBuffer);
+    EXPECT_EQ(positionOf(source.stream), 0);
+    // What is left of a buffer is passed over.
+    EXPECT_EQ(readText(source.stream, 5), pattern(5));
+    EXPECT_EQ(FillOxlIOBuf(source.stream), kBuffer);
+    EXPECT_EQ(positionOf(source.stream), kBuffer);
+    EXPECT_EQ(readText(source.stream, 5), pattern(30000).substr(kBuffer, 5));
+    EXPECT_EQ(FillOxlIOBuf(source.stream), 30000 - 2 * kBuffer);
+    EXPECT_EQ(FillOxlIOBuf(source.stream), 0);
+    EXPECT_EQ(positionOf(source.stream), 30000);
+    EXPECT_EQ(FillOxlIOBuf(source.stream), 0);
+}
+
+TEST(FillBuffer, WritesADirtyBufferFirst) {
+    const TempDirectory directory;
+    const std::string path = directory.write("file", pattern(100));
+    const OxlStream stream = oxlOpen(path.c_str(), nullptr, OXL_UPDATE);
+    EXPECT_EQ(writeText(stream, "XYZ"), 3);
+    EXPECT_EQ(FillOxlIOBuf(stream), 97);
+    EXPECT_EQ(positionOf(stream), 3);
+    EXPECT_EQ(directory.read("file"), "XYZ" + pattern(100).substr(3));
+    EXPECT_EQ(recordOf(stream).dirty, 0);
+    oxlClose(stream);
+}
+
+TEST(FillBuffer, ThatCannotBeWrittenFirstFails) {
+    const TempDirectory directory;
+    const std::string path = directory.write("file", "abc");
+    const OxlStream stream = oxlOpen(path.c_str(), nullptr, OXL_READ);
+    EXPECT_EQ(writeText(stream, "XYZ"), 3);
+    EXPECT_EQ(FillOxlIOBuf(stream), -1);
+    EXPECT_EQ(recordOf(stream).error, -1);
+    EXPECT_EQ(readText(stream, 1), "");
+    EXPECT_EQ(oxlClose(stream), -1);
+}
+
+TEST(FillBuffer, BehindAMemoryBlockThereIsNothing) {
+    MemorySource source("abc");
+    EXPECT_EQ(FillOxlIOBuf(source.stream), 0);
+    EXPECT_EQ(readText(source.stream, 5), "abc");
+    EXPECT_EQ(FillOxlIOBuf(source.stream), 0);
+    EXPECT_EQ(recordOf(source.stream).error, 0);
+}
+
+TEST(FlushBuffer, WritesTheDirtyBytesAndStartsABuffer) {
+    const TempDirectory directory;
+    const OxlStream stream = oxlOpen(directory.path("file").c_str(), nullptr, kCreateToWrite);
+    EXPECT_EQ(FlushOxlIO(stream), 0);
+    EXPECT_EQ(writeText(stream, "abcdef"), 6);
+    EXPECT_EQ(FlushOxlIO(stream), 6);
+    EXPECT_EQ(directory.read("file"), "abcdef");
+    const tivar::StreamRecord record = recordOf(stream);
+    EXPECT_EQ(record.index, 0);
+    EXPECT_EQ(record.high, -1);
+    EXPECT_EQ(record.limit, kBuffer - 1);
+    EXPECT_EQ(record.base, 6);
+    EXPECT_EQ(record.next, 6);
+    EXPECT_EQ(record.dirty, 0);
+    EXPECT_EQ(record.length, 6);
+    // Clean: nothing to do.
+    EXPECT_EQ(FlushOxlIO(stream), 0);
+    EXPECT_EQ(writeText(stream, "gh"), 2);
+    EXPECT_EQ(FlushOxlIO(stream), 2);
+    EXPECT_EQ(directory.read("file"), "abcdefgh");
+    oxlClose(stream);
+}
+
+TEST(FlushBuffer, LeavesTheStreamBehindItsLastByteWhereverItStood) {
+    const TempDirectory directory;
+    const std::string path = directory.write("file", pattern(20));
+    const OxlStream stream = oxlOpen(path.c_str(), nullptr, OXL_UPDATE);
+    EXPECT_EQ(readText(stream, 2), pattern(2));
+    EXPECT_EQ(writeText(stream, "X"), 1);
+    EXPECT_EQ(FlushOxlIO(stream), 20);
+    EXPECT_EQ(positionOf(stream), 20);
+    EXPECT_EQ(writeText(stream, "Y"), 1);
+    EXPECT_EQ(oxlClose(stream), 0);
+    EXPECT_EQ(directory.read("file"), pattern(2) + "X" + pattern(20).substr(3) + "Y");
+}
+
+TEST(FlushBuffer, ACleanBufferStaysWhereItIs) {
+    FileSource source("abcdef");
+    EXPECT_EQ(readText(source.stream, 2), "ab");
+    EXPECT_EQ(FlushOxlIO(source.stream), 0);
+    EXPECT_EQ(readText(source.stream, 2), "cd");
+}
+
+TEST(BufferSteps, StreamZeroFails) {
+    EXPECT_EQ(FillOxlIOBuf(0), -1);
+    EXPECT_EQ(FlushOxlIO(0), -1);
+}
+
+// --- How memory grows
+
+// An empty stream over a block of that size.
+struct GrowingBlock : BlockStream {
+    GrowingBlock(int32_t size, int32_t growStep)
+        : BlockStream(Bytes(static_cast<size_t>(size)), static_cast<HostWord>(size),
+                      static_cast<HostWord>(growStep), kCreateToWrite) {}
+};
+
+// The size that growing step by step gives a block that takes used bytes.
+int32_t steppedSize(int32_t size, int32_t growStep, int32_t used) {
+    while (used > size) size += growStep;
+    return size;
+}
+
+TEST(GrowingBlock, ItsLimitMovesInStepsWithEveryByteThatPassesIt) {
+    for (const int32_t size : {0, 1, 10}) {
+        for (const int32_t step : {1, 7, 64}) {
+            SCOPED_TRACE(std::to_string(size) + " by " + std::to_string(step));
+            GrowingBlock block(size, step);
+            for (int32_t used = 1; used <= 200; ++used) {
+                ASSERT_EQ(writeText(block.stream, "x"), 1);
+                ASSERT_EQ(recordOf(block.stream).limit, steppedSize(size, step, used) - 1) << used;
+            }
+        }
+    }
+}
+
+TEST(GrowingBlock, ItsLimitMovesThroughAsManyStepsAsOneWriteTakes) {
+    GrowingBlock block(10, 7);
+    EXPECT_EQ(writeText(block.stream, pattern(100)), 100);
+    EXPECT_EQ(recordOf(block.stream).limit, 100);  // 10 + 13 steps is 101 bytes
+    EXPECT_EQ(recordOf(block.stream).high, 99);
+}
+
+TEST(GrowingBlock, AtCloseItHasTheSizeOfItsStepsAndZerosBehindTheMark) {
+    for (const int32_t size : {0, 1, 10, 4096}) {
+        for (const int32_t step : {1, 7, 64, 4096}) {
+            for (const int32_t used : {0, 1, 9, 10, 11, 63, 64, 65, 4095, 4096, 4097, 20000}) {
+                SCOPED_TRACE(std::to_string(used) + " into " + std::to_string(size) + " by " +
+                             std::to_string(step));
+                GrowingBlock block(size, step);
+                const std::string text = pattern(static_cast<size_t>(used));
+                EXPECT_EQ(writeText(block.stream, text), used);
+                EXPECT_EQ(block.close(), 0);
+                Bytes expected(text.begin(), text.end());
+                expected.push_back(0xFF);
+                expected.resize(static_cast<size_t>(steppedSize(size, step, used + 1)));
+                EXPECT_EQ(block.block(), expected);
+            }
+        }
+    }
+}
+
+TEST(GrowingBlock, TheCallersVariableFollowsTheBytes) {
+    GrowingBlock block(1, 5);
+    std::string text;
+    for (int32_t i = 0; i < 300; ++i) {
+        const std::string part = pattern(static_cast<size_t>(i % 40));
+        EXPECT_EQ(writeText(block.stream, part), i % 40);
+        text += part;
+        ASSERT_EQ(std::memcmp(block.data, text.data(), text.size()), 0) << i;
+        ASSERT_EQ(GlobalLock(GlobalHandle(block.data)), block.data) << i;
+        ASSERT_GE(GlobalSize(GlobalHandle(block.data)), text.size()) << i;
+    }
+}
+
+TEST(GrowingBlock, AFlushGrowsItByAStep) {
+    GrowingBlock block(4, 6);
+    EXPECT_EQ(writeText(block.stream, "ab"), 2);
+    EXPECT_EQ(recordOf(block.stream).dirty, 1);
+    EXPECT_EQ(FlushOxlIO(block.stream), 1);
+    EXPECT_EQ(recordOf(block.stream).limit, 9);
+    EXPECT_EQ(recordOf(block.stream).dirty, 0);
+    EXPECT_EQ(FlushOxlIO(block.stream), 1);
+    EXPECT_EQ(recordOf(block.stream).limit, 15);
+    EXPECT_EQ(positionOf(block.stream), 2);
+    EXPECT_EQ(writeText(block.stream, "cd"), 2);
+    EXPECT_EQ(block.close(), 0);
+    Bytes expected = {'a', 'b', 'c', 'd', 0xFF};
+    expected.resize(16);
+    EXPECT_EQ(block.block(), expected);
+}
+
+TEST(GrowingBlock, AFlushWithoutAStepKeepsItsSize) {
+    GrowingBlock block(4, 0);
+    EXPECT_EQ(FlushOxlIO(block.stream), 1);
+    EXPECT_EQ(recordOf(block.stream).limit, 3);
+    EXPECT_EQ(writeText(block.stream, "abc"), 3);
+    EXPECT_EQ(block.close(), 0);
+    EXPECT_EQ(block.block(), bytesOfText("abc\xFF"));
+}
+
+TEST(GrowingBlock, ThatCannotShrinkAtCloseHoldsZerosBehindTheMark) {
+    GrowingBlock block(1, 1);
+    const std::string text = pattern(300);
+    EXPECT_EQ(writeText(block.stream, text), 300);
+    {
+        const FailingCall stuck("realloc");
+        EXPECT_EQ(block.close(), 0);
+    }
+    const Bytes closed = block.block();
+    ASSERT_GE(closed.size(), 301u);
+    EXPECT_EQ(slice(closed, 0, 301), bytesOfText(text + "\xFF"));
+    EXPECT_EQ(slice(closed, 301), Bytes(closed.size() - 301));
+}
+
+TEST(GrowingBlock, ManySmallStepsMoveItFewTimes) {
+    // Two million steps of a byte: copying the block at each of them would take hours.
+    constexpr int32_t kBytes = 2000000;
+    GrowingBlock block(1, 1);
+    int32_t moves = 0;
+    const std::string text = pattern(500);
+    for (int32_t i = 0; i < kBytes / 500; ++i) {
+        const void* const before = block.data;
+        ASSERT_EQ(writeText(block.stream, text), 500);
+        if (block.data != before) ++moves;
+    }
+    EXPECT_LT(moves, 200);
+    EXPECT_EQ(recordOf(block.stream).limit, kBytes - 1);
+    EXPECT_EQ(block.close(), 0);
+    EXPECT_EQ(GlobalSize(GlobalHandle(block.data)), static_cast<uint32_t>(kBytes + 1));
+    EXPECT_EQ(static_cast<const uint8_t*>(block.data)[kBytes], 0xFF);
+}
+
+TEST(GrowingBlock, ABlockThatNeverGrewIsLeftAsItIs) {
+    GrowingBlock block(64, 4096);
+    const void* const before = block.data;
+    EXPECT_EQ(writeText(block.stream, pattern(63)), 63);
+    EXPECT_EQ(block.close(), 0);
+    EXPECT_EQ(block.data, before);
+    EXPECT_EQ(GlobalSize(GlobalHandle(block.data)), 64u);
+}
+
+}  // namespace
