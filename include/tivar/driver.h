@@ -153,8 +153,8 @@ typedef struct EMData {
     int32_t viewportResolution;
     int16_t imageFlag;
     int8_t nameRefused; /* 1: the file name was too long, opening fails */
-    void*
-        memoryBlock; /* output to memory: address of the block, the host's once the device closed */
+    void* memoryBlock; /* output to memory: address of the block, the host's once the device closed;
+                          terminating an open device frees it */
     uint8_t reserved[28];
 } EMData;
 

@@ -25,7 +25,7 @@ constexpr uint32_t kTrueColorBits = 24;
 
 // The data record of kBeginImage, of which 28 bytes are read.
 struct ImageHeader {
-    uint32_t cellsPerRow;
+    int32_t cellsPerRow;
     uint32_t rows;
     int32_t precision;
     int16_t flag;
@@ -39,7 +39,10 @@ void beginImage(const void* block) {
     if (points > (PTRDIFF_MAX - sizeof(ImageHeader)) / kPointBytes - kDataWithoutPoints) return;
     const auto header = fieldAt<ImageHeader>(block, kDataWithoutPoints + points * kPointBytes);
     const uint32_t bits = bitsOfPrecision(header.precision);
-    const uint32_t width = visibleCells(header.cellsPerRow);
+    const int32_t cells = header.cellsPerRow;
+    // The number is signed: below 0 it is less than any window shows.
+    const uint32_t width =
+        cells < 0 ? static_cast<uint32_t>(cells) : visibleCells(static_cast<uint32_t>(cells));
     GlobalFree(lpEMData->imageMemory);
     lpEMData->imageFlag = header.flag;
     lpEMData->imagePending = 1;
@@ -48,7 +51,7 @@ void beginImage(const void* block) {
     lpEMData->bitsPerCell = static_cast<int32_t>(bits);
     lpEMData->nextRow = 0;
     // The cell arrays find out when there is no memory.
-    lpEMData->imageMemory = allocateCells(width, bits, header.rows);
+    lpEMData->imageMemory = cells < 0 ? 0 : allocateCells(width, bits, header.rows);
 }
 
 // The image's palette from the device's colours; false when it cannot be had.

@@ -26,14 +26,21 @@ struct SectorTable {
     uint32_t entries;
 };
 
-// The (mini) sector that holds the position; false for a walk longer than any chain of the table.
-bool walkChain(uint32_t start, uint64_t position, uint32_t unit, const SectorTable& table,
-               uint32_t& sector) {
+uint32_t follow(uint32_t sector, uint64_t steps, const SectorTable& table) {
+    for (; steps > 0; --steps) sector = table.next(sector);
+    return sector;
+}
+
+// The (mini) sector that holds the position.
+uint32_t walkChain(uint32_t start, uint64_t position, uint32_t unit, const SectorTable& table) {
     const uint64_t steps = position / unit;
-    if (steps > table.entries) return false;
-    sector = start;
-    for (uint64_t i = 0; i < steps; ++i) sector = table.next(sector);
-    return true;
+    // A walk longer than this goes round in a ring, of which whole turns are left out.
+    const uint64_t lead = 2 * (uint64_t{table.entries} + 1);
+    if (steps <= lead) return follow(start, steps, table);
+    const uint32_t inRing = follow(start, lead, table);
+    uint64_t turn = 1;
+    for (uint32_t at = table.next(inRing); at != inRing; at = table.next(at)) ++turn;
+    return follow(inRing, (steps - lead) % turn, table);
 }
 
 // Puts the routing flag aside while the container file itself is read.
@@ -48,13 +55,12 @@ struct ContainerAccess {
     int32_t flag;
 };
 
-// The place in the file of an offset within a (mini) sector; -1 when there is none.
+// The place in the file of an offset within a (mini) sector.
 int64_t fileOffset(const EmbeddedStream& stream, const SectorTable& sectors, bool mini,
                    uint32_t unit, uint32_t offset) {
     if (!mini) return (int64_t{unit} + 1) * kSectorSize + offset;
     const uint64_t place = uint64_t{unit} * kMiniSectorSize + offset;
-    uint32_t holder = 0;
-    if (!walkChain(stream.miniStreamStart, place, kSectorSize, sectors, holder)) return -1;
+    const uint32_t holder = walkChain(stream.miniStreamStart, place, kSectorSize, sectors);
     return (int64_t{holder} + 1) * kSectorSize + static_cast<int64_t>(place % kSectorSize);
 }
 
@@ -64,14 +70,13 @@ int32_t readEmbedded(OxlStream stream, EmbeddedStream& embedded, uint8_t* buffer
     const bool mini = embedded.length <= kLongestMiniStream;
     const uint32_t unitSize = mini ? kMiniSectorSize : kSectorSize;
     const SectorTable& table = mini ? miniSectors : sectors;
-    uint32_t unit = 0;
-    if (!walkChain(embedded.start, embedded.position, unitSize, table, unit)) return 0;
+    uint32_t unit = walkChain(embedded.start, embedded.position, unitSize, table);
     int32_t total = 0;
     while (count > 0) {
         const uint32_t offset = embedded.position % unitSize;
         const uint32_t wanted = std::min(unitSize - offset, count);
         const int64_t place = fileOffset(embedded, sectors, mini, unit, offset);
-        if (place < 0 || place > INT32_MAX) break;
+        if (place > INT32_MAX) break;
         oxlSeek(stream, static_cast<int32_t>(place), SEEK_SET);
         const int32_t read = oxlRead(stream, buffer, static_cast<int32_t>(wanted));
         // Kept: a short read advances by what was wanted, and is the last.

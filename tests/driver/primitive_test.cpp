@@ -94,6 +94,16 @@ TEST(BeginImage, MemoryThatCannotBeHadIsFoundByTheCellArray) {
     }
 }
 
+TEST(BeginImage, NegativeNumberOfCellsIsLessThanTheWindowsAndHasNoMemory) {
+    for (const int32_t precision : {1, 8}) {
+        BodyHost host;
+        host.begin({-1, 1, precision});
+        EXPECT_EQ(lpEMData->imageWidth, -1);
+        EXPECT_EQ(lpEMData->imageMemory, 0u);
+        EXPECT_EQ(host.send(support::cellArrayBlock({1, 1, 8}, {1, 2, 3, 4})), 300);
+    }
+}
+
 TEST(BeginImage, SecondBeginReplacesTheFirst) {
     BodyHost host;
     host.begin({4, 4, 8});

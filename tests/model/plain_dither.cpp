@@ -20,7 +20,9 @@ const Bytes& fixedColors() {
     return table;
 }
 
-int entryCount(int bits) { return static_cast<int>(powerOfTwo(bits) & 0xFFFFU); }
+int entryCount(int bits) {
+    return static_cast<int>(powerOfTwo(bits) & 0xFFFFU);
+}
 
 Bitmap workingCopy(const Bitmap& source, const Bytes* sourceTable) {
     return convertDepth(source, 24, sourceTable, nullptr, 0);

@@ -18,7 +18,9 @@ constexpr int resolutionOfCaller = 309;
 constexpr int runLength = 228;
 constexpr int os2File = 332;
 
-int signed16(int value) { return static_cast<std::int16_t>(value); }
+int signed16(int value) {
+    return static_cast<std::int16_t>(value);
+}
 
 int bitCountOf(int colorFormat, int before) {
     switch (colorFormat) {

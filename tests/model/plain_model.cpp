@@ -13,10 +13,14 @@ std::uint8_t byteOf(std::uint32_t value, int shift) {
     return static_cast<std::uint8_t>((value >> shift) & 0xFFU);
 }
 
-bool within(int a, int b, int tolerance) { return std::abs(a - b) <= tolerance; }
+bool within(int a, int b, int tolerance) {
+    return std::abs(a - b) <= tolerance;
+}
 
 // Pixel x starts this many bytes into its row.
-std::int64_t byteInRow(std::uint32_t x, int bits) { return toUnsigned(x * (bits / 8.0)); }
+std::int64_t byteInRow(std::uint32_t x, int bits) {
+    return toUnsigned(x * (bits / 8.0));
+}
 
 std::int64_t pixelOffset(const Bitmap& bitmap, std::uint32_t x, std::uint32_t y) {
     const std::int64_t stride = bytesPerLine(bitmap.width, bitmap.bits);
