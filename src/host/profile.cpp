@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "host/memory.h"
+#include "host/profile_path.h"
 #include "host/profile_text.h"
 #include "host/text.h"
 #include "io/path.h"
@@ -19,15 +19,6 @@ namespace {
 constexpr char kDefaultProfile[] = "OXL.INI";
 constexpr size_t kPathSize = 144;
 constexpr size_t kLongestPath = 4096;
-
-// "directory/name" into path; false without INIDIR or when it does not fit.
-bool pathInIniDir(char* path, size_t capacity, const char* name) {
-    const char* directory = std::getenv("INIDIR");
-    if (isEmpty(directory)) return false;
-    const char* slash = directory[std::strlen(directory) - 1] == '/' ? "" : "/";
-    const int length = std::snprintf(path, capacity, "%s%s%s", directory, slash, name);
-    return length > 0 && static_cast<size_t>(length) < capacity;
-}
 
 bool canOpen(const char* name) {
     return oxlOpen(name, nullptr, OXL_EXISTS) != static_cast<OxlStream>(-1);

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "host/memory.h"
+#include "host/profile_path.h"
 #include "host/profile_text.h"
 #include "host/text.h"
 #include "io/stream_record.h"
@@ -177,8 +178,10 @@ bool install(FILE* file, bool written, const char* name, const char* path, const
 void rewriteProfile(OxlStream source, const char* path, const Change& change) {
     struct stat status = {};
     const bool exists = stat(path, &status) == 0;
-    // A profile that is there but cannot be read must not be replaced.
-    if (exists && source == 0) return;
+    // A profile that is there but cannot be read must not be replaced, nor hidden by a new one.
+    char place[PATH_MAX];
+    const bool elsewhere = pathInIniDir(place, sizeof place, path) && access(place, F_OK) == 0;
+    if (source == 0 && (exists || elsewhere)) return;
     char target[PATH_MAX];
     if (!exists) copyBounded(target, sizeof target, path);
     if (exists && realpath(path, target) == nullptr) return;

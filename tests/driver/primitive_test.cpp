@@ -81,6 +81,17 @@ TEST(BeginImage, HeaderLiesBehindThePoints) {
     }
 }
 
+#if UINTPTR_MAX == 0xFFFFFFFFu
+TEST(BeginImage, MorePointsThanTheAddressesReachChangeNothing) {
+    BodyHost host;
+    const EMData before = *lpEMData;
+    for (const uint32_t points : {0x05555555u, 0x0AAAAAABu, 0x80000000u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(host.send(support::primitiveBlock(-5).put(20, points)), 0);
+        expectNothingChanged(before);
+    }
+}
+#endif
+
 TEST(BeginImage, MemoryThatCannotBeHadIsFoundByTheCellArray) {
     constexpr ImageShape kHuge[] = {
         {65536, 65536, 8}, {10, -1, 8}, {10, INT32_MIN, 24}, {1, 1, INT32_MIN}, {4, 1, INT32_MAX}};

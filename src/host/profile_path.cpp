@@ -1,0 +1,19 @@
+#include "host/profile_path.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "host/text.h"
+
+namespace tivar {
+
+bool pathInIniDir(char* path, size_t capacity, const char* name) {
+    const char* directory = std::getenv("INIDIR");
+    if (isEmpty(directory)) return false;
+    const char* slash = directory[std::strlen(directory) - 1] == '/' ? "" : "/";
+    const int length = std::snprintf(path, capacity, "%s%s%s", directory, slash, name);
+    return length > 0 && static_cast<size_t>(length) < capacity;
+}
+
+}  // namespace tivar
