@@ -86,8 +86,40 @@ def program():
 
 
 @pytest.fixture(scope="session")
+def library(program):
+    """Where the program finds the library."""
+    text = subprocess.run([program, "info"], check=True, capture_output=True, text=True).stdout
+    return text.splitlines()[1].strip()
+
+
+@pytest.fixture(scope="session")
 def sanitized(program):
     return b"__asan_init" in Path(program).read_bytes()
+
+
+@pytest.fixture(scope="session")
+def library_around(tmp_path_factory, library, sanitized):
+    """Builds a library around the real one from a source file beside the tests."""
+
+    def build(source):
+        if sanitized:
+            pytest.skip("an uninstrumented library would be in the way of the sanitizer")
+        here = Path(__file__).parent
+        built = tmp_path_factory.mktemp("around") / "libaround.so"
+        subprocess.run(
+            ["cc", "-shared", "-fPIC", "-Wall", "-Werror", "-I", here.parents[1] / "include"]
+            + [here / source, "-Wl,--no-as-needed", library]
+            + [f"-Wl,-rpath,{Path(library).parent}", "-ldl", "-o", built],
+            check=True,
+        )
+        return built
+
+    return build
+
+
+@pytest.fixture(scope="session")
+def witness_library(library_around):
+    return library_around("witness_library.c")
 
 
 @pytest.fixture

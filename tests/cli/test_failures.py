@@ -174,12 +174,12 @@ def test_a_write_protected_file_is_not_replaced(tivar, chart):
 
 
 @pytest.fixture
-def open_place(program, chart):
+def open_place(program, library, chart):
     """A directory that everybody can read and only its owner can write, with all that a run needs."""
     with tempfile.TemporaryDirectory() as place:
         os.chmod(place, 0o755)
         shutil.copy(program, f"{place}/tivar")
-        shutil.copy(os.environ["TIVAR_LIBRARY"], f"{place}/libtivar.so.2")
+        shutil.copy(library, f"{place}/libtivar.so.2")
         shutil.copy(chart, f"{place}/in.png")
         with open(f"{place}/old.bmp", "wb") as old:
             old.write(b"old")

@@ -131,15 +131,13 @@ def test_a_library_that_is_missing(tivar, chart):
     fails(tivar.run("export", chart, "--library", "none/libtivar.so"), 1, "none/libtivar.so")
 
 
-def test_the_library_option_goes_before_the_environment(tivar):
+def test_the_library_option_goes_before_the_environment(tivar, library):
     wrong = dict(os.environ, TIVAR_LIBRARY="/nowhere/libtivar.so")
     fails(tivar.run("info", env=wrong), 1, "/nowhere/libtivar.so")
-    right = re.search(r"library\n  (.*)", tivar.run("info").stdout.decode()).group(1)
-    assert tivar.run("info", "--library", right, env=wrong).returncode == 0
+    assert tivar.run("info", "--library", library, env=wrong).returncode == 0
 
 
-def test_the_library_beside_the_program_is_found(tivar, program):
-    library = re.search(r"library\n  (.*)", tivar.run("info").stdout.decode()).group(1)
+def test_the_library_beside_the_program_is_found(tivar, program, library):
     for place in ("bin", "lib"):
         root = tivar.directory / place
         (root / "bin").mkdir(parents=True)

@@ -1,6 +1,7 @@
 """Where the file goes: names, directories, standard output, devices, several inputs at once."""
 
 import os
+import signal
 import stat
 import subprocess
 import threading
@@ -158,6 +159,13 @@ def test_one_failing_input_does_not_stop_the_others(tivar):
     assert written == ["in0.bmp", "in1.bmp", "in3.bmp", "in4.bmp", "in5.bmp"]
 
 
+def test_a_caller_that_ignores_its_children_does_not_hide_failures(tivar):
+    names = several(tivar, 3)
+    (tivar.directory / names[1]).write_bytes(b"")
+    ignore = lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN)
+    fails(tivar.run("export", *names, "-j", 2, limits=ignore), 1, "in1.png")
+
+
 def test_every_failing_input_gets_its_line(tivar):
     names = several(tivar, 4)
     for name in names[1:]:
@@ -225,6 +233,12 @@ def test_leftovers_of_dead_processes_go_and_other_files_stay(tivar, chart):
 def test_standard_output_closed_by_the_caller_is_an_error(tivar, chart):
     result = tivar.run("export", chart, "-o", "-", limits=lambda: os.close(1))
     fails(result, 1, "standard output")
+
+
+def test_standard_input_closed_by_the_caller_is_an_error(tivar):
+    result = tivar.run("export", "-", "-o", "out.bmp", limits=lambda: os.close(0))
+    fails(result, 1, "standard input")
+    assert b"is empty" not in result.stderr  # that would be another stream in its place
 
 
 def test_a_reader_that_goes_away_is_an_error(tivar):

@@ -50,6 +50,21 @@ def test_a_signal_during_the_export_cancels_it(tivar, slow_picture, number):
     assert leftovers(tivar.directory) == []
 
 
+@pytest.fixture(scope="session")
+def endless_library(library_around):
+    return library_around("endless_library.c")
+
+
+def test_a_signal_is_answered_through_the_status_call_back(tivar, chart, endless_library):
+    process = tivar.start("export", chart, "-o", "out.bmp", "--library", endless_library)
+    wait_for(lambda: leftovers(tivar.directory), process)
+    time.sleep(0.1)
+    process.send_signal(signal.SIGINT)
+    output, errors = process.communicate(timeout=10)
+    assert (process.returncode, output, errors) == (130, b"", INTERRUPTED)
+    assert os.listdir(tivar.directory) == ["chart.png"]
+
+
 def test_a_second_signal_ends_the_export_at_once(tivar, slow_picture):
     process, old = export_in_progress(tivar, slow_picture)
     process.send_signal(signal.SIGINT)

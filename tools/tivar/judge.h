@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <string>
 
-#include "export.h"
 #include "library.h"
+#include "plan.h"
 
 namespace tool {
 

@@ -92,8 +92,10 @@ void bindEntry(const Loaded& loaded, const char* name, Target& target) {
 void bindEntries(Library& library, const Loaded& loaded) {
     bindEntry(loaded, "CreateSetup", library.createSetup);
     bindEntry(loaded, "DestroySetup", library.destroySetup);
+    bindEntry(loaded, "EscapeSetup", library.escapeSetup);
     bindEntry(loaded, "OXLGetFilterVersion", library.filterVersion);
     bindEntry(loaded, "ExportCellData", library.exportCellData);
+    bindEntry(loaded, "RASTER_dd_entry", library.rasterEntry);
 }
 
 void bindSymbols(Library& library, const Loaded& loaded) {
@@ -101,9 +103,16 @@ void bindSymbols(Library& library, const Loaded& loaded) {
     bindSymbol(loaded, "GlobalLock", library.globalLock);
     bindSymbol(loaded, "GlobalFree", library.globalFree);
     bindSymbol(loaded, "GlobalSize", library.globalSize);
+    bindSymbol(loaded, "GlobalHandle", library.globalHandle);
     bindSymbol(loaded, "LoadString", library.loadString);
+    bindSymbol(loaded, "UseDefaultSettings", library.useDefaultSettings);
     bindSymbol(loaded, "GetPrivateProfileString", library.profileString);
+    bindSymbol(loaded, "GetPrivateProfileInt", library.profileInt);
+    bindSymbol(loaded, "WritePrivateProfileString", library.writeProfileString);
+    bindSymbol(loaded, "SetDisplayInfo", library.setDisplayInfo);
+    bindSymbol(loaded, "QueryCellFormat", library.queryCellFormat);
     bindSymbol(loaded, "rlStretchBitmap", library.stretchBitmap);
+    bindSymbol(loaded, "lpEMData", library.deviceState);
     bindSymbol(loaded, "FilterVersion", library.versionWord);
     bindSymbol(loaded, "FilterID", library.idWord);
 }

@@ -17,16 +17,25 @@ struct Library {
 
     decltype(&::CreateSetup) createSetup{};
     decltype(&::DestroySetup) destroySetup{};
+    decltype(&::xEscapeSetup) escapeSetup{};
     decltype(&::OXLGetFilterVersion) filterVersion{};
     decltype(&::ExportCellData) exportCellData{};
+    decltype(&::RASTER_dd_entry) rasterEntry{};
 
     decltype(&::GlobalAlloc) globalAlloc{};
     decltype(&::GlobalLock) globalLock{};
     decltype(&::GlobalFree) globalFree{};
     decltype(&::GlobalSize) globalSize{};
+    decltype(&::GlobalHandle) globalHandle{};
     decltype(&::LoadString) loadString{};
+    decltype(&::UseDefaultSettings) useDefaultSettings{};
     decltype(&::GetPrivateProfileString) profileString{};
+    decltype(&::GetPrivateProfileInt) profileInt{};
+    decltype(&::WritePrivateProfileString) writeProfileString{};
+    decltype(&::SetDisplayInfo) setDisplayInfo{};
+    decltype(&::QueryCellFormat) queryCellFormat{};
     decltype(&::rlStretchBitmap) stretchBitmap{};
+    EMData* const* deviceState{};  // the raster driver's, null while it is not initialised
     const int16_t* versionWord{};
     const int16_t* idWord{};
 };
@@ -59,6 +68,12 @@ struct Block {
         return handle == 0 ? nullptr : static_cast<uint8_t*>(library->globalLock(handle));
     }
 };
+
+// An address as one of the library's words.
+template <class Pointer>
+HostWord wordOf(Pointer pointer) {
+    return reinterpret_cast<HostWord>(pointer);
+}
 
 // A block of size bytes; failing is a Failure.
 Block allocate(const Library& library, uint32_t size);

@@ -7,6 +7,7 @@
 #include "interrupt.h"
 #include "jobs.h"
 #include "options.h"
+#include "settings_commands.h"
 
 namespace tool {
 namespace {
@@ -21,14 +22,24 @@ void occupyStandardStreams() {
     }
 }
 
+void runWithLibrary(const Library& library, const Options& options) {
+    if (options.command == Command::Version) printVersion(library);
+    if (options.command == Command::Info) printInfo(library);
+    if (options.command == Command::ShowSettings) showSettings(library, options.settings);
+    if (options.command == Command::SetSettings) setSettings(library, options.settings);
+}
+
 int run(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
     if (options.command == Command::Export) {
         const std::vector<Job> jobs = planJobs(options);
         return runJobs(loadLibrary(options.library), jobs, options);
     }
-    if (options.command == Command::Version) printVersion(loadLibrary(options.library));
-    if (options.command == Command::Info) printInfo(loadLibrary(options.library));
+    if (options.command == Command::InitSettings) {
+        initSettings(options.settings);
+        return kDone;
+    }
+    if (options.command != Command::Help) runWithLibrary(loadLibrary(options.library), options);
     finishPrinting();
     return kDone;
 }

@@ -7,12 +7,13 @@
 #include <string_view>
 
 #include "failure.h"
+#include "settings_options.h"
 
 namespace tool {
 namespace {
 
 constexpr char kExitCodes[] =
-    "Exit codes: 0 done, 1 an export failed, 2 wrong usage, 128 + n ended by signal n";
+    "Exit codes: 0 done, 1 failed, 2 wrong usage, 128 + n ended by signal n";
 constexpr char kSeeHelp[] = "see tivar --help";
 constexpr char kSeeExportHelp[] = "see tivar export --help";
 
@@ -23,6 +24,8 @@ struct Typed {
     std::string size;
     int resolution = 0;  // 0 = not given
     std::string via = "file";
+    std::string route = "filter";
+    std::string cellArrays;
     std::string background;
     bool version = false;
 };
@@ -67,12 +70,6 @@ Color parseColor(const std::string& text) {
     }
     return {static_cast<uint8_t>(packed >> 16), static_cast<uint8_t>(packed >> 8),
             static_cast<uint8_t>(packed)};
-}
-
-void addLibrary(CLI::App& app, Options& options) {
-    app.add_option("--library", options.library,
-                   "The library to load (else TIVAR_LIBRARY, else beside the program)")
-        ->type_name("PATH");
 }
 
 void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
@@ -122,6 +119,16 @@ void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("--via", typed.via, "How the library delivers the file (else file)")
         ->check(CLI::IsMember({"file", "memory", "document"}).description(""))
         ->type_name("file|memory|document");
+    app.add_option("--route", typed.route,
+                   "The way through the library: its export call or its raster driver (else "
+                   "filter)")
+        ->check(CLI::IsMember({"filter", "driver"}).description(""))
+        ->type_name("filter|driver");
+    app.add_option("--cell-arrays", typed.cellArrays,
+                   "How the driver gets the rows: in bands of one image, or all in one array, "
+                   "which keeps an odd height (else banded)")
+        ->check(CLI::IsMember({"banded", "single"}).description(""))
+        ->type_name("banded|single");
     app.add_option("-j,--jobs", options.jobs, "Export this many inputs at once")
         ->check(CLI::Range(1, 256).description(""))
         ->type_name("N");
@@ -139,32 +146,45 @@ void applyTyped(const Typed& typed, ExportRequest& request) {
     }
     if (!typed.background.empty()) request.background = parseColor(typed.background);
     if (typed.via != "file") request.via = typed.via == "memory" ? Via::Memory : Via::Document;
+    if (typed.route == "driver") request.route = Route::Driver;
+    if (typed.cellArrays == "single") request.cellArrays = CellArrays::Single;
+    if (!typed.cellArrays.empty() && request.route != Route::Driver) {
+        failUsage("--cell-arrays needs --route driver", kSeeExportHelp);
+    }
 }
 
 struct CommandLine {
     CLI::App app{"Exports pictures as BMP files through libtivar, loaded at run time.", "tivar"};
     CLI::App* exporting{};
     CLI::App* info{};
+    SettingsCommands settings{};
 };
 
 void describe(CommandLine& line, Options& options, Typed& typed) {
     line.app.require_subcommand(0, 1);
     line.app.footer(kExitCodes);
     line.app.add_flag("--version", typed.version, "Versions of the program and the library");
-    addLibrary(line.app, options);
+    addLibrary(line.app, options.library);
     line.exporting = line.app.add_subcommand("export", "Export pictures as BMP files");
     addRunOptions(*line.exporting, options, typed);
     addFormatOptions(*line.exporting, options, typed);
     addSizeOptions(*line.exporting, options, typed);
-    addLibrary(*line.exporting, options);
+    addLibrary(*line.exporting, options.library);
+    line.settings = addSettingsCommands(line.app, options);
     line.info = line.app.add_subcommand("info", "Show what the library offers");
-    addLibrary(*line.info, options);
+    addLibrary(*line.info, options.library);
+}
+
+const char* remedyOf(const CommandLine& line) {
+    if (line.settings.all->parsed()) return "see tivar settings --help";
+    return line.exporting->parsed() ? kSeeExportHelp : kSeeHelp;
 }
 
 Command chosen(const CommandLine& line, const Typed& typed) {
     if (typed.version) return Command::Version;
     if (line.exporting->parsed()) return Command::Export;
     if (line.info->parsed()) return Command::Info;
+    if (line.settings.all->parsed()) return chosenOf(line.settings);
     failUsage("a command is missing", kSeeHelp);
 }
 
@@ -181,7 +201,7 @@ Options parseOptions(int argc, char** argv) {
         line.app.exit(help);
         return options;
     } catch (const CLI::ParseError& error) {
-        failUsage(error.what(), line.exporting->parsed() ? kSeeExportHelp : kSeeHelp);
+        failUsage(error.what(), remedyOf(line));
     }
     options.command = chosen(line, typed);
     applyTyped(typed, options.request);

@@ -12,8 +12,10 @@
 
 namespace tool {
 
-enum class Command { Help, Version, Info, Export };
+enum class Command { Help, Version, Info, Export, ShowSettings, SetSettings, InitSettings };
 enum class Via { File, Memory, Document };
+enum class Route { Filter, Driver };
+enum class CellArrays { Banded, Single };
 
 struct PixelSize {
     uint32_t width;
@@ -29,14 +31,25 @@ struct ExportRequest {
     std::string profile;
     std::string mode;
     Via via = Via::File;
+    Route route = Route::Filter;
+    CellArrays cellArrays = CellArrays::Banded;  // of the driver route
     Color background;
     bool quiet = false;
+};
+
+// What the user asks of a profile's settings.
+struct SettingsRequest {
+    std::string profile;
+    std::string mode;
+    std::vector<std::string> assignments;  // KEY=VALUE
+    bool force = false;
 };
 
 struct Options {
     Command command = Command::Help;
     std::string library;
     ExportRequest request;
+    SettingsRequest settings;
     std::vector<std::string> inputs;
     std::string out;
     unsigned jobs = 1;

@@ -15,14 +15,14 @@ namespace {
 
 constexpr size_t kFileBuffer = 1 << 18;
 
-File openInput(const std::string& name) {
+OpenFile openInput(const std::string& name) {
     const int opened = name == "-" ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)
                                    : ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
     Descriptor descriptor(opened);
     struct stat status {};
     if (opened < 0 || ::fstat(opened, &status) != 0) failErrno("", errno);
     if (S_ISDIR(status.st_mode)) fail("is a directory", "name the pictures in it");
-    File file(::fdopen(opened, "rb"));
+    OpenFile file(::fdopen(opened, "rb"));
     if (file == nullptr) failErrno("", errno);
     descriptor.number = -1;
     std::setvbuf(file.get(), nullptr, _IOFBF, kFileBuffer);
@@ -93,7 +93,7 @@ void setGreys(Picture& picture, unsigned count) {
 }
 
 Picture readPicture(const Library& library, const std::string& name, Color background) {
-    const File file = openInput(name);
+    const OpenFile file = openInput(name);
     const FirstBytes bytes = peek(file.get());
     if (bytes.first == 0x89 && bytes.second == 'P') {
         return readPng(library, file.get(), background);

@@ -32,7 +32,7 @@ struct Descriptor {
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
-using File = std::unique_ptr<std::FILE, CloseFile>;
+using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
 
 // Writes all bytes: 0, or the errno value of the write that failed.
 inline int writeAll(int descriptor, const void* data, std::size_t count) {

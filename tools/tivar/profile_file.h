@@ -1,0 +1,19 @@
+// The profile's file, where the library's own writing needs help.
+
+#ifndef TIVAR_TOOL_PROFILE_FILE_H
+#define TIVAR_TOOL_PROFILE_FILE_H
+
+#include <string>
+
+namespace tool {
+
+// Fails when the profile cannot be replaced, of which the library would say nothing.
+void requireWritable(const std::string& path);
+
+// Ends the last line, which the library neither reads nor keeps without an ending. A carriage
+// return at the very end of a file is none either.
+void endLastLine(const std::string& path);
+
+}  // namespace tool
+
+#endif

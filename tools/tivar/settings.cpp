@@ -1,0 +1,76 @@
+#include "settings.h"
+
+#include <array>
+#include <new>
+
+#include "failure.h"
+
+namespace tool {
+namespace {
+
+void checkProfile(const SetupRecord& record, const std::string& profile) {
+    if (profile.size() >= sizeof record.profilePath) {
+        failAt(profile, "a profile's path may have 143 characters", "use a shorter path");
+    }
+    if (record.profilePath[0] == '\0') {
+        failAt(profile, "the profile cannot be read", "check the path");
+    }
+}
+
+std::string profileTextOr(const Settings& settings, const char* key, const char* otherwise) {
+    std::array<char, 257> value{};  // longer than any line, so that it is always terminated
+    const SetupRecord& record = *settings.record;
+    settings.library.profileString(record.modeName, key, otherwise, value.data(),
+                                   static_cast<int32_t>(value.size()), record.profilePath);
+    return value.data();
+}
+
+}  // namespace
+
+Settings::Settings(const Library& loaded, const std::string& profileName, const std::string& mode)
+    : library(loaded),
+      profile(profileName),
+      handle(loaded.createSetup(0, profileName.c_str(), mode.c_str(), nullptr)),
+      record(static_cast<SetupRecord*>(loaded.globalLock(handle))) {
+    if (record == nullptr) throw std::bad_alloc();
+    if (profile.empty()) {
+        // Without a name the library would take a file called ".ini" for its profile.
+        library.useDefaultSettings(record);
+        record->lineMode = 0;  // the one setting that the defaults leave as it is
+        return;
+    }
+    try {
+        checkProfile(*record, profile);
+    } catch (...) {
+        library.destroySetup(handle);
+        throw;
+    }
+}
+
+Settings::~Settings() {
+    library.destroySetup(handle);
+}
+
+bool hasMode(const Settings& settings) {
+    return settings.record->driverName[0] != '\0';
+}
+
+void requireMode(const Settings& settings) {
+    if (settings.profile.empty() || hasMode(settings)) return;
+    const SetupRecord& record = *settings.record;
+    const std::string mode =
+        record.modeName[0] == '\0' ? "no mode" : std::string("mode ") + record.modeName;
+    failAt(settings.profile, mode + " with a key Driver is in the profile",
+           "name one of its modes with --mode");
+}
+
+bool hasKey(const Settings& settings, const char* key) {
+    constexpr char kMissing[] = "\n";  // no value of a profile
+    return profileTextOr(settings, key, kMissing) != kMissing;
+}
+
+std::string profileText(const Settings& settings, const char* key) {
+    return profileTextOr(settings, key, "");
+}
+
+}  // namespace tool
