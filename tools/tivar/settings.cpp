@@ -13,7 +13,8 @@ void checkProfile(const SetupRecord& record, const std::string& profile) {
         failAt(profile, "a profile's path may have 143 characters", "use a shorter path");
     }
     if (record.profilePath[0] == '\0') {
-        failAt(profile, "the profile cannot be read", "check the path");
+        failAt(profile, "the profile cannot be read",
+               "check the path, or make it with \"tivar settings init\"");
     }
 }
 
