@@ -12,8 +12,8 @@ namespace tivar {
 
 // Bytes of a row, and of all rows; false when 32 bits do not hold them or the depth is negative.
 struct BitmapSize {
-    uint32_t stride;
-    uint32_t bytes;
+    uint32_t stride = 0;
+    uint32_t bytes = 0;
 };
 bool measureBitmap(uint32_t width, uint32_t height, int32_t bitsPerPixel, BitmapSize& size);
 

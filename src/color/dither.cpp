@@ -32,7 +32,8 @@ constexpr std::array<uint8_t, 512> BOUNDARY_CHK = [] {
 }();
 
 void add(uint8_t& channel, int amount) {
-    channel = BOUNDARY_CHK[static_cast<size_t>(kClampBase + channel + amount)];
+    const int place = kClampBase + channel + amount;
+    channel = BOUNDARY_CHK[static_cast<size_t>(place)];
 }
 
 // Spreads one channel's error: t to the right, and to the three pixels below what t leaves after

@@ -45,13 +45,13 @@ uint32_t clampRow(int64_t row, uint32_t height) {
 }
 
 // Writes the picture in bands of bandHeight rows, bottom band first.
-int32_t writeBands(OxlStream stream, CellDataRequest* offscreen, const OutputShape& shape,
+int32_t writeBands(OxlStream stream, CellDataRequest& offscreen, const OutputShape& shape,
                    uint32_t bandHeight) {
     const uint32_t bands = shape.height / bandHeight + (shape.height % bandHeight != 0 ? 1 : 0);
     MemHandle state = 0;
     const auto bitCount = static_cast<uint32_t>(int32_t{shape.bitCount});
     const int32_t begun =
-        BeginCellBitmap(stream, shape.width, shape.height, bitCount, offscreen->colorTable, &state);
+        BeginCellBitmap(stream, shape.width, shape.height, bitCount, offscreen.colorTable, &state);
     // Kept: after a failed begin every band is the empty range at the top, and the loop still runs.
     const int64_t step = begun >= 1 ? bandHeight : 0;
     int64_t start = begun >= 1 ? 0 : shape.height;
@@ -59,7 +59,7 @@ int32_t writeBands(OxlStream stream, CellDataRequest* offscreen, const OutputSha
     uint32_t rows = bandHeight;
     for (uint32_t band = 0; band < bands; ++band) {
         const MemHandle bits =
-            DrawPlatformOffscreen(offscreen, static_cast<int32_t>(std::min(start, end)),
+            DrawPlatformOffscreen(&offscreen, static_cast<int32_t>(std::min(start, end)),
                                   static_cast<int32_t>(std::max(start, end)));
         int32_t status =
             WriteCellBits(stream, bits, shape.width, rows, bitCount, shape.swapRedBlue, state);
@@ -96,8 +96,9 @@ int32_t OutputPicture(OxlStream stream, CellPicture* picture, DrawProc drawCallb
                               palette, picture, drawCallback, kScratch);
     // The call-back may have moved the palette while growing it.
     if (offscreen != nullptr) palette = offscreen->colorTable;
-    const int32_t status =
-        bandHeight == 0 ? TIVAR_ERR_SETUP : writeBands(stream, offscreen, shape, bandHeight);
+    const int32_t status = offscreen == nullptr || bandHeight == 0
+                               ? TIVAR_ERR_SETUP
+                               : writeBands(stream, *offscreen, shape, bandHeight);
     oxlPtrGlobalFree(palette);
     TermPlatformOffscreen(offscreen);
     return status;

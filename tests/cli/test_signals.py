@@ -35,6 +35,7 @@ def export_in_progress(tivar, source, count=1):
     old.write_bytes(b"old")
     process = tivar.start("export", source, "-o", "out.bmp", "--bits", 4)
     wait_for(lambda: len(leftovers(tivar.directory)) == count, process)
+    time.sleep(0.05)  # the file is there a moment before the library is called
     process.send_signal(signal.SIGSTOP)
     return process, old
 

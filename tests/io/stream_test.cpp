@@ -119,6 +119,7 @@ TEST(StreamOpen, ANameGoesBeforeADescriptorWithoutProcedure) {
     const TempDirectory directory;
     const OxlStream stream = oxlOpen(directory.write("file", "abc").c_str(), &descriptor, OXL_READ);
     EXPECT_EQ(readText(stream, 10), "abc");
+    EXPECT_EQ(recordOf(stream).named, 1);
     oxlClose(stream);
     EXPECT_EQ(descriptor.size, 5u);
     GlobalFree(GlobalHandle(data));
@@ -412,6 +413,29 @@ TEST(StreamError, AFileThatMayNotGrowFailsTheFlushThatPassesItsLimit) {
     });
     EXPECT_EQ(results, (std::vector<int32_t>{kBuffer, kBuffer, -1, 0, -1}));
     EXPECT_EQ(directory.read("file").substr(0, kBuffer), pattern(kBuffer));
+}
+
+TEST(StreamError, AFailedFlushCanBeRepeatedFromItsStart) {
+    const TempDirectory directory;
+    const std::string path = directory.path("file");
+    const std::vector<int32_t> results = inChild([&] {
+        signal(SIGXFSZ, SIG_IGN);
+        rlimit limit = {};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        const rlim_t before = limit.rlim_cur;
+        limit.rlim_cur = kBuffer + 100;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        const OxlStream stream = oxlOpen(path.c_str(), nullptr, kCreateToWrite);
+        std::vector<int32_t> told = {writeText(stream, pattern(20000))};
+        told.push_back(FlushOxlIO(stream));
+        limit.rlim_cur = before;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        told.push_back(FlushOxlIO(stream));
+        told.push_back(oxlClose(stream));
+        return told;
+    });
+    EXPECT_EQ(results, (std::vector<int32_t>{20000, -1, 20000 - kBuffer, 0}));
+    EXPECT_EQ(directory.read("file"), pattern(20000));
 }
 
 TEST(StreamError, AReadersStreamTakesBytesItCannotWrite) {
