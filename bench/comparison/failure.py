@@ -1,0 +1,2 @@
+class Failure(Exception):
+    """Something that keeps a run, or the whole measuring, from going on."""

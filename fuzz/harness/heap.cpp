@@ -1,0 +1,100 @@
+#include "harness/heap.h"
+
+#include <unistd.h>
+
+#include <cstddef>
+#include <utility>
+
+#include "harness/check.h"
+
+namespace fuzz {
+namespace {
+
+struct Heap {
+    bool watching = false;
+    long live = 0;
+    bool refused = false;
+    std::uint32_t untilFailure = 0;
+};
+
+Heap heap;
+
+bool refuses(std::size_t bytes) {
+    if (!heap.watching) return false;
+    const bool due = heap.untilFailure > 0 && --heap.untilFailure == 0;
+    if (!due && bytes <= kLargestBlock) return false;
+    heap.refused = true;
+    return true;
+}
+
+void count(long blocks) {
+    if (heap.watching) heap.live += blocks;
+}
+
+int lowestFreeDescriptor() {
+    const int lowest = dup(STDERR_FILENO);
+    close(lowest);
+    return lowest;
+}
+
+}  // namespace
+
+HeapWatch::HeapWatch() : descriptor_(lowestFreeDescriptor()) {
+    heap = {};
+    heap.watching = true;
+}
+
+HeapWatch::~HeapWatch() {
+    heap.watching = false;
+    require(heap.live >= 0, "a block was freed that nobody allocated");
+    require(heap.live == 0, "blocks stay allocated");
+    require(lowestFreeDescriptor() == descriptor_, "files stay open");
+}
+
+bool HeapWatch::refused() {
+    return heap.refused;
+}
+
+FailingAllocation::FailingAllocation(std::uint32_t nth) {
+    heap.untilFailure = nth;
+}
+
+FailingAllocation::~FailingAllocation() {
+    heap.untilFailure = 0;
+}
+
+OwnAllocation::OwnAllocation() : postponed_(std::exchange(heap.untilFailure, 0)) {}
+
+OwnAllocation::~OwnAllocation() {
+    heap.untilFailure = postponed_;
+}
+
+}  // namespace fuzz
+
+extern "C" {
+
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
+void __real_free(void* block);
+void* __wrap_calloc(std::size_t count, std::size_t size);
+void* __wrap_realloc(void* block, std::size_t size);
+void __wrap_free(void* block);
+
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+    void* block = fuzz::refuses(count * size) ? nullptr : __real_calloc(count, size);
+    if (block != nullptr) fuzz::count(1);
+    return block;
+}
+
+void* __wrap_realloc(void* block, std::size_t size) {
+    if (fuzz::refuses(size)) return nullptr;
+    void* moved = __real_realloc(block, size);
+    if (block == nullptr && moved != nullptr) fuzz::count(1);
+    return moved;
+}
+
+void __wrap_free(void* block) {
+    if (block != nullptr) fuzz::count(-1);
+    __real_free(block);
+}
+}

@@ -1,0 +1,50 @@
+// The library's use of the heap, watched and limited. The programs are linked with --wrap for
+// calloc, realloc and free, which leads the library's calls here; C++ allocations do not come this
+// way.
+#pragma once
+
+#include <cstdint>
+
+namespace fuzz {
+
+// Blocks above this size cannot be had. It holds everything that the library needs for the pictures
+// that are compared, and keeps what the others cost in bounds.
+constexpr std::uint32_t kLargestBlock = 3u << 20;
+
+// For the life of the guard, what is allocated must be freed again, and files opened be closed.
+class HeapWatch {
+  public:
+    HeapWatch();
+    ~HeapWatch();
+    HeapWatch(const HeapWatch&) = delete;
+    HeapWatch& operator=(const HeapWatch&) = delete;
+
+    // Whether an allocation has failed since the start.
+    static bool refused();
+
+  private:
+    int descriptor_;
+};
+
+// The nth allocation of the guard's life fails; 0 = none.
+class FailingAllocation {
+  public:
+    explicit FailingAllocation(std::uint32_t nth);
+    ~FailingAllocation();
+    FailingAllocation(const FailingAllocation&) = delete;
+    FailingAllocation& operator=(const FailingAllocation&) = delete;
+};
+
+// For the life of the guard no allocation is made to fail: the target takes blocks of its own.
+class OwnAllocation {
+  public:
+    OwnAllocation();
+    ~OwnAllocation();
+    OwnAllocation(const OwnAllocation&) = delete;
+    OwnAllocation& operator=(const OwnAllocation&) = delete;
+
+  private:
+    std::uint32_t postponed_;
+};
+
+}  // namespace fuzz

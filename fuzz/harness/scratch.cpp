@@ -1,0 +1,61 @@
+#include "harness/scratch.h"
+
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+
+#include "harness/check.h"
+
+namespace fuzz {
+namespace {
+
+struct Directory {
+    Directory() : path((std::filesystem::temp_directory_path() / "tivar-fuzz-XXXXXX").string()) {
+        require(mkdtemp(path.data()) != nullptr, "no temporary directory");
+    }
+    ~Directory() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+    Directory(const Directory&) = delete;
+    Directory& operator=(const Directory&) = delete;
+
+    std::string path;
+};
+
+}  // namespace
+
+std::string scratchPath(const char* name) {
+    static const Directory directory;
+    return directory.path + "/" + name;
+}
+
+void writeFile(const std::string& path, const Bytes& bytes) {
+    FILE* file = std::fopen(path.c_str(), "wb");
+    require(file != nullptr, "no scratch file");
+    std::fwrite(bytes.data(), 1, bytes.size(), file);
+    std::fclose(file);
+}
+
+Bytes readFile(const std::string& path) {
+    Bytes bytes;
+    FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) return bytes;
+    std::uint8_t part[4096];
+    for (std::size_t count; (count = std::fread(part, 1, sizeof part, file)) > 0;)
+        bytes.insert(bytes.end(), part, part + count);
+    std::fclose(file);
+    return bytes;
+}
+
+bool fileExists(const std::string& path) {
+    return access(path.c_str(), F_OK) == 0;
+}
+
+void removeFile(const std::string& path) {
+    unlink(path.c_str());
+}
+
+}  // namespace fuzz

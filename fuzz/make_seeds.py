@@ -1,0 +1,487 @@
+#!/usr/bin/env python3
+"""Writes the seed corpora, corpus/<target>/<name>: small inputs that lead the fuzzers to the main
+paths. A seed is put together in the order in which the target takes it apart."""
+
+import pathlib
+import struct
+
+CORPUS = pathlib.Path(__file__).parent / "corpus"
+
+
+class Seed:
+    """The inverse of the targets' input: each call adds what one call there takes."""
+
+    def __init__(self):
+        self.data = b""
+
+    def u8(self, *values):
+        self.data += bytes(value & 0xFF for value in values)
+        return self
+
+    def u16(self, *values):
+        for value in values:
+            self.data += struct.pack("<H", value & 0xFFFF)
+        return self
+
+    def u32(self, *values):
+        for value in values:
+            self.data += struct.pack("<I", value & 0xFFFFFFFF)
+        return self
+
+    def one_in(self, count, yes=False):
+        return self.u8(count - 1 if yes else 0)
+
+    def number(self, value):
+        """Multiples of 1/64, small whole numbers shortest."""
+        if value == int(value) and 0 <= value < 256:
+            return self.u8(0, int(value))
+        return self.u8(4).u16(round(value * 64))
+
+    def wild(self, value):
+        if 0 <= value < 256:
+            return self.u8(0, value)
+        return self.u8(6).u32(value)
+
+    def text(self, text):
+        encoded = text.encode("latin-1")
+        return self.u8(len(encoded)).raw(encoded)
+
+    def raw(self, data):
+        self.data += data
+        return self
+
+    def add(self, other):
+        return self.raw(other.data)
+
+
+FROM_INPUT, NOISE, RUNS, FEW, GREYS, NEAR_GREYS = range(6)
+
+
+def drawing(style=NOISE, seed=0x1234):
+    """Bytes of a style; their number is the target's business."""
+    if style == FROM_INPUT:
+        return Seed().u8(style, 2).u8(0x12, 0xA5, seed & 0xFF)
+    return Seed().u8(style).u16(seed)
+
+
+FORMATS = {8: 0, 24: 1, 4: 2, 1: 3}  # places in the list of colour formats
+ANY_DEPTHS = {24: 0, 8: 1, 4: 2, 1: 3, 32: 4, 2: 7, 16: 8, 0: 9, 7: 10}
+SOUND_DEPTHS = {24: 0, 8: 1, 4: 2, 1: 3}
+
+
+def settings(bits, encoded=False, os2=False, sane=False, page=None):
+    seed = Seed().u8(FORMATS[bits]).one_in(2, encoded).one_in(3, os2)
+    if sane:
+        return seed
+    seed.u8(0, 0)  # size as given, resolution of the caller
+    if page is None:
+        return seed.one_in(2, True)
+    seed.one_in(2).number(page[0]).number(page[1])
+    return seed.one_in(4).u8(page[2]).one_in(4).u8(page[3])
+
+
+def picture(bits, width, height, style=NOISE, table=True, short=None):
+    """A picture of any depth, with blocks that may be too short."""
+    seed = Seed().one_in(64).u8(ANY_DEPTHS[bits])
+    for side in (width, height):
+        seed.one_in(32).u8(side)
+    seed.one_in(64)
+    seed.one_in(2 if bits > 8 else 16, not table)
+    seed.add(drawing(style))
+    seed.one_in(8, short is not None)
+    if short is not None:
+        seed.u16(short)
+    return seed.add(drawing(NOISE, 0x77)).one_in(8)
+
+
+def sound_picture(bits, width, height, style=NOISE):
+    seed = Seed().u8(SOUND_DEPTHS[bits], width - 1, height - 1).add(drawing(style))
+    return seed.add(drawing(NOISE, 0x77))
+
+
+def description(size=None, sane=False):
+    """None: the picture's own size."""
+    seed = Seed().one_in(2, size is None)
+    if size is None:
+        return seed
+    if not sane:
+        seed.one_in(2, True)
+    return seed.u8(size[0] - 1, size[1] - 1)
+
+
+def offered(resolution, width, height):
+    """A size at a resolution, and a display that says nothing."""
+    seed = Seed().one_in(2).one_in(2).one_in(4).u8(resolution)
+    return seed.wild(width).wild(height).one_in(2, True)
+
+
+MEMORY, FILE, DOCUMENT, NOWHERE, FULL, MISSING, UNOPENABLE = 0, 1, 2, 4, 5, 6, 7
+
+
+def filter_plan(target, chosen, source, wanted, failing=0, cancels=False, room=None):
+    seed = Seed().u8(target).one_in(64).one_in(4, failing > 0)
+    if failing:
+        seed.u8(failing)
+    seed.one_in(8, cancels).one_in(4).one_in(16).one_in(8, room is not None)
+    if room is not None:
+        seed.u16(room)
+    return seed.add(chosen).add(source).add(wanted)
+
+
+def filter_route():
+    yield "raw-8-memory", filter_plan(MEMORY, settings(8), picture(8, 20, 12), description())
+    yield "median-cut-file", filter_plan(FILE, settings(8), picture(24, 30, 20), description())
+    yield "dither-4-document", filter_plan(
+        DOCUMENT, settings(4, encoded=True), picture(24, 33, 17), description())
+    yield "dither-1-os2", filter_plan(
+        MEMORY, settings(1, os2=True), picture(24, 40, 10, GREYS), description())
+    yield "encoded-8-os2", filter_plan(
+        FILE, settings(8, encoded=True, os2=True), picture(8, 60, 9, RUNS), description())
+    yield "swapped-24", filter_plan(MEMORY, settings(24), picture(24, 19, 11), description())
+    yield "upward-1-to-24", filter_plan(
+        MEMORY, settings(24), picture(1, 17, 8), description())
+    yield "shrunk-and-converted", filter_plan(
+        MEMORY, settings(4), picture(8, 40, 40), description((13, 11)))
+    yield "stretched", filter_plan(
+        MEMORY, settings(8), picture(4, 10, 10), description((37, 23)))
+    yield "page-of-the-settings", filter_plan(
+        MEMORY, settings(8, page=(1, 0.5, 60, 50)), picture(8, 12, 9), offered(0, 4, 3))
+    yield "short-block", filter_plan(
+        MEMORY, settings(8), picture(24, 20, 20, short=300), description())
+    yield "depth-32", filter_plan(FILE, settings(8), picture(32, 9, 9), description())
+    yield "no-memory", filter_plan(
+        MEMORY, settings(4), picture(24, 16, 16), description(), failing=7)
+    yield "cancelled", filter_plan(
+        DOCUMENT, settings(24), picture(24, 16, 16), description(), cancels=True)
+    yield "full-disk", filter_plan(FULL, settings(24), picture(24, 60, 60), description())
+
+
+# --- Driver ---------------------------------------------------------------------------------------
+
+IN_ORDER, CELLS, PRIMITIVE, SET = 6, 14, 22, 26
+
+
+def driver_host(target, bits, encoded=False, os2=False, color_mode=2, pattern=None, reply=None):
+    seed = Seed().one_in(8)  # no allocation fails
+    seed.one_in(4).add(settings(bits, encoded, os2, sane=True))
+    seed.one_in(32).u8(target).u8(color_mode).one_in(4, pattern is not None)
+    if pattern is not None:
+        seed.u32(pattern)
+    seed.one_in(4).one_in(4, reply is not None)
+    if reply is not None:
+        seed.u8(reply)
+    if target < 4:
+        seed.one_in(4)
+    return seed
+
+
+def in_order(times=1):
+    return Seed().raw(Seed().u8(IN_ORDER).one_in(4).data * times)
+
+
+DEPTHS = {8: 0, 24: 1, 4: 2, 1: 3, -8: 4, -24: 5, 32: 8}
+
+
+def cells(width, height, bits):
+    seed = Seed().one_in(32).u8(width - 1).one_in(32).u8(height - 1)
+    return seed.one_in(32).u8(DEPTHS[bits]).one_in(2, True)
+
+
+def cell_array(width, height, bits, style=NOISE):
+    return Seed().u8(CELLS).add(cells(width, height, bits)).add(drawing(style)).one_in(32)
+
+
+def window(*corners):
+    seed = Seed().u8(SET, 0)
+    for value in corners:
+        seed.one_in(8).u8(value)
+    return seed
+
+
+def colors(count, first=0):
+    seed = Seed().u8(SET, 5).one_in(4).u8(count).one_in(8).u8(first)
+    return seed.add(drawing(NOISE)).one_in(16)
+
+
+def primitive(identifier, width=1, height=1, bits=8):
+    return (Seed().u8(PRIMITIVE).one_in(32).u8({-5: 0, -6: 1, -3: 4}[identifier]).one_in(4)
+            .add(cells(width, height, bits)).raw(b"\0\0\0\0" if identifier == -5 else b""))
+
+
+def scale(mode, tenths):
+    return Seed().u8(SET, 2).one_in(8).u8(mode).one_in(2).u8(tenths)
+
+
+def query(opcode_window):
+    return Seed().u8(SET, 6).one_in(2, opcode_window)
+
+
+def session(host, *operations):
+    seed = Seed().add(host)
+    for operation in operations:
+        seed.add(operation)
+    return seed
+
+
+def driver_route():
+    begin = [in_order(2), window(0, 0, 0, 29, 19, 0), in_order()]
+    finish = [in_order(2)]
+    yield "cells-8-memory", session(driver_host(0, 8), *begin, colors(16), cell_array(30, 20, 8),
+                                    *finish)
+    yield "cells-24-file", session(driver_host(2, 8), *begin, cell_array(30, 20, 24), *finish)
+    yield "cells-narrowed", session(driver_host(0, 24), *begin, cell_array(40, 9, 24), *finish)
+    yield "cells-elsewhere", session(driver_host(0, 4, True), *begin, cell_array(20, 9, -8), *finish)
+    yield "cells-document", session(driver_host(4, 1), *begin, cell_array(20, 9, 24), *finish)
+    yield "cells-two", session(driver_host(0, 8, True, True), *begin, cell_array(20, 9, 8, RUNS),
+                               cell_array(20, 8, 8), *finish)
+    yield "cells-cancelled", session(driver_host(2, 8, pattern=2), *begin, cell_array(20, 9, 24),
+                                     *finish)
+    yield "image-8", session(driver_host(0, 8), *begin, colors(16), primitive(-5, 25, 12, 8),
+                             cell_array(25, 5, 8), cell_array(25, 7, 8), primitive(-6), *finish)
+    yield "image-24-to-4", session(driver_host(2, 4), *begin, primitive(-5, 25, 12, 24),
+                                   cell_array(25, 12, 24), primitive(-6), *finish)
+    yield "image-1", session(driver_host(0, 1), *begin, primitive(-5, 25, 12, 1),
+                             cell_array(25, 12, 1), primitive(-6), *finish)
+    yield "bottom-up", session(driver_host(0, 8), in_order(2), window(0, 19, 0, 29, 0, 0),
+                               in_order(), primitive(-5, 25, 12, 8), cell_array(25, 12, 8),
+                               primitive(-6), *finish)
+    yield "scaled", session(driver_host(0, 24), in_order(2), window(0, 0, 0, 29, 19, 0),
+                            scale(1, 5), in_order(), cell_array(12, 10, 24), *finish)
+    yield "queries", session(driver_host(0, 8, reply=5), in_order(2), window(1, 2, 3, 4, 5, 6),
+                             query(True), query(False), primitive(-3))
+    yield "greys", session(driver_host(0, 8, color_mode=5), *begin, colors(16),
+                           cell_array(20, 9, 24), *finish)
+
+
+# --- Records, streams, profiles -------------------------------------------------------------------
+
+LETTERS = "CSLFDcslfd123456789[]{}()|P0 x\xff"
+
+
+def record_format(text):
+    return Seed().u8(len(text)).u8(*[LETTERS.index(c) for c in text])
+
+
+def data_format(big=False, fixed=False):
+    seed = Seed()
+    for chosen in (big, fixed):
+        seed.one_in(3, chosen)
+        if not chosen:
+            seed.one_in(8)
+    return seed
+
+
+def struct_io():
+    for i, text in enumerate(("SLSSL", "LLLSSLLLLLL", "CCCC", "{C2S}(L|S)D", "((L|S)|{CD})L",
+                              "3C[2L]S", "12CFD|x")):
+        yield f"measure-{i}", Seed().u8(0).add(record_format(text))
+        yield f"read-{i}", Seed().u8(2).add(record_format(text)).one_in(16).u8(2).u16(200).add(
+            drawing()).add(data_format(big=i % 2 == 1))
+        yield f"write-{i}", Seed().u8(4).add(record_format(text)).one_in(16).u8(2).one_in(4).u8(
+            3, 15).add(data_format(fixed=i % 2 == 0)).add(drawing())
+    for i in range(5):
+        yield f"items-{i}", Seed().u8(6, i, 9, 120).add(drawing()).add(
+            data_format(True, True)).u8(40).one_in(2, True).add(data_format(True, True))
+    yield "numbers", Seed().u8(7).u32(0x12345678).u8(3)
+
+
+def write(count):
+    return Seed().u8(0).one_in(8).u8(count).add(drawing())
+
+
+def write_large(place):
+    return Seed().u8(0).one_in(8, True).u8(place).add(drawing(RUNS))
+
+
+def read(count):
+    return Seed().u8(4).one_in(8).u8(count)
+
+
+def seek(whence, offset, back=False):
+    places = {0: 0, 1: 2, 2: 4}
+    return Seed().u8(7, places[whence]).one_in(2).u8(offset).one_in(2 if whence else 16, back)
+
+
+def line(capacity):
+    return Seed().u8(12, capacity)
+
+
+def write_line(text):
+    return Seed().u8(13).text(text)
+
+
+def steps(*operations):
+    seed = Seed()
+    for operation in operations:
+        seed.add(operation)
+    return seed
+
+
+def file_stream(opening, size=None):
+    seed = Seed().u8(0, opening)
+    if size is None:
+        return seed.one_in(4).u8(60).add(drawing())
+    return seed.one_in(4, True).u16(size).add(drawing())
+
+
+def block_stream(mode, grow):
+    return Seed().u8(5, mode, grow).add(Seed().one_in(8).u8(60)).add(drawing()).one_in(2).u16(30)
+
+
+def streams():
+    mixed = [write(30), seek(0, 5), read(9), write(7), seek(2, 4, True), read(20), seek(1, 3, True),
+             write(2)]
+    lines = [write_line("one"), Seed().u8(15, 0), write_line("two"), Seed().u8(15, 1),
+             write_line("three"), seek(0, 0), line(10), line(10), line(10), Seed().u8(14)]
+    large = [write_large(3), seek(0, 200), write_large(1), read(60), write_large(7), Seed().u8(10),
+             Seed().u8(11)]
+    yield "file-read", file_stream(0).add(steps(read(20), seek(0, 3), read(60)))
+    yield "file-update", file_stream(2, 30000).add(steps(*mixed))
+    yield "file-create", file_stream(5).add(steps(*mixed))
+    yield "file-large", file_stream(5).add(steps(*large))
+    yield "file-lines", file_stream(5).add(steps(*lines))
+    yield "file-lent", file_stream(9).add(steps(*mixed))
+    yield "file-written-while-reading", file_stream(0).add(steps(*mixed))
+    yield "block-create", block_stream(5, 5).add(steps(*mixed))
+    yield "block-update", block_stream(2, 3).add(steps(*mixed))
+    yield "block-fixed", block_stream(5, 0).add(steps(*mixed))
+    yield "block-lines", block_stream(5, 4).add(steps(*lines))
+    yield "document", Seed().u8(10).one_in(4).text("name").raw(bytes(range(64)))
+    yield "embedded", Seed().u8(11, 9).add(drawing()).one_in(4).raw(bytes(range(9))).u8(8).raw(
+        bytes(range(9))).u8(2).one_in(2).u16(700).u8(3).raw(bytes(range(40)))
+    yield "embedded-mini", Seed().u8(11, 9).add(drawing()).one_in(4).raw(bytes(range(9))).u8(8).raw(
+        bytes(range(9))).u8(2).one_in(2, True).u16(700).u8(3).raw(bytes(range(40)))
+    yield "hostile", Seed().u8(13).add(drawing()).u8(90).add(drawing()).raw(bytes(range(80)))
+    yield "names", Seed().u8(15).add(Seed().u16(9000)).add(drawing())
+
+
+def raw_profile(text):
+    encoded = text.encode("latin-1")
+    return Seed().one_in(16).one_in(4, True).u8(len(encoded)).raw(encoded)
+
+
+def name_of(text):
+    return Seed().one_in(8, True).text(text)
+
+
+def value_of(text):
+    return Seed().one_in(4, True).text(text)
+
+
+def ask(section, key, size=40):
+    seed = Seed().u8(0).add(name_of(section)).one_in(4, key is None)
+    if key is not None:
+        seed.add(name_of(key))
+    seed.add(value_of("none")).one_in(4, True).u8(size)
+    if key is not None:
+        seed.wild(7)
+    return seed
+
+
+def change(section, key, value):
+    seed = Seed().u8(3).add(name_of(section)).one_in(8, key is None)
+    if key is not None:
+        seed.add(name_of(key))
+    seed.one_in(4, value is None)
+    if value is not None:
+        seed.add(value_of(value))
+    return seed.one_in(8)
+
+
+def profiles():
+    plain = "[TIVAR]\nMode=x\nWidth=6.5\n\n; note\n[Other]\na=1 ; b\nb=\"two\"\n"
+    dos = plain.replace("\n", "\r\n")
+    def on(text, *operations):
+        seed = raw_profile(text).one_in(4)
+        for operation in operations:
+            seed.add(operation)
+        return seed
+    yield "ask", on(plain, ask("TIVAR", "Width"), ask("other", "B"), ask("other", None, 3))
+    yield "hexadecimal", on("[a]\nb=0x1F\nc=12abc\nd=-5\n", ask("a", "b"), ask("a", "c"),
+                            ask("a", "d"))
+    yield "replace", on(plain, change("tivar", "Width", "7"), ask("TIVAR", "Width"))
+    yield "append", on(dos, change("Other", "new", "1"), change("Third", "x", "y"))
+    yield "remove-entry", on(dos, change("Other", "a", None), change("Other", "b", None))
+    yield "remove-section", on(plain, change("TIVAR", None, None))
+    yield "blanks-around", on("[ tivar ]\n Width = 1\n\"Width\"=2\n", change("TIVAR", "Width", "3"),
+                              ask("TIVAR", "Width"))
+    yield "no-line-ending", on("[a]\nb=1", change("a", "c", "2"))
+    yield "carriage-returns", on("[a]\rb=1\r", change("a", "c", "2"))
+    yield "long-line", on("[a]\nb=" + "v" * 200 + "\n", change("a", "c", "2"), ask("a", "b", 255))
+    yield "same-section-twice", on("[a]\nb=1\n[a]\nb=2\n[c]\n[a]\nb=3\n", change("a", "b", "4"))
+    yield "missing", Seed().one_in(16, True).one_in(4).add(change("a", "b", "c")).add(ask("a", "b"))
+    mode = "[tivar]\n~Mode=m\n[m]\nDriver=TIVAR.1\nColor Format=222\nWidth=3\nHeight=1e9\n"
+    yield "settings", on(mode, Seed().u8(7).add(name_of("m")).one_in(8).one_in(2, True).add(
+        name_of("tivar")).raw(bytes(range(60))))
+
+
+# --- Colour library and writer --------------------------------------------------------------------
+
+
+def table(entries_place):
+    return Seed().one_in(8).one_in(8).u8(entries_place).add(drawing())
+
+
+def color_test(number, *parts):
+    seed = Seed().u8(number, 0).one_in(16)
+    for part in parts:
+        seed.add(part)
+    return seed
+
+
+def color():
+    count = Seed().one_in(8)
+    yield "sizes", color_test(0, Seed().wild(33).wild(7).u8(24))
+    yield "pixels", color_test(1, picture(4, 20, 9), table(1), count, Seed().one_in(2).raw(
+        bytes(range(120))))
+    yield "nearest", color_test(2, table(0), count, Seed().raw(bytes(range(200))))
+    yield "colormap", color_test(3, Seed().u8(2, 2), table(0), table(1), count)
+    yield "reduction", color_test(4, picture(24, 40, 30), Seed().u8(1))
+    yield "reduction-256", color_test(4, picture(24, 40, 30), Seed().u8(0))
+    yield "conversion", color_test(5, picture(24, 40, 30), table(0), table(0), Seed().u8(1), count)
+    yield "conversion-indices", color_test(5, picture(8, 40, 30), table(0), table(1), Seed().u8(2),
+                                           count)
+    yield "resolution", color_test(6, picture(24, 30, 30), table(0), Seed().u8(1))
+    yield "dither-table", color_test(7, picture(8, 30, 30), table(0), Seed().u8(1))
+    yield "dithering", color_test(8, picture(24, 40, 30, GREYS), table(0), Seed().one_in(8, True),
+                                  Seed().one_in(8).u8(1).add(drawing()), Seed().u8(0))
+    yield "given-table", color_test(9, picture(24, 40, 30), table(0), table(1), Seed().u8(1), count)
+    yield "one-line", color_test(10, Seed().u8(60).one_in(4), table(1), drawing(), drawing(RUNS))
+    yield "scaling", color_test(11, picture(4, 33, 20), Seed().one_in(8).u8(50).one_in(8).u8(11))
+    yield "mirroring", color_test(12, picture(24, 33, 20), Seed().one_in(2, True).u16(1))
+    yield "color-spaces", color_test(13, Seed().one_in(8).u8(20).one_in(8).u8(10, 1), drawing(),
+                                     Seed().u16(800))
+    yield "transform", color_test(14, Seed().u8(4), drawing(), Seed().u8(90))
+
+
+def bmp_output():
+    looks = [(bits, encoded, os2) for bits in (1, 4, 8, 24) for encoded in (False, True)
+             for os2 in (False, True) if not (encoded and bits in (1, 24))]
+    for bits, encoded, os2 in looks:
+        name = f"{bits}{'-encoded' if encoded else ''}{'-os2' if os2 else ''}"
+        source = 24 if bits != 8 else 8
+        yield "export-" + name, Seed().u8(3).add(settings(bits, encoded, os2, sane=True)).add(
+            sound_picture(source, 37, 21, RUNS)).add(description(sane=True))
+    yield "scaled", Seed().u8(3).add(settings(8, sane=True)).add(
+        sound_picture(4, 20, 20)).add(description((33, 15), sane=True))
+    yield "bands", Seed().u8(1).add(settings(4, True, sane=True)).add(
+        sound_picture(4, 37, 21)).add(drawing()).add(drawing(RUNS)).u8(1).one_in(4).raw(
+            bytes([3, 5, 2, 9]))
+    yield "bands-tight", Seed().u8(1).add(settings(24, sane=True)).add(
+        sound_picture(24, 37, 21)).add(drawing(RUNS)).add(drawing(RUNS)).u8(1).one_in(
+            4, True).u16(900).raw(bytes([3, 5, 2, 9]))
+    yield "row", Seed().u8(0).add(Seed().u16(700)).add(drawing(RUNS)).one_in(2, True)
+
+
+def main():
+    for target in (filter_route, driver_route, struct_io, streams, profiles, color, bmp_output):
+        directory = CORPUS / target.__name__
+        directory.mkdir(parents=True, exist_ok=True)
+        for old in directory.iterdir():
+            old.unlink()
+        for name, seed in target():
+            (directory / name).write_bytes(seed.data)
+
+
+if __name__ == "__main__":
+    main()
