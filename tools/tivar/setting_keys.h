@@ -21,17 +21,17 @@ struct SettingWord {
 };
 
 struct SettingKey {
-    const char* name;   // in the profile
-    const char* alias;  // shorter, on the command line; "" = none
-    SettingKind kind;
-    std::span<const SettingWord> words;  // of Code
-    double lowest;                       // of Whole and Inches
-    double highest;
-    int32_t escape;                              // sets it through the library; 0 = none does
-    int32_t escapeOffset;                        // added to the code for the escape
-    const char* initial;                         // in a fresh profile
-    const char* about;                           // one sentence; codes and ranges follow it
-    double (*value)(const SetupRecord& record);  // not of Text
+    const char* name = "";   // in the profile
+    const char* alias = "";  // shorter, on the command line; "" = none
+    SettingKind kind = SettingKind::Text;
+    std::span<const SettingWord> words{};  // of Code
+    double lowest = 0;                     // of Whole and Inches
+    double highest = 0;
+    int32_t escape = 0;        // sets it through the library; 0 = none does
+    int32_t escapeOffset = 0;  // added to the code for the escape
+    const char* initial = "";  // in a fresh profile
+    const char* about = "";    // codes and ranges follow it
+    double (*value)(const SetupRecord& record) = nullptr;  // not of Text
 };
 
 std::span<const SettingKey> settingKeys();
