@@ -116,13 +116,13 @@ bool drawChart(int width, int height, std::FILE* out) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const int width = argc == 3 ? std::atoi(argv[1]) : 0;
-    const int height = argc == 3 ? std::atoi(argv[2]) : 0;
+    const long width = argc == 3 ? std::strtol(argv[1], nullptr, 10) : 0;
+    const long height = argc == 3 ? std::strtol(argv[2], nullptr, 10) : 0;
     if (width < 1 || height < 1 || width > 65535 || height > 65535) {
         std::fputs("usage: tivar_chart WIDTH HEIGHT > chart.ppm (1 to 65535 each)\n", stderr);
         return 2;
     }
-    if (drawChart(width, height, stdout)) return 0;
+    if (drawChart(static_cast<int>(width), static_cast<int>(height), stdout)) return 0;
     std::perror("tivar_chart: standard output");
     return 1;
 }
