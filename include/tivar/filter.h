@@ -134,7 +134,7 @@ TIVAR_API int32_t DestroySetup(MemHandle handle);
 /* Reads or changes one setting of the record. inSize is the size of inData where the table says so;
  * saveToProfile not 0 also writes the setting to the mode's section of the profile. Result: 1 done,
  * or input ignored; 0 not an escape; -1 refused, handle 0, or a null pointer where data is read or
- * written. A refusal changes neither record nor profile.
+ * written (18, 19 and 56 ignore one). A refusal changes neither record nor profile.
  *
  *    1  set colour mode         int32, 4 bytes   101 to 105
  *   11  set x resolution        int32, 4 bytes   32 to 400
