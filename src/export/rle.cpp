@@ -34,20 +34,19 @@ uint64_t findRunEnds(const uint8_t* bytes) {
     return ends;
 }
 
-// Writes pairs; a pair's count is in pixels.
+// Writes pairs; a pair's count is in pixels, the longest run in bytes.
+template <uint32_t kLongestRun, uint32_t kPixelsPerByte>
 struct PairWriter {
     uint8_t* out;
-    uint32_t longestRun;  // bytes
-    uint32_t pixelsPerByte;
 
     void writePair(uint32_t count, uint8_t value) {
-        *out++ = static_cast<uint8_t>(count * pixelsPerByte);
+        *out++ = static_cast<uint8_t>(count * kPixelsPerByte);
         *out++ = value;
     }
 
     // Kept: the last byte of a run that fills its limit starts the next run.
     void writeRun(uint32_t count, uint8_t value) {
-        for (; count >= longestRun; count -= longestRun - 1) writePair(longestRun - 1, value);
+        for (; count >= kLongestRun; count -= kLongestRun - 1) writePair(kLongestRun - 1, value);
         writePair(count, value);
     }
 
@@ -59,7 +58,8 @@ struct PairWriter {
 };
 
 // The pairs of all runs but the last, whose first byte's place is the answer.
-uint32_t encodeRuns(const uint8_t* source, uint32_t length, PairWriter& pairs) {
+template <typename Pairs>
+uint32_t encodeRuns(const uint8_t* source, uint32_t length, Pairs& pairs) {
     uint32_t start = 0;
     uint32_t done = 0;
     for (; length - done > kBlock; done += kBlock) {
@@ -77,12 +77,12 @@ uint32_t encodeRuns(const uint8_t* source, uint32_t length, PairWriter& pairs) {
     return start;
 }
 
-void encodeRow(uint32_t length, uint32_t* outLength, const uint8_t* source, uint8_t* destination,
-               uint32_t longestRun, uint32_t pixelsPerByte) {
+template <typename Pairs>
+void encodeRow(uint32_t length, uint32_t* outLength, const uint8_t* source, uint8_t* destination) {
     if (outLength == nullptr) return;
     *outLength = 0;
     if (source == nullptr || destination == nullptr || length == 0) return;
-    PairWriter pairs = {destination, longestRun, pixelsPerByte};
+    Pairs pairs = {destination};
     const uint32_t last = encodeRuns(source, length, pairs);
     pairs.writeLastRun(length - last, source[last]);
     *outLength = static_cast<uint32_t>(pairs.out - destination);
@@ -114,10 +114,10 @@ int32_t RLEWrite(OxlStream stream, const uint8_t* rows, uint32_t rowCount, uint3
 
 void EncodeRLE8Row(uint32_t length, uint32_t* outLength, const uint8_t* source,
                    uint8_t* destination) {
-    encodeRow(length, outLength, source, destination, 255, 1);
+    encodeRow<PairWriter<255, 1>>(length, outLength, source, destination);
 }
 
 void EncodeRLE4Row(uint32_t length, uint32_t* outLength, const uint8_t* source,
                    uint8_t* destination) {
-    encodeRow(length, outLength, source, destination, 127, 2);
+    encodeRow<PairWriter<127, 2>>(length, outLength, source, destination);
 }
