@@ -50,7 +50,7 @@ TEST_F(ExportAllocations, EveryFilterExportSurvivesEachOfItsAllocations) {
         }
         ++round;
     }
-    EXPECT_GT(swept, 5 * 16 * 3 * 8) << "an export allocates more often";
+    EXPECT_GT(swept, 5 * 8 * 3 * 8) << "an export allocates more often";
 }
 
 // Files of several buffers and blocks that grow more than once.
@@ -128,7 +128,7 @@ TEST_F(ExportAllocations, EveryDriverExportSurvivesEachOfItsAllocations) {
         }
         ++round;
     }
-    EXPECT_GT(swept, 5 * 16 * 2 * 8) << "an export allocates more often";
+    EXPECT_GT(swept, 5 * 8 * 2 * 8) << "an export allocates more often";
 }
 
 TEST_F(ExportAllocations, TheCommonBlockRouteAnswers21Or303AndGoesOn) {

@@ -170,7 +170,7 @@ TEST_F(ExportFiles, AFilterExportSurvivesEveryAnswerOfADocument) {
         for (const std::string name : {"", "out.bmp"}) {
             const auto start = [&](MoodyDocument& document) {
                 support::Export host(settingsOf(219, compression, 331),
-                                     drawPicture(Drawing::kNoise, 8, 20, 14, 5), sized(20, 14));
+                                     drawPicture(Drawing::kNoise, 4, 20, 14, 5), sized(20, 14));
                 document.attach(host.settings.record, host.status);
                 host.settings->documentStream =
                     reinterpret_cast<HostWord>(&MoodyDocument::serveMoodily);
@@ -188,7 +188,7 @@ TEST_F(ExportFiles, AFilterExportSurvivesEveryAnswerOfADocument) {
 TEST_F(ExportFiles, ADriverExportSurvivesEveryAnswerOfADocument) {
     for (const int compression : {310, 228}) {
         const auto start = [&](MoodyDocument& document) {
-            DriverExport work = {drawPicture(Drawing::kNoise, 8, 20, 14, 5),
+            DriverExport work = {drawPicture(Drawing::kNoise, 4, 20, 14, 5),
                                  settingsOf(219, compression, 331),
                                  Image::kBracket,
                                  false,
