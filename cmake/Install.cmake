@@ -42,5 +42,9 @@ if(TIVAR_BUILD_TOOL)
   install(FILES packaging/tivar.bash-completion RENAME tivar
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tivar)
 endif()
+foreach(component IN ITEMS libtivar2 libtivar-dev tivar)
+  tivar_install_compressed(${PROJECT_SOURCE_DIR}/packaging/changelog changelog
+    ${CMAKE_INSTALL_DATADIR}/doc/${component} ${component})
+endforeach()
 get_property(packed GLOBAL PROPERTY tivar_packed)
 add_custom_target(tivar_share ALL DEPENDS ${packed})
