@@ -1,0 +1,50 @@
+# What is installed, in three components that are also the three packages: the library that programs
+# load, what is needed to build such programs, and the command-line host.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS tivar_shared EXPORT tivar-targets
+  LIBRARY COMPONENT libtivar2 NAMELINK_COMPONENT libtivar-dev)
+install(TARGETS tivar_static EXPORT tivar-targets
+  ARCHIVE COMPONENT libtivar-dev)
+install(DIRECTORY include/tivar TYPE INCLUDE COMPONENT libtivar-dev)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tivar)
+install(EXPORT tivar-targets NAMESPACE tivar:: DESTINATION ${package_dir} COMPONENT libtivar-dev)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/tivar-config-version.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES cmake/tivar-config.cmake ${CMAKE_BINARY_DIR}/tivar-config-version.cmake
+  DESTINATION ${package_dir} COMPONENT libtivar-dev)
+
+# The way from libtivar.pc to the prefix, so that an installed tree can be moved.
+file(RELATIVE_PATH pc_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" pc_prefix "\${pcfiledir}/${pc_prefix}")
+configure_file(cmake/libtivar.pc.in libtivar.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/libtivar.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT libtivar-dev)
+
+# Installs text of the source tree compressed, without the date that gzip would add.
+function(tivar_install_compressed source name destination component)
+  set(packed ${CMAKE_BINARY_DIR}/share/${component}/${name}.gz)
+  add_custom_command(OUTPUT ${packed}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/share/${component}
+    COMMAND gzip -9nc ${source} > ${packed}
+    DEPENDS ${source} VERBATIM)
+  set_property(GLOBAL APPEND PROPERTY tivar_packed ${packed})
+  install(FILES ${packed} DESTINATION ${destination} COMPONENT ${component})
+endfunction()
+
+tivar_install_compressed(${PROJECT_SOURCE_DIR}/docs/man/tivar.3 tivar.3
+  ${CMAKE_INSTALL_MANDIR}/man3 libtivar-dev)
+if(TIVAR_BUILD_TOOL)
+  install(TARGETS tivar RUNTIME COMPONENT tivar)
+  tivar_install_compressed(${PROJECT_SOURCE_DIR}/docs/man/tivar.1 tivar.1
+    ${CMAKE_INSTALL_MANDIR}/man1 tivar)
+  install(FILES packaging/tivar.bash-completion RENAME tivar
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tivar)
+endif()
+foreach(component IN ITEMS libtivar2 libtivar-dev tivar)
+  tivar_install_compressed(${PROJECT_SOURCE_DIR}/packaging/changelog changelog
+    ${CMAKE_INSTALL_DATADIR}/doc/${component} ${component})
+endforeach()
+get_property(packed GLOBAL PROPERTY tivar_packed)
+add_custom_target(tivar_share ALL DEPENDS ${packed})

@@ -1,0 +1,166 @@
+#!/usr/bin/python3
+"""Runs an example and judges what it writes: check_example.py PROGRAM DIRECTORY [LIBRARY]
+
+The program's name says which example it is. LIBRARY is for those that load it at run time."""
+
+import os
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+from PIL import Image
+
+PROFILE = """[TIVAR]
+~Mode=Small
+
+[Small]
+Driver=TIVAR.1
+Color Format=219
+File Type=332
+
+[Full]
+Driver=TIVAR.1
+Color Format=222
+Resolution Mode=309
+"""
+
+
+def expect(what, found, wanted):
+    if found != wanted:
+        sys.exit(f"{what}: found {found!r} instead of {wanted!r}")
+
+
+def check_pixels(name, size, colour_of, tolerance=0):
+    """Every pixel, counted from the top left."""
+    with Image.open(name) as opened:
+        picture = opened.convert("RGB")
+    expect(f"size of {name}", picture.size, size)
+    loaded = picture.load()
+    for y in range(size[1]):
+        for x in range(size[0]):
+            found, wanted = loaded[x, y], colour_of(x, y)
+            if any(abs(a - b) > tolerance for a, b in zip(found, wanted)):
+                sys.exit(f"{name}, pixel {x}, {y}: found {found} instead of {wanted}")
+
+
+def check_header(name, header_bytes, bits):
+    start = Path(name).read_bytes()[:54]
+    at = 24 if header_bytes == 12 else 28
+    expect(f"header of {name}", start[14], header_bytes)
+    expect(f"depth of {name}", int.from_bytes(start[at : at + 2], "little"), bits)
+
+
+class Example:
+    def __init__(self, program, library):
+        self.program = program
+        self.library = [library] if library else []
+
+    def run(self, *arguments, code=0):
+        """What the program says, on standard output and standard error."""
+        done = subprocess.run([self.program, *arguments], capture_output=True, text=True, timeout=60)
+        expect(f"exit code of {self.program} {arguments}: {done.stderr}", done.returncode, code)
+        return done.stdout, done.stderr
+
+
+def xor_colour(height):
+    def colour(x, y):
+        index = x ^ (height - 1 - y)
+        return index, 255 - index, 128
+
+    return colour
+
+
+def check_driver_picture(example):
+    example.run("picture.bmp", *example.library)
+    data = Path("picture.bmp").read_bytes()
+    expect("length", len(data), 54 + 4 * 256 + 256 * 192)
+    expect("type, size, start of the pixels", data[:14].hex(), "424d36c400000000000036040000")
+    expect("header", data[14:34].hex(), "2800000000010000c000000001000800" + "00000000")
+    expect("colours 0 to 2", data[54:66].hex(), "80ff000080fe010080fd0200")
+    check_pixels("picture.bmp", (256, 192), xor_colour(192))
+    errors = example.run("none/picture.bmp", *example.library, code=1)[1]
+    expect("word about the missing directory", "cannot open the file (code 303)" in errors, True)
+    example.run(code=2)
+
+
+def check_export_file(example):
+    def colour(x, y):
+        return x * 200 // 319, y * 255 // 199, 255
+
+    Path("my.ini").write_text(PROFILE, encoding="ascii")
+    example.run("built-in.bmp")
+    check_header("built-in.bmp", 40, 8)
+    check_pixels("built-in.bmp", (320, 200), colour, tolerance=20)
+    example.run("full.bmp", "my.ini", "Full")
+    check_header("full.bmp", 40, 24)
+    check_pixels("full.bmp", (320, 200), colour)
+    example.run("small.bmp", "my.ini")
+    check_header("small.bmp", 12, 4)
+    # The mode has 96 pixels to the inch where the host offers 64.
+    with Image.open("small.bmp") as small:
+        expect("size of small.bmp", small.size, (480, 300))
+    example.run("none/picture.bmp", code=1)
+    example.run(code=2)
+
+
+def check_export_memory(example):
+    example.run("one.bmp", "two.bmp")
+    check_header("one.bmp", 40, 24)
+    check_pixels("one.bmp", (255, 100), lambda x, y: (x, 99 - y, 0))
+    expect("the second file", Path("two.bmp").read_bytes(), Path("one.bmp").read_bytes())
+    example.run("none/one.bmp", "two.bmp", code=1)
+    example.run(code=2)
+
+
+def check_export_document(example):
+    said = example.run("whole.bmp")[0]
+    check_header("whole.bmp", 40, 8)
+    check_pixels("whole.bmp", (256, 192), xor_colour(192))
+    lines = [line for line in said.splitlines() if not line.startswith("the library")]
+    expect("progress", [int(line.split()[0]) // 10 for line in lines], list(range(1, 11)))
+    expect("the library's progress", said.count("the library says 100 %"), 1)
+    errors = example.run("part.bmp", "40", code=1)[1]
+    expect("word of the cancel", errors, "export_document: cancelled\n")
+    expect("cancelled file", os.path.exists("part.bmp"), False)
+    example.run(code=2)
+
+
+def check_export_depths(example):
+    def colour(x, y):
+        return x, y, 255
+
+    example.run(".")
+    for bits in (1, 4, 8, 24):
+        for flavour, header_bytes in (("windows", 40), ("os2", 12)):
+            name = f"{bits}-{flavour}.bmp"
+            check_header(name, header_bytes, bits)
+            # Dithered pixels differ; 256 colours come near, and true colour is the picture itself.
+            if bits >= 8:
+                check_pixels(name, (192, 128), colour, tolerance=0 if bits == 24 else 16)
+            with Image.open(name) as picture:
+                expect(f"size of {name}", picture.size, (192, 128))
+    example.run("none", code=1)
+    example.run(code=2)
+
+
+CHECKS = {
+    "driver_picture": check_driver_picture,
+    "export_depths": check_export_depths,
+    "export_document": check_export_document,
+    "export_file": check_export_file,
+    "export_memory": check_export_memory,
+}
+
+
+def main():
+    program, place = Path(sys.argv[1]).resolve(), Path(sys.argv[2])
+    library = str(Path(sys.argv[3]).resolve()) if len(sys.argv) > 3 else ""
+    shutil.rmtree(place, ignore_errors=True)
+    place.mkdir(parents=True)
+    os.chdir(place)
+    os.environ.pop("INIDIR", None)  # profiles are those of this place
+    CHECKS[program.name](Example(str(program), library))
+
+
+main()
