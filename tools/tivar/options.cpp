@@ -6,6 +6,7 @@
 #include <iostream>
 #include <string_view>
 
+#include "bmp_options.h"
 #include "failure.h"
 #include "settings_options.h"
 
@@ -157,6 +158,7 @@ struct CommandLine {
     CLI::App app{"Exports pictures as BMP files through libtivar, loaded at run time.", "tivar"};
     CLI::App* exporting{};
     CLI::App* info{};
+    BmpCommands bmp{};
     SettingsCommands settings{};
 };
 
@@ -170,19 +172,22 @@ void describe(CommandLine& line, Options& options, Typed& typed) {
     addFormatOptions(*line.exporting, options, typed);
     addSizeOptions(*line.exporting, options, typed);
     addLibrary(*line.exporting, options.library);
+    line.bmp = addBmpCommands(line.app, options);
     line.settings = addSettingsCommands(line.app, options);
     line.info = line.app.add_subcommand("info", "Show what the library offers");
     addLibrary(*line.info, options.library);
 }
 
-const char* remedyOf(const CommandLine& line) {
+std::string remedyOf(const CommandLine& line) {
     if (line.settings.all->parsed()) return "see tivar settings --help";
+    if (const CLI::App* bmp = parsedOf(line.bmp)) return "see tivar " + bmp->get_name() + " --help";
     return line.exporting->parsed() ? kSeeExportHelp : kSeeHelp;
 }
 
 Command chosen(const CommandLine& line, const Typed& typed) {
     if (typed.version) return Command::Version;
     if (line.exporting->parsed()) return Command::Export;
+    if (parsedOf(line.bmp) != nullptr) return chosenOf(line.bmp);
     if (line.info->parsed()) return Command::Info;
     if (line.settings.all->parsed()) return chosenOf(line.settings);
     failUsage("a command is missing", kSeeHelp);

@@ -12,7 +12,17 @@
 
 namespace tool {
 
-enum class Command { Help, Version, Info, Export, ShowSettings, SetSettings, InitSettings };
+enum class Command {
+    Help,
+    Version,
+    Info,
+    Export,
+    Inspect,
+    Decode,
+    ShowSettings,
+    SetSettings,
+    InitSettings
+};
 enum class Via { File, Memory, Document };
 enum class Route { Filter, Driver };
 enum class CellArrays { Banded, Single };
@@ -50,6 +60,7 @@ struct Options {
     std::string library;
     ExportRequest request;
     SettingsRequest settings;
+    std::string input;  // of commands that take one file
     std::vector<std::string> inputs;
     std::string out;
     unsigned jobs = 1;
