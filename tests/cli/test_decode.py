@@ -54,7 +54,7 @@ def test_the_native_form_has_the_pixels_of_the_raw_file(tivar, draw, width, bits
 @pytest.mark.parametrize("bits", [4, 8])
 def test_the_native_form_is_read_with_the_os2_header_too(tivar, bits):
     drawing.quarters(61, 12).save(tivar.directory / "in.png")
-    data = tivar.export("in.png", "out.bmp", "--bits", bits, "--os2", "--compress", "native")
+    data = tivar.export("in.png", "out.bmp", "--bits", bits, "--os2", "--compress", "native", "--force")
     assert decode(tivar, data) == bmp.read(data, encoded=True).pixels()
 
 

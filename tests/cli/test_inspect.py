@@ -145,7 +145,7 @@ def test_fields_of_the_os2_header_have_other_places(tivar):
 
 
 def test_the_os2_native_form_loses_colours_under_its_length(tivar, chart):
-    data = tivar.export(chart, "out.bmp", "--bits", 8, "--os2", "--compress", "native")
+    data = tivar.export(chart, "out.bmp", "--bits", 8, "--os2", "--compress", "native", "--force")
     code, fields, _, flaws = inspect(tivar, data)
     assert fields["form"].startswith("native")
     assert code == 1 and [at for at, _ in flaws] == [34]

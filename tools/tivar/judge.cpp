@@ -26,9 +26,9 @@ enum {
     kEncodedSize = 34
 };
 
-// The size field tells the raw size, also of encoded files.
+// The size field tells the raw size, also of files in the native form.
 uint64_t wantedLength(const FileStart& start, const ExportPlan& plan) {
-    if (!plan.encoded) return little32(&start.bytes[kFileSize]);
+    if (!plan.native) return little32(&start.bytes[kFileSize]);
     return uint64_t{little32(&start.bytes[kPixelOffset])} + little32(&start.bytes[kEncodedSize]);
 }
 

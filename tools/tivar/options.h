@@ -25,6 +25,7 @@ enum class Command {
 };
 enum class Via { File, Memory, Document };
 enum class Route { Filter, Driver };
+enum class Compression { None, Native, Portable };
 enum class CellArrays { Banded, Single };
 
 struct PixelSize {
@@ -36,7 +37,8 @@ struct PixelSize {
 struct ExportRequest {
     std::optional<uint16_t> bits;
     bool os2 = false;
-    std::optional<bool> encoded;  // --compress native
+    std::optional<Compression> compression;
+    bool force = false;  // files that no reader can know
     std::optional<PixelSize> size;
     std::string profile;
     std::string mode;
