@@ -2,6 +2,7 @@
 
 import io
 import os
+import resource
 
 import bmp
 import bmp_build
@@ -123,8 +124,6 @@ def test_a_file_whose_pixels_are_not_certain_leaves_the_old_output(tivar, data, 
 
 
 def test_a_disk_without_room_leaves_nothing(tivar):
-    import resource
-
     drawing.clouds(400, 300, 1).save(tivar.directory / "in.png")
     tivar.export("in.png", "in.bmp")
     limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (20000, 20000))
