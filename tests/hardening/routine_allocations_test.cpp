@@ -391,12 +391,12 @@ std::vector<Routine> colorRoutines() {
                                               p.table.handle, 16);
                    })},
         {"rlShrinkBitmap",
-         {0},
+         {0, 1},
          onPicture(
              24,
              [](const Picture& p) { return rlShrinkBitmap(p.pixels.handle, 24, 20, 14, 9, 8); })},
         {"rlStretchBitmap",
-         {0},
+         {0, 1},
          onPicture(24,
                    [](const Picture& p) {
                        return rlStretchBitmap(p.pixels.handle, 24, 20, 14, 30, 31);
