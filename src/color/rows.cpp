@@ -7,9 +7,7 @@
 namespace tivar {
 
 void unpackIndices(const uint8_t* row, int16_t bitsPerPixel, uint32_t width, uint8_t* indices) {
-    if (bitsPerPixel == 8) {
-        std::memcpy(indices, row, width);
-    } else if (bitsPerPixel == 4) {
+    if (bitsPerPixel == 4) {
         for (uint32_t pair = 0; pair < (width + 1) / 2; ++pair) {
             indices[pair * 2] = static_cast<uint8_t>(row[pair] >> 4);
             indices[pair * 2 + 1] = row[pair] & 15;

@@ -147,7 +147,7 @@ MemHandle scaleBitmap(MemHandle bits, int16_t bitsPerPixel, uint32_t sourceWidth
 
 int32_t Shrink(const uint8_t* source, uint8_t* dest, int16_t bitsPerPixel, uint32_t sourceWidth,
                uint32_t sourceHeight, uint32_t destWidth, uint32_t destHeight) {
-    if (source == nullptr || dest == nullptr || sourceWidth == 0 || destWidth == 0) return 0;
+    if (sourceWidth == 0 || destWidth == 0) return 0;
     const size_t sourceStride = strideOf(sourceWidth, bitsPerPixel);
     const size_t destStride = strideOf(destWidth, bitsPerPixel);
     const Scale scale(sourceHeight, destHeight);
@@ -164,7 +164,7 @@ int32_t Shrink(const uint8_t* source, uint8_t* dest, int16_t bitsPerPixel, uint3
 
 int32_t Stretch(const uint8_t* source, uint8_t* dest, int16_t bitsPerPixel, uint32_t sourceWidth,
                 uint32_t sourceHeight, uint32_t destWidth, uint32_t destHeight) {
-    if (source == nullptr || dest == nullptr || sourceWidth == 0 || destWidth == 0) return 0;
+    if (sourceWidth == 0 || destWidth == 0) return 0;
     const size_t sourceStride = strideOf(sourceWidth, bitsPerPixel);
     const size_t destStride = strideOf(destWidth, bitsPerPixel);
     const Scale scale(destHeight, sourceHeight);

@@ -176,6 +176,9 @@ TEST(ColorContext, IsAZeroFilledRecord) {
     }
     EXPECT_EQ(tivar::TermColorLib(context), 0);
     EXPECT_EQ(tivar::TermColorLib(0), 0);
+    const MemHandle noMemory = GlobalPointerToHandle(nullptr, sizeof(tivar::ColorContext));
+    EXPECT_EQ(tivar::TermColorLib(noMemory), -1);
+    GlobalFree(noMemory);
 }
 
 // Runs one pass over a row of pixels; the count that it leaves.
