@@ -3,6 +3,7 @@
 import io
 import os
 import resource
+import subprocess
 
 import bmp
 import bmp_build
@@ -62,6 +63,21 @@ def test_the_native_form_is_read_with_the_os2_header_too(tivar, bits):
 def test_standard_run_lengths(tivar):
     assert decode(tivar, bmp_build.rle8()) == greys(bmp_build.RLE8_ROWS, 8)
     assert decode(tivar, bmp_build.rle4()) == greys(bmp_build.RLE4_ROWS, 4)
+
+
+@pytest.mark.parametrize("program", ["ImageMagick", "GraphicsMagick"])
+def test_run_lengths_of_other_makers(tivar, imagemagick, program):
+    drawing.quarters(61, 44).quantize(16).save(tivar.directory / "in.png")
+    command = [imagemagick] if program == "ImageMagick" else ["gm", "convert"]
+    subprocess.run(
+        [*command, "in.png", "-type", "palette", "-compress", "RLE", "BMP3:theirs.bmp"],
+        check=True,
+        cwd=tivar.directory,
+    )
+    data = (tivar.directory / "theirs.bmp").read_bytes()
+    assert data[30] == 1  # RLE8
+    assert decode(tivar, data) == pixels_of(tivar.directory / "in.png")
+    assert tivar.run("inspect", "theirs.bmp").returncode == 0
 
 
 def test_a_missing_end_of_the_bitmap_loses_nothing(tivar):

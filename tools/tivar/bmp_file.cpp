@@ -12,7 +12,6 @@ namespace {
 
 constexpr size_t kFileHeaderBytes = 14;
 constexpr uint32_t kCoreHeaderBytes = 12;
-constexpr uint32_t kShortHeaderBytes = 16;
 constexpr uint32_t kFullHeaderBytes = 40;
 
 struct HeaderKind {
