@@ -2,6 +2,7 @@
 
 import fcntl
 import os
+import random
 import re
 import signal
 import subprocess
@@ -11,6 +12,7 @@ from pathlib import Path
 
 import pytest
 from conftest import leftovers, start_clean
+from PIL import Image
 
 INTERRUPTED = b"tivar: interrupted; nothing half-written is left\n"
 
@@ -165,3 +167,73 @@ def test_a_killed_worker_is_reported_and_the_others_finish(tivar, slow_picture):
     left = leftovers(tivar.directory)
     assert len(left) == 1
     assert tivar.run("export", "small.pbm", "-o", "slow.bmp").returncode == 0
+
+
+# ---- At any moment ------------------------------------------------------------------------------
+
+ROUNDS = 12
+
+
+def ended_at_random(tivar, number, longest, *arguments):
+    """Runs the program and sends it the signal at some moment of its run: the exit code."""
+    process = tivar.start(*arguments)
+    time.sleep(random.uniform(0, longest))
+    process.send_signal(number)
+    process.communicate(timeout=30)
+    return process.returncode
+
+
+def duration(work):
+    start = time.monotonic()
+    work()
+    return time.monotonic() - start
+
+
+@pytest.fixture
+def medium_picture(tivar, slow_picture):
+    """Takes a tenth of a second or two."""
+    picture = Image.open(slow_picture).crop((0, 0, 1200, 900))
+    picture.save(tivar.directory / "medium.ppm")
+    return "medium.ppm"
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGKILL])
+def test_whenever_an_export_is_ended_the_target_is_the_old_or_the_new_one(
+    tivar, medium_picture, number
+):
+    export = ["export", medium_picture, "-o", "out.bmp", "--bits", "4"]
+    target = tivar.directory / "out.bmp"
+    longest = duration(lambda: tivar.run(*export))
+    complete = target.read_bytes()
+    codes = []
+    for _ in range(ROUNDS):
+        target.write_bytes(b"old")
+        codes.append(ended_at_random(tivar, number, longest, *export))
+        there = target.read_bytes()
+        assert there == complete or (codes[-1] != 0 and there == b"old")
+        if number == signal.SIGKILL:
+            # Nobody could clean up; the next run of the same export does.
+            assert tivar.run(*export).returncode == 0
+            assert target.read_bytes() == complete
+        assert leftovers(tivar.directory) == []
+    # A signal before the program looks out for it ends it by itself.
+    assert set(codes) <= {0, 128 + number, -number}
+    assert any(code != 0 for code in codes), "no signal came in time"
+
+
+def test_whenever_setting_is_killed_the_profile_is_the_old_or_the_new_one(tivar):
+    profile = tivar.directory / "my.ini"
+    rest = "".join(f"key{i}=a line of a profile that takes a while to rewrite\n" for i in range(9000))
+    old = f"[Mode]\nDriver=TIVAR.1\nX Resolution=96\n{rest}"
+    new = old.replace("=96", "=200")
+    change = ["settings", "set", "--profile", "my.ini", "--mode", "Mode", "X Resolution=200"]
+    profile.write_text(old)
+    longest = duration(lambda: tivar.run(*change))
+    assert profile.read_text() == new
+    seen = []
+    for _ in range(4 * ROUNDS):
+        profile.write_text(old)
+        code = ended_at_random(tivar, signal.SIGKILL, 1.1 * longest, *change)
+        seen.append(profile.read_text())
+        assert seen[-1] == new or (code != 0 and seen[-1] == old)
+    assert old in seen, "no signal came in time"
