@@ -107,7 +107,7 @@ struct Host {
             case kUnserved:
                 return fuzz::scratchPath("driver.bmp");
             case kFull:
-                return "/";
+                return fuzz::deviceLink("/dev/full");
             case kUnopenable:
                 return fuzz::scratchPath("missing/driver.bmp");
             case kLongName:

@@ -65,9 +65,9 @@ std::string nameOf(Target target) {
         case kDocument:
             return fuzz::scratchPath("picture.bmp");
         case kNull:
-            return "/dev/null";
+            return fuzz::deviceLink("/dev/null");
         case kFull:
-            return "/dev/full";
+            return fuzz::deviceLink("/dev/full");
         case kUnopenable:
             return fuzz::scratchPath("missing/picture.bmp");
         default:

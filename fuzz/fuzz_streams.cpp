@@ -500,15 +500,19 @@ void testHostile(Input& input) {
     descriptor.size = input.oneIn(2) ? bytes.size() : input.wild();
     descriptor.growStep = input.wild();
     const bool named = input.oneIn(2);
-    const char* names[] = {path.c_str(), "/dev/null", "/dev/full", "/"};
-    const char* name = named ? input.pick(names) : nullptr;
-    std::int32_t mode = static_cast<std::int32_t>(input.u16() & 0x1103);
+    const std::uint32_t kind = input.below(4);
+    const std::string name = !named      ? ""
+                             : kind == 0 ? path
+                             : kind == 1 ? fuzz::deviceLink("/dev/null")
+                             : kind == 2 ? fuzz::deviceLink("/dev/full")
+                                         : fuzz::scratchPath("");
+    const auto mode = static_cast<std::int32_t>(input.u16() & 0x1103);
     {
         const fuzz::FailingAllocation failing(input.oneIn(4) ? input.below(8) : 0);
-        const OxlStream stream = oxlOpen(name, &descriptor, mode);
+        const OxlStream stream = oxlOpen(name.c_str(), &descriptor, mode);
         for (int i = 0; i < 24 && !input.empty(); ++i) hostileStep(input, stream, named);
         if (input.oneIn(8))
-            oxlCloseandDelete(stream, path.c_str());
+            oxlCloseandDelete(stream, name.c_str());
         else
             oxlClose(stream);
     }

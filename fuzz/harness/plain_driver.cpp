@@ -126,6 +126,11 @@ void PlainDevice::storeRows(const PlainCells& cells, const Placed& placed, const
     if (placed.bottomUp && nextRow == 0) nextRow = height - 1;
     const std::int64_t room = placed.bottomUp ? nextRow : height - nextRow;
     const std::int64_t count = std::min<std::int64_t>(cells.rows, room);
+    if (placed.rowBytes == 0) {
+        // Billions of rows without a byte would only take time.
+        nextRow += std::max<std::int64_t>(count, 0) * (placed.bottomUp ? -1 : 1);
+        return;
+    }
     for (std::int64_t i = 0; i < count; ++i) {
         // From the bottom up, the first row lands one above the last row's place.
         if (placed.bottomUp) --nextRow;

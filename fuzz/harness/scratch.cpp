@@ -32,6 +32,13 @@ std::string scratchPath(const char* name) {
     return directory.path + "/" + name;
 }
 
+std::string deviceLink(const char* device) {
+    const std::string link = scratchPath("device");
+    unlink(link.c_str());
+    require(symlink(device, link.c_str()) == 0, "no link to a device");
+    return link;
+}
+
 void writeFile(const std::string& path, const Bytes& bytes) {
     FILE* file = std::fopen(path.c_str(), "wb");
     require(file != nullptr, "no scratch file");

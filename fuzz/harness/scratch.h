@@ -10,6 +10,9 @@ namespace fuzz {
 // The path of a file in the directory; nothing is created.
 std::string scratchPath(const char* name);
 
+// A name for a device of which no harm can come: what deletes it deletes a link.
+std::string deviceLink(const char* device);
+
 void writeFile(const std::string& path, const Bytes& bytes);
 
 // Empty when there is no such file.

@@ -119,8 +119,7 @@ struct Choice {
     FlightPixel pick(const ColorDiffuser& diffuser, FlightPixel level, int32_t x,
                      uint8_t* indices) {
         if (x < 0 || x >= diffuser.width - 1) return level;
-        index = diffuser.finder.find(static_cast<uint8_t>(level), static_cast<uint8_t>(level >> 16),
-                                     static_cast<uint8_t>(level >> 32));
+        index = diffuser.finder.findLanes(level, diffuser.entries);
         indices[x] = diffuser.stored[index];
         return diffuser.entries[index];
     }

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "color/bitmap.h"
+#include "color/debug.h"
 #include "color/pixel.h"
 #include "host/memory.h"
 
@@ -61,11 +62,10 @@ void writePixel(const FlipTarget& target, uint64_t rowStart, uint32_t x, uint32_
     rlSetPixel(target.data + rowStart, 0, x, 0, target.bitsPerPixel, value, nullptr, nullptr, 0);
 }
 
-// Kept: pixel x trades places with pixel width - x, so pixel 0 goes just past the row.
-void mirrorRows(const FlipTarget& target, uint64_t top, uint64_t bottom, uint32_t width) {
-    // Behind the last pixel of the memory there is nothing to trade.
-    const uint64_t held = (target.room - top) * 8 / static_cast<uint64_t>(target.bitsPerPixel) + 1;
-    for (uint32_t x = 0; x < width / 2 && x < held; ++x) {
+// Trades pixel x of both rows for pixel width - x, for the x before end.
+void mirrorPixels(const FlipTarget& target, uint64_t top, uint64_t bottom, uint32_t width,
+                  uint64_t end) {
+    for (uint32_t x = 0; x < end; ++x) {
         const uint32_t mirrored = width - x;
         const uint32_t a = readPixel(target, top, x);
         const uint32_t b = readPixel(target, top, mirrored);
@@ -76,6 +76,40 @@ void mirrorRows(const FlipTarget& target, uint64_t top, uint64_t bottom, uint32_
         writePixel(target, bottom, x, d);
         writePixel(target, bottom, mirrored, c);
     }
+}
+
+// The same from pixel 1 on, for a row of pixels of whole bytes that lies in the memory.
+template <size_t kBytes>
+void mirrorInside(uint8_t* row, uint32_t width) {
+    for (uint32_t x = 1; x < width / 2; ++x) {
+        uint8_t* pixel = row + x * kBytes;
+        std::swap_ranges(pixel, pixel + kBytes, row + size_t{width - x} * kBytes);
+    }
+}
+
+void mirrorInside(const FlipTarget& target, uint64_t start, uint32_t width) {
+    uint8_t* row = target.data + start;
+    if (target.bitsPerPixel == 8)
+        mirrorInside<1>(row, width);
+    else if (target.bitsPerPixel == 24)
+        mirrorInside<3>(row, width);
+    else
+        mirrorInside<4>(row, width);
+}
+
+// Kept: pixel x trades places with pixel width - x, so pixel 0 goes just past the row.
+void mirrorRows(const FlipTarget& target, uint64_t top, uint64_t bottom, uint32_t width) {
+    const bool inside = target.bitsPerPixel >= 8 && isStoredDepth(target.bitsPerPixel) &&
+                        bottom + target.stride <= target.room;
+    if (inside && width > 1 && !tracesPixels()) {
+        mirrorPixels(target, top, bottom, width, 1);
+        mirrorInside(target, top, width);
+        if (bottom != top) mirrorInside(target, bottom, width);
+        return;
+    }
+    // Behind the last pixel of the memory there is nothing to trade.
+    const uint64_t held = (target.room - top) * 8 / static_cast<uint64_t>(target.bitsPerPixel) + 1;
+    mirrorPixels(target, top, bottom, width, std::min<uint64_t>(width / 2, held));
 }
 
 // Exchanges two rows through the buffer, which may be shorter than a row: what it cannot hold is

@@ -10,7 +10,6 @@ namespace {
 // Few entries leave most cells a single candidate when the cells are small; for many entries
 // building that many lists would cost more than it saves.
 constexpr int16_t kFewEntries = 64;
-constexpr int kSmallSideBits = 2;
 constexpr int kLargeSideBits = 3;
 
 bool isGreyEntry(const uint8_t* entry) {

@@ -7,24 +7,29 @@
 namespace tivar {
 namespace {
 
-uint32_t load(const uint8_t* bytes) {
-    uint32_t word;
+uint64_t load(const uint8_t* bytes) {
+    uint64_t word;
     std::memcpy(&word, bytes, sizeof word);
     return word;
 }
 
-void store(uint8_t* bytes, uint32_t word) {
+void store(uint8_t* bytes, uint64_t word) {
     std::memcpy(bytes, &word, sizeof word);
 }
 
-// Four pixels in three words, which hold r g b r, g b r g and b r g b from the lowest byte up.
-void exchangeFour(uint8_t* pixels) {
-    const uint32_t a = load(pixels);
-    const uint32_t b = load(pixels + 4);
-    const uint32_t c = load(pixels + 8);
-    store(pixels, (a >> 16 & 0xFF) | (a & 0xFF00) | (a & 0xFF) << 16 | (b & 0xFF00) << 16);
-    store(pixels + 4, (b & 0xFF0000FF) | a >> 24 << 8 | (c & 0xFF) << 16);
-    store(pixels + 8, (b >> 16 & 0xFF) | c >> 24 << 8 | (c & 0xFF0000) | (c & 0xFF00) << 16);
+// Eight pixels in three words, whose lowest bytes are a red, a blue and a green one. Greens stay;
+// each red trades places with the blue two bytes above it.
+void exchangeEight(uint8_t* pixels) {
+    constexpr uint64_t kLowest = 0x00FF0000FF0000FF;  // every third byte from the lowest one up
+    constexpr uint64_t kSecond = 0xFF0000FF0000FF00;
+    constexpr uint64_t kThird = 0x0000FF0000FF0000;
+    const uint64_t a = load(pixels);
+    const uint64_t b = load(pixels + 8);
+    const uint64_t c = load(pixels + 16);
+    store(pixels, (a & kSecond) | ((a >> 16 | b << 48) & kLowest) | (a << 16 & kThird));
+    store(pixels + 8,
+          (b & kThird) | ((b >> 16 | c << 48) & kSecond) | ((b << 16 | a >> 48) & kLowest));
+    store(pixels + 16, (c & kLowest) | (c >> 16 & kThird) | ((c << 16 | b >> 48) & kSecond));
 }
 
 }  // namespace
@@ -32,7 +37,7 @@ void exchangeFour(uint8_t* pixels) {
 void exchangeRowRedBlue(uint8_t* row, uint32_t width) {
     uint32_t done = 0;
     if constexpr (std::endian::native == std::endian::little) {
-        for (; done + 4 <= width; done += 4) exchangeFour(row + size_t{done} * 3);
+        for (; done + 8 <= width; done += 8) exchangeEight(row + size_t{done} * 3);
     }
     for (; done < width; ++done) std::swap(row[size_t{done} * 3], row[size_t{done} * 3 + 2]);
 }

@@ -5,37 +5,87 @@
 #include <tivar/export.h>
 #include <tivar/stream.h>
 
-#include <algorithm>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+#include <bit>
 
 #include "host/memory.h"
 
 namespace tivar {
 namespace {
 
-uint32_t runLength(const uint8_t* source, uint32_t limit) {
-    const uint8_t* end = source + limit;
-    return static_cast<uint32_t>(
-        std::find_if(source + 1, end, [&](uint8_t byte) { return byte != *source; }) - source);
+constexpr uint32_t kBlock = 64;
+
+// Bit i tells whether byte i differs from the byte behind it, for a block of bytes and one more.
+uint64_t findRunEnds(const uint8_t* bytes) {
+    uint64_t ends = 0;
+#ifdef __SSE2__
+    for (uint32_t i = 0; i < kBlock; i += 16) {
+        const __m128i here = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i));
+        const __m128i behind = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i + 1));
+        const int equal = _mm_movemask_epi8(_mm_cmpeq_epi8(here, behind));
+        ends |= uint64_t{static_cast<uint16_t>(~equal)} << i;
+    }
+#else
+    for (uint32_t i = 0; i < kBlock; ++i) ends |= uint64_t{bytes[i] != bytes[i + 1]} << i;
+#endif
+    return ends;
 }
 
-// A pair's count is in pixels.
-void encodeRow(uint32_t length, uint32_t* outLength, const uint8_t* source, uint8_t* destination,
-               uint32_t longestRun, uint32_t pixelsPerByte) {
+// Writes pairs; a pair's count is in pixels, the longest run in bytes.
+template <uint32_t kLongestRun, uint32_t kPixelsPerByte>
+struct PairWriter {
+    uint8_t* out;
+
+    void writePair(uint32_t count, uint8_t value) {
+        *out++ = static_cast<uint8_t>(count * kPixelsPerByte);
+        *out++ = value;
+    }
+
+    // Kept: the last byte of a run that fills its limit starts the next run.
+    void writeRun(uint32_t count, uint8_t value) {
+        for (; count >= kLongestRun; count -= kLongestRun - 1) writePair(kLongestRun - 1, value);
+        writePair(count, value);
+    }
+
+    // The end of the row limits its last run.
+    void writeLastRun(uint32_t count, uint8_t value) {
+        if (count > 1) writeRun(count - 1, value);
+        writePair(1, value);
+    }
+};
+
+// The pairs of all runs but the last, whose first byte's place is the answer.
+template <typename Pairs>
+uint32_t encodeRuns(const uint8_t* source, uint32_t length, Pairs& pairs) {
+    uint32_t start = 0;
+    uint32_t done = 0;
+    for (; length - done > kBlock; done += kBlock) {
+        for (uint64_t ends = findRunEnds(source + done); ends != 0; ends &= ends - 1) {
+            const uint32_t next = done + static_cast<uint32_t>(std::countr_zero(ends)) + 1;
+            pairs.writeRun(next - start, source[start]);
+            start = next;
+        }
+    }
+    for (; done + 1 < length; ++done) {
+        if (source[done] == source[done + 1]) continue;
+        pairs.writeRun(done + 1 - start, source[start]);
+        start = done + 1;
+    }
+    return start;
+}
+
+template <typename Pairs>
+void encodeRow(uint32_t length, uint32_t* outLength, const uint8_t* source, uint8_t* destination) {
     if (outLength == nullptr) return;
     *outLength = 0;
-    if (source == nullptr || destination == nullptr) return;
-    uint8_t* out = destination;
-    for (uint32_t remaining = length; remaining != 0;) {
-        const uint32_t limit = std::min(remaining, longestRun);
-        uint32_t count = runLength(source, limit);
-        // Kept: the last byte of a run that fills its limit starts the next run.
-        if (count == limit && limit > 1) --count;
-        *out++ = static_cast<uint8_t>(count * pixelsPerByte);
-        *out++ = *source;
-        source += count;
-        remaining -= count;
-    }
-    *outLength = static_cast<uint32_t>(out - destination);
+    if (source == nullptr || destination == nullptr || length == 0) return;
+    Pairs pairs = {destination};
+    const uint32_t last = encodeRuns(source, length, pairs);
+    pairs.writeLastRun(length - last, source[last]);
+    *outLength = static_cast<uint32_t>(pairs.out - destination);
 }
 
 }  // namespace
@@ -64,10 +114,10 @@ int32_t RLEWrite(OxlStream stream, const uint8_t* rows, uint32_t rowCount, uint3
 
 void EncodeRLE8Row(uint32_t length, uint32_t* outLength, const uint8_t* source,
                    uint8_t* destination) {
-    encodeRow(length, outLength, source, destination, 255, 1);
+    encodeRow<PairWriter<255, 1>>(length, outLength, source, destination);
 }
 
 void EncodeRLE4Row(uint32_t length, uint32_t* outLength, const uint8_t* source,
                    uint8_t* destination) {
-    encodeRow(length, outLength, source, destination, 127, 2);
+    encodeRow<PairWriter<127, 2>>(length, outLength, source, destination);
 }

@@ -31,27 +31,29 @@ void emptyBuffer(StreamRecord& stream) {
     stream.limit = kStreamBufferSize - 1;
 }
 
-// Writes bytes at the buffer's place in the file and moves the buffer behind them.
-int32_t writeAtBase(StreamRecord& stream, const uint8_t* source, int32_t count) {
-    if (stream.base > INT32_MAX - count) return fail(stream);
+// Writes bytes at the buffer's place in the file: how many went there.
+int32_t putAtBase(StreamRecord& stream, const uint8_t* source, int32_t count) {
+    if (stream.base > INT32_MAX - count) return 0;
     const bool inPlace = stream.filePosition == stream.base && stream.borrowed == 0;
-    if (!inPlace && std::fseek(stream.file, stream.base, SEEK_SET) != 0) return fail(stream);
-    const size_t written = std::fwrite(source, 1, static_cast<size_t>(count), stream.file);
-    if (written != static_cast<size_t>(count)) {
-        stream.filePosition = -1;
-        return fail(stream);
-    }
+    if (!inPlace && std::fseek(stream.file, stream.base, SEEK_SET) != 0) return 0;
+    stream.filePosition = -1;
+    return static_cast<int32_t>(std::fwrite(source, 1, static_cast<size_t>(count), stream.file));
+}
+
+// Starts an empty buffer behind bytes that went into the file at the old one's place.
+void moveBehind(StreamRecord& stream, int32_t count) {
     emptyBuffer(stream);
     stream.base = stream.next = stream.filePosition = stream.base + count;
     if (stream.base > stream.length) stream.length = stream.base;
-    return count;
+    stream.dirty = 0;
 }
 
 int32_t flushFile(StreamRecord& stream) {
     if (stream.dirty == 0) return 0;
-    const int32_t written = writeAtBase(stream, stream.data, stream.high + 1);
-    if (written != kFailed) stream.dirty = 0;
-    return written;
+    const int32_t count = stream.high + 1;
+    if (putAtBase(stream, stream.data, count) != count) return fail(stream);
+    moveBehind(stream, count);
+    return count;
 }
 
 }  // namespace
@@ -110,7 +112,18 @@ int32_t writeBuffersDirectly(StreamRecord& stream, const uint8_t* source, int32_
     const bool isEmpty = stream.file != nullptr && stream.index == 0 && stream.high == -1;
     // The last buffer stays to be flushed later, as it would had the bytes come one by one.
     const int32_t whole = (count - 1) / kStreamBufferSize * kStreamBufferSize;
-    return isEmpty && whole > 0 ? writeAtBase(stream, source, whole) : 0;
+    if (!isEmpty || whole <= 0) return 0;
+    const int32_t flushed =
+        putAtBase(stream, source, whole) / kStreamBufferSize * kStreamBufferSize;
+    moveBehind(stream, flushed);
+    if (flushed == whole) return whole;
+    // As had they come one by one, too: the buffer that could not be flushed stays full.
+    stream.filePosition = -1;
+    std::memcpy(stream.data, source + flushed, kStreamBufferSize);
+    stream.high = stream.limit;
+    stream.index = kStreamBufferSize;
+    stream.dirty = 1;
+    return fail(stream);
 }
 
 void refreshLength(StreamRecord& stream) {

@@ -250,4 +250,22 @@ TEST(ScalingSteps, DoNothingWithoutPixels) {
     EXPECT_EQ(dest, Bytes(4, 0x55));
 }
 
+TEST(ScalingBitmaps, GivesTheSamePixelsWithoutMemoryForItsColumns) {
+    for (const int16_t depth : std::initializer_list<int16_t>{1, 4, 8, 24, 32}) {
+        Bytes bits(static_cast<size_t>(rlBytesPerLine(23u, depth)) * 9);
+        for (size_t i = 0; i < bits.size(); ++i) bits[i] = static_cast<uint8_t>(i * 37);
+        const Block source(bits);
+        for (const Size& to : {Size{11, 5}, Size{50, 20}}) {
+            const auto scale = [&] {
+                return taken(rlStretchBitmap(source.handle, depth, 23, 9, to.width, to.height));
+            };
+            const Bytes wanted = scale();
+            for (const int nth : {2, 3}) {
+                const FailingCall failing("calloc", nth);
+                EXPECT_EQ(scale(), wanted) << depth << ", allocation " << nth;
+            }
+        }
+    }
+}
+
 }  // namespace

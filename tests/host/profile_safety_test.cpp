@@ -13,6 +13,7 @@
 
 #include "support/environment.h"
 #include "support/failing_call.h"
+#include "support/open_files.h"
 #include "support/random_numbers.h"
 #include "support/temp_directory.h"
 
@@ -21,6 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 
 using support::FailingCall;
+using support::openFiles;
 using Names = std::set<std::string>;
 
 // Several buffers of a stream.
@@ -42,11 +44,6 @@ struct ProfileSafety : testing::Test {
         for (const auto& entry : fs::recursive_directory_iterator(directory.path()))
             found.insert(entry.path().lexically_relative(directory.path()).string());
         return found;
-    }
-
-    static size_t openFiles() {
-        const fs::directory_iterator descriptors("/proc/self/fd");
-        return static_cast<size_t>(std::distance(begin(descriptors), end(descriptors)));
     }
 
     support::TempDirectory directory;
@@ -72,8 +69,9 @@ const std::vector<Change> kChanges = {
     {"remove a section", "s", nullptr, nullptr, "[t]\nc=3\n"}};
 
 // Calls that rewriting makes; each of them may fail.
-constexpr const char* kCalls[] = {"calloc", "realpath", "fopen",  "open",  "fdopen", "fread",
-                                  "fwrite", "fflush",   "fchmod", "fsync", "fclose", "rename"};
+constexpr const char* kCalls[] = {"calloc", "realpath", "fopen",  "open",  "fdopen",
+                                  "fread",  "fwrite",   "fseek",  "ftell", "fflush",
+                                  "fchmod", "fsync",    "fclose", "rename"};
 
 // Whether the nth call of the function was there to fail while the change was made.
 bool changeWithFailure(const Change& change, const char* file, const char* function, int nth) {

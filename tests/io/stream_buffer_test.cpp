@@ -1,7 +1,11 @@
+#include <signal.h>
+#include <sys/resource.h>
+
 #include <cstring>
 
 #include "io/stream_kit.h"
 #include "support/byte_list.h"
+#include "support/child_process.h"
 #include "support/failing_call.h"
 #include "support/source_stream.h"
 
@@ -50,6 +54,51 @@ TEST(FillBuffer, ThatCannotBeWrittenFirstFails) {
     EXPECT_EQ(recordOf(stream).error, -1);
     EXPECT_EQ(readText(stream, 1), "");
     EXPECT_EQ(oxlClose(stream), -1);
+}
+
+// What goes into the file past the buffer counts as much as what goes through it.
+TEST(DirectWrite, ThatFailsIsToldAtClosingToo) {
+    const TempDirectory directory;
+    const std::string path = directory.path("file");
+    const OxlStream stream = oxlOpen(path.c_str(), nullptr, OXL_CREATE | OXL_WRITE);
+    const FailingCall full("fwrite", 2, support::Failure::kFromThenOn);
+    EXPECT_EQ(writeText(stream, pattern(60000)), -1);
+    EXPECT_EQ(writeText(stream, "more"), 0) << "the stream is in error";
+    EXPECT_EQ(oxlClose(stream), -1);
+    EXPECT_EQ(directory.read("file"), pattern(kBuffer));
+}
+
+TEST(DirectWrite, ThatFailsOnceLosesNothingOfItsBuffer) {
+    const TempDirectory directory;
+    const std::string path = directory.path("file");
+    const OxlStream stream = oxlOpen(path.c_str(), nullptr, OXL_CREATE | OXL_WRITE);
+    const FailingCall once("fwrite", 2);
+    EXPECT_EQ(writeText(stream, pattern(60000)), -1);
+    EXPECT_EQ(writeText(stream, "more"), 0);
+    EXPECT_EQ(oxlClose(stream), 0);
+    EXPECT_EQ(directory.read("file"), pattern(60000).substr(0, 2 * kBuffer));
+}
+
+// The disk takes two buffers and a half of the four that go at once.
+TEST(DirectWrite, ThatIsCutShortKeepsTheBuffersThatWentThrough) {
+    const TempDirectory directory;
+    const std::string path = directory.path("file");
+    const std::string text = pattern(5 * kBuffer);
+    const std::vector<int32_t> results = support::inChild([&]() -> std::vector<int32_t> {
+        const OxlStream stream = oxlOpen(path.c_str(), nullptr, OXL_CREATE | OXL_WRITE);
+        signal(SIGXFSZ, SIG_IGN);
+        rlimit limit = {};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        limit.rlim_cur = 3 * kBuffer + kBuffer / 2;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        const int32_t written = oxlWrite(stream, text.data(), 5 * kBuffer);
+        const int32_t base = recordOf(stream).base;
+        limit.rlim_cur = limit.rlim_max;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        return {written, base, oxlClose(stream)};
+    });
+    EXPECT_EQ(results, (std::vector<int32_t>{-1, 3 * kBuffer, 0}));
+    EXPECT_EQ(directory.read("file"), text.substr(0, 4 * kBuffer));
 }
 
 TEST(FillBuffer, BehindAMemoryBlockThereIsNothing) {

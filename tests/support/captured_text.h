@@ -1,6 +1,7 @@
 // What the code under test writes to a standard stream, caught by turning its descriptor aside.
 #pragma once
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -10,7 +11,8 @@ namespace support {
 
 class CapturedText {
   public:
-    explicit CapturedText(FILE* stream) : stream_(stream), file_(std::tmpfile()) {
+    explicit CapturedText(FILE* stream)
+        : stream_(stream), file_(fdopen(memfd_create("captured", 0), "w+")) {
         std::fflush(stream_);
         saved_ = dup(fileno(stream_));
         dup2(fileno(file_), fileno(stream_));

@@ -16,13 +16,18 @@
 
 namespace support {
 
-// From construction on, the nth call of the function fails; with an observer it is called instead,
-// just before that call goes through. One at a time.
+enum class Failure { kOnce, kFromThenOn };
+
+// From construction on, the nth call of the function fails, and, when told so, all that follow;
+// with an observer it is called instead, just before that call goes through. One at a time.
 class FailingCall {
   public:
     explicit FailingCall(const char* function, int nth = 1, std::function<void()> observer = {})
         : function_(function), left_(nth), observer_(std::move(observer)) {
         current() = this;
+    }
+    FailingCall(const char* function, int nth, Failure failure) : FailingCall(function, nth) {
+        lasting_ = failure == Failure::kFromThenOn;
     }
     ~FailingCall() { current() = nullptr; }
     FailingCall(const FailingCall&) = delete;
@@ -33,7 +38,8 @@ class FailingCall {
     static bool due(const char* function) {
         FailingCall* self = current();
         if (self == nullptr || std::strcmp(self->function_, function) != 0) return false;
-        if (--self->left_ != 0) return false;
+        --self->left_;
+        if (self->left_ > 0 || (self->left_ < 0 && !self->lasting_)) return false;
         if (self->observer_) self->observer_();
         return !self->observer_;
     }
@@ -46,8 +52,16 @@ class FailingCall {
 
     const char* function_;
     int left_;
+    bool lasting_ = false;
     std::function<void()> observer_;
 };
+
+// Blocks that are allocated, by the code under test and by what the tests allocate through it.
+inline long liveBlocks = 0;
+inline void* counted(void* block) {
+    if (block != nullptr) ++liveBlocks;
+    return block;
+}
 
 // Bytes that the last call of calloc asked for.
 inline size_t lastAllocation = 0;
@@ -61,7 +75,8 @@ inline size_t lastAllocation = 0;
         return support::FailingCall::due(#function) ? failure : __real_##function arguments; \
     }
 
-SUPPORT_WRAP(void*, realloc, (void* block, size_t size), (block, size), nullptr)
+SUPPORT_WRAP(int, fseek, (FILE * file, long offset, int whence), (file, offset, whence), -1)
+SUPPORT_WRAP(long, ftell, (FILE * file), (file), -1)
 SUPPORT_WRAP(int, mkstemp, (char* name), (name), -1)
 SUPPORT_WRAP(char*, realpath, (const char* path, char* resolved), (path, resolved), nullptr)
 SUPPORT_WRAP(FILE*, fopen, (const char* name, const char* mode), (name, mode), nullptr)
@@ -78,7 +93,27 @@ SUPPORT_WRAP(int, fclose, (FILE * file), (file), (__real_fclose(file), EOF))
 extern "C" void* __real_calloc(size_t count, size_t size);
 extern "C" __attribute__((used)) inline void* __wrap_calloc(size_t count, size_t size) {
     support::lastAllocation = count * size;
-    return support::FailingCall::due("calloc") ? nullptr : __real_calloc(count, size);
+    if (support::FailingCall::due("calloc")) return nullptr;
+    return support::counted(__real_calloc(count, size));
+}
+
+extern "C" void* __real_malloc(size_t size);
+extern "C" __attribute__((used)) inline void* __wrap_malloc(size_t size) {
+    if (support::FailingCall::due("malloc")) return nullptr;
+    return support::counted(__real_malloc(size));
+}
+
+extern "C" void* __real_realloc(void* block, size_t size);
+extern "C" __attribute__((used)) inline void* __wrap_realloc(void* block, size_t size) {
+    if (support::FailingCall::due("realloc")) return nullptr;
+    void* moved = __real_realloc(block, size);
+    return block == nullptr ? support::counted(moved) : moved;
+}
+
+extern "C" void __real_free(void* block);
+extern "C" __attribute__((used)) inline void __wrap_free(void* block) {
+    if (block != nullptr) --support::liveBlocks;
+    __real_free(block);
 }
 
 extern "C" int __real_open(const char* name, int flags, ...);

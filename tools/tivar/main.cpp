@@ -2,8 +2,12 @@
 
 #include <fcntl.h>
 
+#include "decode.h"
 #include "failure.h"
+#include "gallery.h"
 #include "info.h"
+#include "input_file.h"
+#include "inspect.h"
 #include "interrupt.h"
 #include "jobs.h"
 #include "options.h"
@@ -29,12 +33,33 @@ void runWithLibrary(const Library& library, const Options& options) {
     if (options.command == Command::SetSettings) setSettings(library, options.settings);
 }
 
+int runWithBmp(const Options& options) {
+    const std::string& input = options.input;
+    return reporting(nameOfInput(input), [&] {
+        if (options.command == Command::Inspect) return inspectFile(input);
+        decodeFile(input, options.out);
+        return static_cast<int>(kDone);
+    });
+}
+
+int runGallery(const Options& options) {
+    const Library library = loadLibrary(options.library);
+    return reporting(nameOfInput(options.input), [&] {
+        makeGallery(library, options);
+        return static_cast<int>(kDone);
+    });
+}
+
 int run(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
+    if (options.command == Command::Inspect || options.command == Command::Decode) {
+        return runWithBmp(options);
+    }
     if (options.command == Command::Export) {
         const std::vector<Job> jobs = planJobs(options);
         return runJobs(loadLibrary(options.library), jobs, options);
     }
+    if (options.command == Command::Gallery) return runGallery(options);
     if (options.command == Command::InitSettings) {
         initSettings(options.settings);
         return kDone;
