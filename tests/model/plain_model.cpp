@@ -206,7 +206,8 @@ std::vector<std::uint32_t> colormap(const Bytes* sourceTable, int sourceBits,
     const std::uint32_t entries = powerOfTwo(std::min(sourceBits, 16));
     if (sourceBits <= destBits && destTable == nullptr) {
         destTable = sourceTable;
-        destCount = static_cast<int>(entries);
+        // A count has 16 bits: 32768 entries are none.
+        destCount = static_cast<std::int16_t>(entries);
     }
     std::vector<std::uint32_t> map(entries, 0);
     if (sourceTable == nullptr || destTable == nullptr) return map;
