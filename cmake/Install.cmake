@@ -1,6 +1,7 @@
 # What is installed, in three components that are also the three packages: the library that programs
 # load, what is needed to build such programs, and the command-line host.
 include(CMakePackageConfigHelpers)
+set(tivar_components libtivar2 libtivar-dev)
 
 install(TARGETS tivar_shared EXPORT tivar-targets
   LIBRARY COMPONENT libtivar2 NAMELINK_COMPONENT libtivar-dev)
@@ -36,13 +37,14 @@ endfunction()
 tivar_install_compressed(${PROJECT_SOURCE_DIR}/docs/man/tivar.3 tivar.3
   ${CMAKE_INSTALL_MANDIR}/man3 libtivar-dev)
 if(TIVAR_BUILD_TOOL)
+  list(APPEND tivar_components tivar)
   install(TARGETS tivar RUNTIME COMPONENT tivar)
   tivar_install_compressed(${PROJECT_SOURCE_DIR}/docs/man/tivar.1 tivar.1
     ${CMAKE_INSTALL_MANDIR}/man1 tivar)
   install(FILES packaging/tivar.bash-completion RENAME tivar
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tivar)
 endif()
-foreach(component IN ITEMS libtivar2 libtivar-dev tivar)
+foreach(component IN LISTS tivar_components)
   tivar_install_compressed(${PROJECT_SOURCE_DIR}/packaging/changelog changelog
     ${CMAKE_INSTALL_DATADIR}/doc/${component} ${component})
 endforeach()

@@ -7,7 +7,7 @@ set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/package)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL libtivar2 libtivar-dev tivar)
+set(CPACK_COMPONENTS_ALL ${tivar_components})
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -41,6 +41,6 @@ set(CPACK_DEBIAN_TIVAR_PACKAGE_DEPENDS "libtivar2 (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_TIVAR_DESCRIPTION "export pictures as BMP files on the command line
 A host of the export filter libtivar: it reads PNG, JPEG and PNM pictures
 and writes BMP files of 1, 4, 8 or 24 bits per pixel, raw or run-length
-encoded, through the library.")
+encoded, through the library. It also inspects and decodes BMP files.")
 
 include(CPack)
