@@ -27,7 +27,7 @@ FORMATS = [
 
 def format_options(bits, os2, encoded):
     options = ["--bits", bits] + (["--os2"] if os2 else [])
-    return options + (["--compress", "native"] if encoded else [])
+    return options + (["--compress", "native", "--force"] if encoded else [])
 
 
 # --- The same files ------------------------------------------------------------------------------

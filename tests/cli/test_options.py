@@ -63,10 +63,10 @@ def test_help_names_every_export_option(tivar):
     text = tivar.run("export", "--help").stdout.decode()
     for option in (
         "-o", "--bits", "--os2", "--compress", "--size", "--resolution", "--profile", "--mode",
-        "--via", "-j", "--background", "--quiet", "--library",
+        "--force", "--via", "-j", "--background", "--quiet", "--library",
     ):  # fmt: skip
         assert option in text
-    assert "few readers" in text
+    assert "few readers" in text and "standard RLE8 and RLE4" in text
 
 
 def test_version_names_program_and_library(tivar):
@@ -178,6 +178,12 @@ Driver=TIVAR.1
 Color Format=221
 Compression Mode=228
 
+[Silent]
+Driver=TIVAR.1
+Color Format=221
+File Type=332
+Compression Mode=228
+
 [Screen]
 Driver=TIVAR.1
 Color Format=222
@@ -222,6 +228,32 @@ def test_a_mode_sets_the_compression(tivar, profile):
     assert written.encoded and (written.width, written.height) == (60, 30)
 
 
+def test_a_mode_that_asks_for_encoded_os2_files_needs_force(tivar, profile):
+    options = [*profile, "--mode", "Silent"]
+    result = tivar.run("export", "in.png", "-o", "out.bmp", *options)
+    fails(result, 2, "in.png", "native", "--force")
+    assert not (tivar.directory / "out.bmp").exists()
+    forced = bmp.read(tivar.export("in.png", "out.bmp", *options, "--force"), True)
+    assert (forced.os2, forced.encoded) == (True, True)
+    plain = bmp.read(tivar.export("in.png", "out.bmp", *options, "--compress", "none"))
+    assert (plain.os2, plain.encoded) == (True, False)
+    # True colour is never encoded.
+    assert bmp.read(tivar.export("in.png", "out.bmp", *options, "--bits", 24)).bits == 24
+
+
+def test_a_mode_of_os2_files_refuses_the_portable_form(tivar, profile):
+    for mode in ("Poster", "Silent"):
+        options = ["--mode", mode, "--compress", "portable"]
+        fails(tivar.run("export", "in.png", *profile, *options), 2, "in.png", "OS/2")
+
+
+def test_a_mode_of_windows_files_takes_the_portable_form(tivar, profile):
+    for mode in ("Plain", "Packed"):
+        options = ["--mode", mode, "--compress", "portable"]
+        data = tivar.export("in.png", "out.bmp", *profile, *options)
+        assert data[30:34] == b"\1\0\0\0" and data.endswith(b"\0\1")
+
+
 def test_a_mode_of_the_display_s_size_fills_the_display(tivar, profile):
     environment = dict(os.environ, DISPLAYINFO="800x600x100x100")
     data = tivar.export("in.png", "out.bmp", *profile, "--mode", "Screen", env=environment)
@@ -230,7 +262,7 @@ def test_a_mode_of_the_display_s_size_fills_the_display(tivar, profile):
 
 
 def test_options_go_before_the_profile(tivar, profile):
-    options = ["--bits", 8, "--size", "50x40", "--compress", "native"]
+    options = ["--bits", 8, "--size", "50x40", "--compress", "native", "--force"]
     written = bmp.read(tivar.export("in.png", "out.bmp", *profile, *options), True)
     assert (written.bits, written.os2, written.width, written.height) == (8, True, 50, 40)
     none = ["--mode", "Packed", "--compress", "none"]

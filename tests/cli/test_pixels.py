@@ -18,7 +18,7 @@ FORMS = [
 
 def options_of(bits, os2, encoded):
     return ["--bits", bits] + (["--os2"] if os2 else []) + (
-        ["--compress", "native"] if encoded else []
+        ["--compress", "native", "--force"] if encoded else []
     )
 
 

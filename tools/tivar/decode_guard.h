@@ -1,4 +1,4 @@
-// The C decoders leave by longjmp when a file is damaged. A guarded step holds nothing that needs a
+// The C libraries leave by longjmp when something fails. A guarded step holds nothing that needs a
 // destructor, so that the jump skips none; what does lives in the caller.
 
 #ifndef TIVAR_TOOL_DECODE_GUARD_H
@@ -16,13 +16,22 @@ struct DecodeGuard {
 // Stores message and jumps back to the guarded call.
 [[noreturn]] void leave(DecodeGuard& guard, const char* message);
 
-// step(state) unless it leaves: then a Failure that carries the guard's message.
-void runGuarded(DecodeGuard& guard, void (*step)(void*), void* state);
+// Runs step(state): whether it did not leave.
+bool runGuarded(DecodeGuard& guard, void (*step)(void*), void* state);
+
+// A Failure about the picture that was read, with the guard's message.
+[[noreturn]] void failDecoding(const DecodeGuard& guard);
 
 template <class Step>
-void guarded(DecodeGuard& guard, Step&& step) {
-    runGuarded(
+bool survives(DecodeGuard& guard, Step step) {
+    return runGuarded(
         guard, [](void* state) { (*static_cast<Step*>(state))(); }, &step);
+}
+
+// The same for steps of reading, which fail when they leave.
+template <class Step>
+void guarded(DecodeGuard& guard, Step step) {
+    if (!survives(guard, step)) failDecoding(guard);
 }
 
 }  // namespace tool

@@ -11,7 +11,9 @@
 #include <system_error>
 
 #include "failure.h"
+#include "input_file.h"
 #include "interrupt.h"
+#include "output.h"
 
 namespace fs = std::filesystem;
 
@@ -56,13 +58,11 @@ void checkUsage(const Options& options) {
         failUsage("-o " + options.out + " is no directory for several inputs",
                   "name an existing directory");
     }
-    if (options.out == "-" && ::isatty(STDOUT_FILENO) != 0) {
-        failUsage("a picture is not written to the terminal", "redirect standard output");
-    }
+    refuseTerminal(options.out);
 }
 
 int runOne(const Library& library, const Job& job, const Options& options, bool onlyOne) {
-    return reporting(job.input == "-" ? "standard input" : job.input, [&] {
+    return reporting(nameOfInput(job.input), [&] {
         runJob(library, job, options.request, onlyOne);
         return static_cast<int>(kDone);
     });

@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "failure.h"
+#include "little_endian.h"
 
 namespace tool {
 namespace {
@@ -25,18 +26,10 @@ enum {
     kEncodedSize = 34
 };
 
-uint32_t number16(const FileStart& start, size_t at) {
-    return start.bytes[at] | static_cast<uint32_t>(start.bytes[at + 1]) << 8;
-}
-
-uint32_t number32(const FileStart& start, size_t at) {
-    return number16(start, at) | number16(start, at + 2) << 16;
-}
-
-// The size field tells the raw size, also of encoded files.
+// The size field tells the raw size, also of files in the native form.
 uint64_t wantedLength(const FileStart& start, const ExportPlan& plan) {
-    if (!plan.encoded) return number32(start, kFileSize);
-    return uint64_t{number32(start, kPixelOffset)} + number32(start, kEncodedSize);
+    if (!plan.native) return little32(&start.bytes[kFileSize]);
+    return uint64_t{little32(&start.bytes[kPixelOffset])} + little32(&start.bytes[kEncodedSize]);
 }
 
 bool headerFits(const FileStart& start, const ExportPlan& plan) {
@@ -45,7 +38,7 @@ bool headerFits(const FileStart& start, const ExportPlan& plan) {
                               ? size.width != 0 && size.height != 0
                               : size.width == plan.size.width && size.height == plan.size.height;
     return start.bytes[0] == 'B' && start.bytes[1] == 'M' && sizeFits &&
-           number16(start, plan.os2 ? kBitsOs2 : kBits) == plan.bits;
+           little16(&start.bytes[plan.os2 ? kBitsOs2 : kBits]) == plan.bits;
 }
 
 }  // namespace
@@ -76,8 +69,8 @@ uint64_t contentLength(const Block& memory) {
 }
 
 PixelSize sizeInFile(const FileStart& start, const ExportPlan& plan) {
-    if (plan.os2) return {number16(start, kWidth), number16(start, kHeightOs2)};
-    return {number32(start, kWidth), number32(start, kHeight)};
+    if (plan.os2) return {little16(&start.bytes[kWidth]), little16(&start.bytes[kHeightOs2])};
+    return {little32(&start.bytes[kWidth]), little32(&start.bytes[kHeight])};
 }
 
 Verdict judge(const FileStart& start, const ExportPlan& plan) {
@@ -90,7 +83,7 @@ Verdict judge(const FileStart& start, const ExportPlan& plan) {
         return {"the file came out " + std::to_string(wanted - start.length) + " bytes short",
                 wanted - start.length};
     }
-    if (start.length > wanted || wanted <= number32(start, kPixelOffset)) {
+    if (start.length > wanted || wanted <= little32(&start.bytes[kPixelOffset])) {
         return {"the file came out with a length that does not fit its header", 1};
     }
     return {};

@@ -2,8 +2,11 @@
 
 #include <fcntl.h>
 
+#include "decode.h"
 #include "failure.h"
 #include "info.h"
+#include "input_file.h"
+#include "inspect.h"
 #include "interrupt.h"
 #include "jobs.h"
 #include "options.h"
@@ -29,8 +32,20 @@ void runWithLibrary(const Library& library, const Options& options) {
     if (options.command == Command::SetSettings) setSettings(library, options.settings);
 }
 
+int runWithBmp(const Options& options) {
+    const std::string& input = options.input;
+    return reporting(nameOfInput(input), [&] {
+        if (options.command == Command::Inspect) return inspectFile(input);
+        decodeFile(input, options.out);
+        return static_cast<int>(kDone);
+    });
+}
+
 int run(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
+    if (options.command == Command::Inspect || options.command == Command::Decode) {
+        return runWithBmp(options);
+    }
     if (options.command == Command::Export) {
         const std::vector<Job> jobs = planJobs(options);
         return runJobs(loadLibrary(options.library), jobs, options);

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <string_view>
 
+#include "bmp_options.h"
 #include "failure.h"
 #include "settings_options.h"
 
@@ -72,6 +73,11 @@ Color parseColor(const std::string& text) {
             static_cast<uint8_t>(packed)};
 }
 
+Compression parseCompression(const std::string& text) {
+    if (text == "none") return Compression::None;
+    return text == "native" ? Compression::Native : Compression::Portable;
+}
+
 void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("--bits", typed.bits,
                    "Bits per pixel (else those of a palette picture, 24 for true colour)")
@@ -79,10 +85,15 @@ void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
         ->type_name("1|4|8|24");
     app.add_flag("--os2", options.request.os2, "Write the OS/2 flavour of the file");
     app.add_option("--compress", typed.compress,
-                   "native: the library's own run-length form of 4 and 8 bits, without end-of-line "
-                   "codes, which few readers open")
-        ->check(CLI::IsMember({"none", "native"}).description(""))
-        ->type_name("none|native");
+                   "native: the library's own run-length form of 4 and 8 bits, pairs of a count "
+                   "and a value without end-of-line codes, which few readers open (tivar decode "
+                   "does). portable: standard RLE8 and RLE4, which readers open; Windows flavour "
+                   "only")
+        ->check(CLI::IsMember({"none", "native", "portable"}).description(""))
+        ->type_name("none|native|portable");
+    app.add_flag("--force", options.request.force,
+                 "Write the native form with the OS/2 flavour too, whose header does not tell that "
+                 "rows are encoded");
     app.add_option("--background", typed.background,
                    "Colour behind transparent pixels (else white)")
         ->type_name("RRGGBB");
@@ -137,7 +148,7 @@ void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
 
 void applyTyped(const Typed& typed, ExportRequest& request) {
     if (typed.bits != 0) request.bits = static_cast<uint16_t>(typed.bits);
-    if (!typed.compress.empty()) request.encoded = typed.compress == "native";
+    if (!typed.compress.empty()) request.compression = parseCompression(typed.compress);
     if (!typed.size.empty()) {
         request.size = parseSize(typed.size, typed.resolution == 0 ? 96 : typed.resolution);
     }
@@ -157,6 +168,7 @@ struct CommandLine {
     CLI::App app{"Exports pictures as BMP files through libtivar, loaded at run time.", "tivar"};
     CLI::App* exporting{};
     CLI::App* info{};
+    BmpCommands bmp{};
     SettingsCommands settings{};
 };
 
@@ -170,19 +182,22 @@ void describe(CommandLine& line, Options& options, Typed& typed) {
     addFormatOptions(*line.exporting, options, typed);
     addSizeOptions(*line.exporting, options, typed);
     addLibrary(*line.exporting, options.library);
+    line.bmp = addBmpCommands(line.app, options);
     line.settings = addSettingsCommands(line.app, options);
     line.info = line.app.add_subcommand("info", "Show what the library offers");
     addLibrary(*line.info, options.library);
 }
 
-const char* remedyOf(const CommandLine& line) {
+std::string remedyOf(const CommandLine& line) {
     if (line.settings.all->parsed()) return "see tivar settings --help";
+    if (const CLI::App* bmp = parsedOf(line.bmp)) return "see tivar " + bmp->get_name() + " --help";
     return line.exporting->parsed() ? kSeeExportHelp : kSeeHelp;
 }
 
 Command chosen(const CommandLine& line, const Typed& typed) {
     if (typed.version) return Command::Version;
     if (line.exporting->parsed()) return Command::Export;
+    if (parsedOf(line.bmp) != nullptr) return chosenOf(line.bmp);
     if (line.info->parsed()) return Command::Info;
     if (line.settings.all->parsed()) return chosenOf(line.settings);
     failUsage("a command is missing", kSeeHelp);

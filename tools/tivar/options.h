@@ -12,9 +12,20 @@
 
 namespace tool {
 
-enum class Command { Help, Version, Info, Export, ShowSettings, SetSettings, InitSettings };
+enum class Command {
+    Help,
+    Version,
+    Info,
+    Export,
+    Inspect,
+    Decode,
+    ShowSettings,
+    SetSettings,
+    InitSettings
+};
 enum class Via { File, Memory, Document };
 enum class Route { Filter, Driver };
+enum class Compression { None, Native, Portable };
 enum class CellArrays { Banded, Single };
 
 struct PixelSize {
@@ -26,7 +37,8 @@ struct PixelSize {
 struct ExportRequest {
     std::optional<uint16_t> bits;
     bool os2 = false;
-    std::optional<bool> encoded;  // --compress native
+    std::optional<Compression> compression;
+    bool force = false;  // files that no reader can know
     std::optional<PixelSize> size;
     std::string profile;
     std::string mode;
@@ -50,6 +62,7 @@ struct Options {
     std::string library;
     ExportRequest request;
     SettingsRequest settings;
+    std::string input;  // of commands that take one file
     std::vector<std::string> inputs;
     std::string out;
     unsigned jobs = 1;

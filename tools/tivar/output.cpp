@@ -140,6 +140,12 @@ void refuseOwnInput(const std::string& input, const std::string& target) {
     }
 }
 
+void refuseTerminal(const std::string& target) {
+    if (target == "-" && ::isatty(STDOUT_FILENO) != 0) {
+        failUsage("a picture is not written to the terminal", "redirect standard output");
+    }
+}
+
 int probeGrowth(const Output& output, uint64_t count) {
     static const std::vector<char> zeros(1 << 16);
     ::lseek(output.file.number, 0, SEEK_END);

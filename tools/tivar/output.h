@@ -31,6 +31,9 @@ void commit(Output& output);
 // Fails when the export would overwrite the picture that it reads.
 void refuseOwnInput(const std::string& input, const std::string& target);
 
+// Refuses a picture on a terminal, as wrong usage.
+void refuseTerminal(const std::string& target);
+
 // Why an unfinished file cannot grow by count bytes: an errno value, 0 when it seems to be able
 // to. The file may grow meanwhile.
 int probeGrowth(const Output& output, uint64_t count);

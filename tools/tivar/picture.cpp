@@ -1,33 +1,14 @@
 #include "picture.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <limits>
 
 #include "failure.h"
+#include "input_file.h"
 #include "readers.h"
-#include "system.h"
 
 namespace tool {
 namespace {
-
-constexpr size_t kFileBuffer = 1 << 18;
-
-OpenFile openInput(const std::string& name) {
-    const int opened = name == "-" ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)
-                                   : ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    Descriptor descriptor(opened);
-    struct stat status {};
-    if (opened < 0 || ::fstat(opened, &status) != 0) failErrno("", errno);
-    if (S_ISDIR(status.st_mode)) fail("is a directory", "name the pictures in it");
-    OpenFile file(::fdopen(opened, "rb"));
-    if (file == nullptr) failErrno("", errno);
-    descriptor.number = -1;
-    std::setvbuf(file.get(), nullptr, _IOFBF, kFileBuffer);
-    return file;
-}
 
 struct FirstBytes {
     int first;

@@ -50,10 +50,39 @@ void setFormat(SetupRecord& record, const ExportRequest& request, const Picture&
     if (request.os2 || !profiled) {
         record.fileType = request.os2 ? FILE_TYPE_OS2 : FILE_TYPE_WINDOWS;
     }
-    if (request.encoded || !profiled) {
-        record.compressionMode =
-            request.encoded.value_or(false) ? COMPRESSION_RLE : COMPRESSION_NONE;
+    if (request.compression || !profiled) {
+        const bool native = request.compression == Compression::Native;
+        record.compressionMode = native ? COMPRESSION_RLE : COMPRESSION_NONE;
     }
+}
+
+// Nothing in the header of the OS/2 flavour says that rows are encoded.
+void refuseSilentCompression(const ExportPlan& plan, const ExportRequest& request) {
+    if (!plan.os2) return;
+    if (plan.portable) {
+        failUsage(
+            "--compress portable needs the Windows flavour, the OS/2 header has no field "
+            "for compression",
+            "choose one of the two");
+    }
+    if (plan.native && !request.force) {
+        failUsage(
+            "an OS/2 file in the native form does not tell that it is compressed, so that "
+            "no reader can know, and its length overwrites colours",
+            "leave one of the two, or add --force");
+    }
+}
+
+void setCompression(ExportPlan& plan, const SetupRecord& record, const ExportRequest& request) {
+    const bool encodable = plan.bits == 4 || plan.bits == 8;
+    plan.native = encodable && record.compressionMode == COMPRESSION_RLE;
+    plan.portable = request.compression == Compression::Portable;
+    if (plan.portable && !encodable) {
+        failUsage(
+            "--compress portable exists for 4 and 8 bits, not for " + std::to_string(plan.bits),
+            "choose the depth with --bits");
+    }
+    refuseSilentCompression(plan, request);
 }
 
 // Bytes of the 24-bit bitmap that a conversion between depths may go through. It comes after
@@ -96,7 +125,7 @@ ExportPlan planExport(Settings& settings, const ExportRequest& request, const Pi
             "choose a depth with --bits");
     }
     plan.os2 = record.fileType == FILE_TYPE_OS2;
-    plan.encoded = record.compressionMode == COMPRESSION_RLE && (plan.bits == 4 || plan.bits == 8);
+    setCompression(plan, record, request);
     plan.sizeFromProfile = !request.profile.empty() && !request.size && profileNamesSize(settings);
     if (!plan.sizeFromProfile) {
         const PixelSize own{picture.width, picture.height};

@@ -15,7 +15,8 @@ namespace tool {
 struct ExportPlan {
     uint16_t bits{};
     bool os2{};
-    bool encoded{};  // rows are run-length encoded
+    bool native{};    // the library encodes the rows
+    bool portable{};  // the host encodes the rows that the library writes raw
     bool sizeFromProfile{};
     PixelSize size{};
 };

@@ -1,5 +1,9 @@
 #include "run_job.h"
 
+#include <cerrno>
+#include <utility>
+#include <vector>
+
 #include "delivery.h"
 #include "driver_route.h"
 #include "failure.h"
@@ -7,15 +11,49 @@
 #include "library_voice.h"
 #include "output.h"
 #include "picture.h"
+#include "portable.h"
 #include "progress.h"
 
 namespace tool {
 namespace {
 
-void writeMemory(const Delivery& delivery, const Output& output) {
-    if (delivery.memory.handle == 0) return;
-    const int error = writeAll(output.file.number, delivery.memory.bytes(), delivery.start.length);
+void writeBytes(const Output& output, const uint8_t* bytes, uint64_t count) {
+    const int error = writeAll(output.file.number, bytes, count);
     if (error != 0) failErrno(output.name, error);
+}
+
+// Takes the bytes back from where the library put them.
+std::vector<uint8_t> takeBytes(Delivery& delivery, const Output& output) {
+    const uint64_t count = delivery.start.length;
+    if (delivery.memory.handle != 0) {
+        const Block memory = std::move(delivery.memory);
+        return {memory.bytes(), memory.bytes() + count};
+    }
+    std::vector<uint8_t> bytes(count);
+    const int file = output.file.number;
+    if (::lseek(file, 0, SEEK_SET) != 0) failErrno(output.name, errno);
+    for (uint64_t done = 0; done < count;) {
+        const ssize_t got = ::read(file, &bytes[done], count - done);
+        if (got <= 0) failErrno(output.name, got == 0 ? EIO : errno);
+        done += static_cast<uint64_t>(got);
+    }
+    if (::ftruncate(file, 0) != 0 || ::lseek(file, 0, SEEK_SET) != 0) {
+        failErrno(output.name, errno);
+    }
+    return bytes;
+}
+
+void writePortable(Delivery& delivery, const Output& output) {
+    const std::vector<uint8_t> file = encodePortable(takeBytes(delivery, output));
+    writeBytes(output, file.data(), file.size());
+    delivery.start = startOf(file.data(), file.size());
+}
+
+// What the library has not written into the output's file itself.
+void writeRest(Delivery& delivery, const ExportPlan& plan, const Output& output) {
+    if (plan.portable) return writePortable(delivery, output);
+    if (delivery.memory.handle == 0) return;
+    writeBytes(output, delivery.memory.bytes(), delivery.start.length);
 }
 
 std::string describeResult(const Output& output, const Delivery& delivery, const ExportPlan& plan) {
@@ -39,9 +77,9 @@ void runJob(const Library& library, const Job& job, const ExportRequest& request
     showStep(progress, "exporting");
     Output output(job.target, voice.standardOutput);
     const Workshop shop{request, voice, settings, picture, output, progress};
-    const Delivery delivery =
+    Delivery delivery =
         request.route == Route::Driver ? deliverByDriver(shop, plan) : deliverByFilter(shop, plan);
-    writeMemory(delivery, output);
+    writeRest(delivery, plan, output);
     commit(output);
     showResult(progress, describeResult(output, delivery, plan));
 }

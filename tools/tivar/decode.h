@@ -1,0 +1,16 @@
+// BMP files as pictures that every program opens.
+
+#ifndef TIVAR_TOOL_DECODE_H
+#define TIVAR_TOOL_DECODE_H
+
+#include <string>
+
+namespace tool {
+
+// Writes the pixels as PNG, or as PPM when the target's name ends in .ppm; "-" is a standard
+// stream.
+void decodeFile(const std::string& input, const std::string& target);
+
+}  // namespace tool
+
+#endif
