@@ -2,6 +2,8 @@
 
 import io
 import os
+import resource
+import subprocess
 
 import bmp
 import bmp_build
@@ -63,6 +65,24 @@ def test_standard_run_lengths(tivar):
     assert decode(tivar, bmp_build.rle4()) == greys(bmp_build.RLE4_ROWS, 4)
 
 
+@pytest.mark.parametrize("maker", ["ImageMagick", "GraphicsMagick"])
+@pytest.mark.parametrize("width,padded", [(60, False), (61, True)])
+def test_run_lengths_of_other_makers(tivar, imagemagick, maker, width, padded):
+    drawing.chart(width, 44).quantize(200).save(tivar.directory / "in.png")
+    command = [imagemagick] if maker == "ImageMagick" else ["gm", "convert"]
+    subprocess.run(
+        [*command, "in.png", "-type", "palette", "-compress", "RLE", "BMP3:theirs.bmp"],
+        check=True,
+        cwd=tivar.directory,
+    )
+    data = (tivar.directory / "theirs.bmp").read_bytes()
+    assert data[30] == 1  # RLE8
+    assert decode(tivar, data) == pixels_of(tivar.directory / "in.png")
+    # Both encode the padding of rows, too.
+    result = tivar.run("inspect", "theirs.bmp")
+    assert (result.returncode, b"padding left" in result.stdout) == (int(padded), padded)
+
+
 def test_a_missing_end_of_the_bitmap_loses_nothing(tivar):
     assert decode(tivar, bmp_build.rle4(bmp_build.RLE4_CODES[:-2])) == greys(bmp_build.RLE4_ROWS, 4)
 
@@ -110,7 +130,7 @@ def test_standard_streams(tivar):
         (bmp_build.windows(4, 4, 24, bytes(47)), "47 of 48 bytes, at byte 101"),
         (bmp_build.windows(1, 1, 16, bytes(4)), "16 bits per pixel"),
         (bmp_build.windows(1, 1, 24, bytes(4), compression=4), "compression 4"),
-        (bmp_build.rle8(bytes([7, 1, 0, 1])), "a run of 7 pixels"),
+        (bmp_build.rle8(bytes([9, 1, 0, 1])), "a run of 9 pixels"),
         (bmp_build.rle8(bytes([0, 0, 3, 1])), "cut short in row 1"),
     ],
 )
@@ -123,8 +143,6 @@ def test_a_file_whose_pixels_are_not_certain_leaves_the_old_output(tivar, data, 
 
 
 def test_a_disk_without_room_leaves_nothing(tivar):
-    import resource
-
     drawing.clouds(400, 300, 1).save(tivar.directory / "in.png")
     tivar.export("in.png", "in.bmp")
     limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (20000, 20000))

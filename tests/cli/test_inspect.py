@@ -158,8 +158,9 @@ BODY = 54 + 1024
 @pytest.mark.parametrize(
     "codes,at,fragment",
     [
-        ([7, 1, 0, 0, 0, 1], BODY, "a run of 7 pixels in row 0"),
-        ([6, 1, 0, 0, 6, 1, 1, 1, 0, 0], BODY + 6, "a run of 1 pixels in row 1"),
+        ([9, 1, 0, 0, 0, 1], BODY, "a run of 9 pixels in row 0 of the file, which has 6 left"),
+        ([6, 1, 0, 0, 6, 1, 3, 1, 0, 0], BODY + 6, "a run of 3 pixels in row 1"),
+        ([5, 1, 3, 1, 0, 0], BODY + 2, "row 0 of the file, which has 1 and padding left"),
         ([6, 1, 0, 0, 0, 1], BODY + 4, "the bitmap ends in row 1"),
         ([6, 1, 0, 0, 6, 1], BODY + 6, "cut short in row 1"),
         ([6, 1, 0, 0, 0, 5, 1, 2], BODY + 4, "cut short in row 1"),

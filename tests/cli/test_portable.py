@@ -3,6 +3,7 @@
 import functools
 import io
 import random
+import resource
 import struct
 import subprocess
 
@@ -197,8 +198,6 @@ def test_os2_files_in_the_native_form_need_force(tivar, chart, bits):
 
 
 def test_a_disk_without_room_leaves_nothing(tivar):
-    import resource
-
     # Noise, whose codes are longer than its raw rows.
     source = random.Random(1)
     noise = [source.randrange(256) for _ in range(301 * 200)]

@@ -273,7 +273,7 @@ def test_a_setting_that_was_set_is_what_an_export_uses(tivar, profile):
     # The page is 500 x 384 pixels, the picture twice as wide as high.
     assert (written.bits, written.os2, written.width, written.height) == (4, True, 500, 250)
     change(tivar, options, "compress=native", "width=1", "x-resolution=96", "bits=8")
-    written = bmp.read(tivar.export("in.png", "out.bmp", *options), True)
+    written = bmp.read(tivar.export("in.png", "out.bmp", *options, "--force"), True)
     assert (written.bits, written.encoded, written.width, written.height) == (8, True, 96, 48)
     change(tivar, options, "colors=inverted", "bits=24")
     plain = bmp.read(tivar.export("in.png", "f.bmp", *options)).pixels()

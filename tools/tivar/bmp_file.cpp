@@ -12,7 +12,6 @@ namespace {
 
 constexpr size_t kFileHeaderBytes = 14;
 constexpr uint32_t kCoreHeaderBytes = 12;
-constexpr uint32_t kShortHeaderBytes = 16;
 constexpr uint32_t kFullHeaderBytes = 40;
 
 struct HeaderKind {
@@ -144,8 +143,8 @@ RunShape runShape(const BmpFile& file, BmpForm form) {
     shape.native = form == BmpForm::Native;
     shape.rows = file.rows;
     shape.bits = file.bits;
-    shape.rowPixels =
-        shape.native ? file.rowBytes * 8 / file.bits : static_cast<uint64_t>(file.width);
+    shape.paddedPixels = file.rowBytes * 8 / file.bits;
+    shape.rowPixels = shape.native ? shape.paddedPixels : static_cast<uint64_t>(file.width);
     return shape;
 }
 

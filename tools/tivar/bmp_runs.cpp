@@ -100,6 +100,17 @@ void nextRow(Walk& walk) {
     beginRow(walk);
 }
 
+// Some programs encode the padding of raw rows as well, which hides no pixel.
+void checkExcess(Walk& walk, const Run& run) {
+    const RunShape& shape = walk.shape;
+    const uint64_t left = shape.rowPixels - std::min(walk.x, shape.rowPixels);
+    const bool padding = walk.x + run.count <= shape.paddedPixels;
+    addFlaw(walk, run.at,
+            "a run of " + std::to_string(run.count) + " pixels" + inRow(walk) + ", which has " +
+                std::to_string(left) + (padding ? " and padding left" : " left"),
+            !padding);
+}
+
 // Padding of the native form is part of its rows, so that they end by themselves.
 void takePixels(Walk& walk, const Run& run) {
     if (walk.row >= walk.shape.rows) {
@@ -110,14 +121,8 @@ void takePixels(Walk& walk, const Run& run) {
     if (run.count == 0 || (walk.shape.native && walk.shape.bits == 4 && run.count % 2 != 0)) {
         addFlaw(walk, run.at, "a count of " + std::to_string(run.count) + inRow(walk), true);
     }
-    const uint64_t room = walk.shape.rowPixels - walk.x;
-    if (run.count > room) {
-        addFlaw(walk, run.at,
-                "a run of " + std::to_string(run.count) + " pixels" + inRow(walk) + ", which has " +
-                    std::to_string(room) + " left",
-                true);
-    }
-    walk.x += std::min<uint64_t>(run.count, room);
+    if (walk.x + run.count > walk.shape.rowPixels) checkExcess(walk, run);
+    walk.x = std::min<uint64_t>(walk.x + run.count, walk.shape.paddedPixels);
     if (walk.shape.native && walk.x == walk.shape.rowPixels) nextRow(walk);
 }
 
@@ -138,7 +143,7 @@ void takeDelta(Walk& walk, const Run& run) {
 // The last row may have had its end-of-line code or not.
 bool allRowsSet(const Walk& walk) {
     const RunShape& shape = walk.shape;
-    return walk.row >= shape.rows || (walk.row + 1 == shape.rows && walk.x == shape.rowPixels);
+    return walk.row >= shape.rows || (walk.row + 1 == shape.rows && walk.x >= shape.rowPixels);
 }
 
 void takeEndOfBitmap(Walk& walk, const Run& run) {

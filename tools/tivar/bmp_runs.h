@@ -12,7 +12,8 @@
 namespace tool {
 
 struct RunShape {
-    uint64_t rowPixels{};  // of the native form: with the padding
+    uint64_t rowPixels{};     // of the native form: with the padding
+    uint64_t paddedPixels{};  // as many as a raw row has room for
     uint64_t rows{};
     unsigned bits{};
     bool native{};

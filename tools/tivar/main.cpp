@@ -4,6 +4,7 @@
 
 #include "decode.h"
 #include "failure.h"
+#include "gallery.h"
 #include "info.h"
 #include "input_file.h"
 #include "inspect.h"
@@ -41,6 +42,14 @@ int runWithBmp(const Options& options) {
     });
 }
 
+int runGallery(const Options& options) {
+    const Library library = loadLibrary(options.library);
+    return reporting(nameOfInput(options.input), [&] {
+        makeGallery(library, options);
+        return static_cast<int>(kDone);
+    });
+}
+
 int run(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
     if (options.command == Command::Inspect || options.command == Command::Decode) {
@@ -50,6 +59,7 @@ int run(int argc, char** argv) {
         const std::vector<Job> jobs = planJobs(options);
         return runJobs(loadLibrary(options.library), jobs, options);
     }
+    if (options.command == Command::Gallery) return runGallery(options);
     if (options.command == Command::InitSettings) {
         initSettings(options.settings);
         return kDone;

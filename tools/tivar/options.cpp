@@ -78,6 +78,16 @@ Compression parseCompression(const std::string& text) {
     return text == "native" ? Compression::Native : Compression::Portable;
 }
 
+std::string notEmpty(const std::string& name) {
+    return name.empty() ? "is empty" : "";
+}
+
+void addBackground(CLI::App& app, Typed& typed) {
+    app.add_option("--background", typed.background,
+                   "Colour behind transparent pixels (else white)")
+        ->type_name("RRGGBB");
+}
+
 void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("--bits", typed.bits,
                    "Bits per pixel (else those of a palette picture, 24 for true colour)")
@@ -94,9 +104,7 @@ void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_flag("--force", options.request.force,
                  "Write the native form with the OS/2 flavour too, whose header does not tell that "
                  "rows are encoded");
-    app.add_option("--background", typed.background,
-                   "Colour behind transparent pixels (else white)")
-        ->type_name("RRGGBB");
+    addBackground(app, typed);
 }
 
 void addSizeOptions(CLI::App& app, Options& options, Typed& typed) {
@@ -118,6 +126,10 @@ void addSizeOptions(CLI::App& app, Options& options, Typed& typed) {
         ->type_name("NAME");
 }
 
+void addQuiet(CLI::App& app, Options& options) {
+    app.add_flag("-q,--quiet", options.request.quiet, "No progress on the terminal");
+}
+
 void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("INPUT", options.inputs, "PNG, JPEG or PNM files; - is standard input")
         ->required()
@@ -125,7 +137,7 @@ void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("-o,--output", options.out,
                    "File, or directory for several inputs; - is standard output (else beside each "
                    "input, with suffix .bmp)")
-        ->check([](const std::string& name) { return std::string(name.empty() ? "is empty" : ""); })
+        ->check(CLI::Validator(notEmpty, ""))
         ->type_name("OUT");
     app.add_option("--via", typed.via, "How the library delivers the file (else file)")
         ->check(CLI::IsMember({"file", "memory", "document"}).description(""))
@@ -143,7 +155,22 @@ void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("-j,--jobs", options.jobs, "Export this many inputs at once")
         ->check(CLI::Range(1, 256).description(""))
         ->type_name("N");
-    app.add_flag("-q,--quiet", options.request.quiet, "No progress on the terminal");
+    addQuiet(app, options);
+}
+
+void addGalleryOptions(CLI::App& app, Options& options, Typed& typed) {
+    app.add_option("INPUT", options.input, "A PNG, JPEG or PNM file")->required()->type_name("");
+    app.add_option("-o,--output", options.out,
+                   "The directory for the BMP files and for index.html, which shows them; made if "
+                   "it is missing")
+        ->required()
+        ->check(CLI::Validator(notEmpty, ""))
+        ->type_name("DIR");
+    addBackground(app, typed);
+    addQuiet(app, options);
+    app.footer(
+        "Pictures of more than 1024 pixels a side are shown reduced by a whole number; their PSNR "
+        "is that of all pixels.");
 }
 
 void applyTyped(const Typed& typed, ExportRequest& request) {
@@ -167,6 +194,7 @@ void applyTyped(const Typed& typed, ExportRequest& request) {
 struct CommandLine {
     CLI::App app{"Exports pictures as BMP files through libtivar, loaded at run time.", "tivar"};
     CLI::App* exporting{};
+    CLI::App* gallery{};
     CLI::App* info{};
     BmpCommands bmp{};
     SettingsCommands settings{};
@@ -182,6 +210,10 @@ void describe(CommandLine& line, Options& options, Typed& typed) {
     addFormatOptions(*line.exporting, options, typed);
     addSizeOptions(*line.exporting, options, typed);
     addLibrary(*line.exporting, options.library);
+    line.gallery = line.app.add_subcommand(
+        "gallery", "Export a picture in every form, with a page that shows them");
+    addGalleryOptions(*line.gallery, options, typed);
+    addLibrary(*line.gallery, options.library);
     line.bmp = addBmpCommands(line.app, options);
     line.settings = addSettingsCommands(line.app, options);
     line.info = line.app.add_subcommand("info", "Show what the library offers");
@@ -191,12 +223,14 @@ void describe(CommandLine& line, Options& options, Typed& typed) {
 std::string remedyOf(const CommandLine& line) {
     if (line.settings.all->parsed()) return "see tivar settings --help";
     if (const CLI::App* bmp = parsedOf(line.bmp)) return "see tivar " + bmp->get_name() + " --help";
+    if (line.gallery->parsed()) return "see tivar gallery --help";
     return line.exporting->parsed() ? kSeeExportHelp : kSeeHelp;
 }
 
 Command chosen(const CommandLine& line, const Typed& typed) {
     if (typed.version) return Command::Version;
     if (line.exporting->parsed()) return Command::Export;
+    if (line.gallery->parsed()) return Command::Gallery;
     if (parsedOf(line.bmp) != nullptr) return chosenOf(line.bmp);
     if (line.info->parsed()) return Command::Info;
     if (line.settings.all->parsed()) return chosenOf(line.settings);

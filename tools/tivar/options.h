@@ -19,6 +19,7 @@ enum class Command {
     Export,
     Inspect,
     Decode,
+    Gallery,
     ShowSettings,
     SetSettings,
     InitSettings

@@ -81,8 +81,9 @@ void RleEncoder::offerLiteralEnd(size_t end) {
 
 void RleEncoder::appendRun(const uint8_t* indices, uint32_t count,
                            std::vector<uint8_t>& codes) const {
-    const unsigned second = count > 1 ? indices[1] : indices[0];
-    const unsigned value = bits == 8 ? indices[0] : indices[0] << 4u | second;
+    const unsigned first = indices[0];
+    const unsigned second = count > 1 ? indices[1] : first;
+    const unsigned value = bits == 8 ? first : first << 4 | second;
     codes.push_back(static_cast<uint8_t>(count));
     codes.push_back(static_cast<uint8_t>(value));
 }

@@ -1,6 +1,7 @@
 #include "run_job.h"
 
 #include <cerrno>
+#include <chrono>
 #include <utility>
 #include <vector>
 
@@ -65,7 +66,8 @@ std::string describeResult(const Output& output, const Delivery& delivery, const
 
 }  // namespace
 
-void runJob(const Library& library, const Job& job, const ExportRequest& request, bool onlyOne) {
+Exported runJob(const Library& library, const Job& job, const ExportRequest& request,
+                bool onlyOne) {
     refuseOwnInput(job.input, job.target);
     Progress progress(job.input, request.quiet, onlyOne);
     const LibraryVoice voice;
@@ -73,6 +75,7 @@ void runJob(const Library& library, const Job& job, const ExportRequest& request
     requireMode(settings);
     showStep(progress, "reading");
     Picture picture = readPicture(library, job.input, request.background);
+    const auto begin = std::chrono::steady_clock::now();
     ExportPlan plan = planExport(settings, request, picture);
     showStep(progress, "exporting");
     Output output(job.target, voice.standardOutput);
@@ -81,7 +84,9 @@ void runJob(const Library& library, const Job& job, const ExportRequest& request
         request.route == Route::Driver ? deliverByDriver(shop, plan) : deliverByFilter(shop, plan);
     writeRest(delivery, plan, output);
     commit(output);
+    const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - begin;
     showResult(progress, describeResult(output, delivery, plan));
+    return {delivery.start.length, spent.count()};
 }
 
 }  // namespace tool

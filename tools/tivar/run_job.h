@@ -3,6 +3,7 @@
 #ifndef TIVAR_TOOL_RUN_JOB_H
 #define TIVAR_TOOL_RUN_JOB_H
 
+#include <cstdint>
 #include <string>
 
 #include "library.h"
@@ -15,8 +16,13 @@ struct Job {
     std::string target;  // "-" = standard output
 };
 
+struct Exported {
+    uint64_t bytes;
+    double seconds;  // without reading the picture
+};
+
 // Exports one picture, or throws and leaves the target as it was.
-void runJob(const Library& library, const Job& job, const ExportRequest& request, bool onlyOne);
+Exported runJob(const Library& library, const Job& job, const ExportRequest& request, bool onlyOne);
 
 }  // namespace tool
 
