@@ -1,6 +1,6 @@
 """The whole files that the page prints: each is exported again and compared byte by byte.
 
-A block that starts with P3 is a picture. A block that starts with "tivar export picture.ppm" is the dump
+A block that starts with P1 or P3 is a picture. A block that starts with "tivar export picture.ppm" is the dump
 of what the command makes of the picture before it. A line of a dump has an offset, bytes and, behind
 two blanks, what they mean; "00 x 1008" stands for so many bytes of a value."""
 
@@ -51,7 +51,7 @@ def check(page, tivar, directory):
     picture, count, wrong = None, 0, []
     for block in BLOCK.findall(page):
         command, *lines = block.splitlines()
-        if command.startswith("P3"):
+        if command.startswith(("P1 ", "P3 ")):
             picture = block
         found = COMMAND.fullmatch(command)
         if not found:

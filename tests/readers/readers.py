@@ -94,17 +94,13 @@ def all_readers(tivar):
     ]
 
 
-# Too large to be installed for the check alone: its column is measured where it is there.
-OPTIONAL = {"Chromium"}
-
-
-def available(readers):
-    """Those that are there with their versions; fails for one that has to be."""
+def versions_of(readers):
+    """By name; fails when one is missing."""
     versions = {reader.name: reader.version() for reader in readers}
-    missing = [name for name, version in versions.items() if version is None and name not in OPTIONAL]
+    missing = [name for name, version in versions.items() if version is None]
     if missing:
         raise Failure(f"not installed: {', '.join(missing)}; ./dev readers installs them")
-    return {name: version for name, version in versions.items() if version is not None}
+    return versions
 
 
 def judge(picture, kind, wanted):

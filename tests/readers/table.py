@@ -2,6 +2,7 @@
 
 import datetime
 import re
+import textwrap
 
 from failure import Failure
 from kinds import all_kinds
@@ -39,7 +40,7 @@ def render(verdicts, names):
 
 def versions_line(versions):
     listed = [f"{name} {version}" for name, version in versions.items() if name != "tivar decode"]
-    return f"Measured on {datetime.date.today()}: {', '.join(listed)}."
+    return textwrap.fill(f"Measured on {datetime.date.today()}: {', '.join(listed)}.", 106)
 
 
 def find(page):
@@ -72,21 +73,21 @@ def replace(page, verdicts, versions):
 
 
 def differences(page, verdicts, versions):
-    """What the page says otherwise, and a warning for each reader that was of another version.
-
-    Columns of readers that are not there are not compared."""
+    """What the page says otherwise, and a warning for each reader that was of another version."""
     within = find(page)[1]
     shown, names = parse(within)
     wrong = [f"the page has no column for {name}" for name in versions if name not in names]
     for (key, name), verdict in verdicts.items():
         if name in names and shown.get((key, name)) != verdict:
             wrong.append(f"{name}, {' '.join(key)}: {verdict}, the page says {shown.get((key, name), 'nothing')}")
-    wrong += [f"{' '.join(key)}: there is no such file" for key in {key for key, _ in shown} - {key for key, _ in verdicts}]
-    if not wrong and render({**shown, **verdicts}, names) not in within:
+    unknown = {key for key, _ in shown} - {key for key, _ in verdicts}
+    wrong += [f"{' '.join(key)}: there is no such file" for key in sorted(unknown)]
+    if not wrong and render(verdicts, list(versions)) not in within:
         wrong.append("the table is not laid out as it is written")
+    text = " ".join(within.split())
     warnings = [
         f"{name} is {version} here, another one on the page"
         for name, version in versions.items()
-        if name != "tivar decode" and not re.search(re.escape(f"{name} {version}") + r"[,.](\s|$)", within)
+        if name != "tivar decode" and not re.search(re.escape(f"{name} {version}") + r"[,.]( |$)", text)
     ]
     return wrong, warnings
