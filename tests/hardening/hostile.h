@@ -43,20 +43,13 @@ inline std::vector<std::string> longStrings() {
     return strings;
 }
 
-// A copy of the text that ends with its last byte, without a terminator.
-inline std::vector<char> unterminated(const std::string& text) {
-    return {text.begin(), text.end()};
+// From here on no record is the current one.
+inline void forgetCurrentRecord() {
+    lpRaster = nullptr;
+    hRaster = 0;
 }
 
-// No current record while the guard lives.
-struct NoCurrentRecord {
-    NoCurrentRecord() {
-        lpRaster = nullptr;
-        hRaster = 0;
-    }
-};
-
-// A bitmap with its rows in a block of exactly their size.
+// Rows of a bitmap that shows neither zeros nor repetitions.
 inline Bytes someRows(uint32_t rowBytes, uint32_t rows) {
     Bytes bytes;
     for (uint32_t i = 0; i < rowBytes * rows; ++i) bytes.push_back(static_cast<uint8_t>(i * 37));

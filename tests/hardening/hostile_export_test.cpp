@@ -65,7 +65,7 @@ TEST(HostileArguments, OutputPicture) {
     EXPECT_EQ(OutputPicture(0, &source.picture, DrawExportCellData), 27);
     EXPECT_EQ(OutputPicture(stream.stream, &source.picture, nullptr), 27);
     EXPECT_EQ(OutputPicture(stream.stream, nullptr, DrawExportCellData), 27);
-    const NoCurrentRecord none;
+    forgetCurrentRecord();
     EXPECT_EQ(OutputPicture(stream.stream, &source.picture, DrawExportCellData), 27);
     EXPECT_EQ(stream.finish(), Bytes());
 }
@@ -77,7 +77,7 @@ TEST(HostileArguments, UpdateStatus) {
     for (const int32_t percent : kNumbers) EXPECT_EQ(UpdateStatus(percent), 0);
     settings->exportParams = nullptr;
     EXPECT_EQ(UpdateStatus(INT32_MIN), 0);
-    const NoCurrentRecord none;
+    forgetCurrentRecord();
     EXPECT_EQ(UpdateStatus(50), 0);
 }
 
@@ -118,10 +118,8 @@ TEST(HostileArguments, QueryCellFormat) {
     uint16_t bits = 7;
     uint16_t planes = 8;
     uint32_t resolution = 9;
-    {
-        const NoCurrentRecord none;
-        QueryCellFormat(&width, &height, &bits, &resolution, &planes, 0);
-    }
+    forgetCurrentRecord();
+    QueryCellFormat(&width, &height, &bits, &resolution, &planes, 0);
     CurrentSettings settings;
     QueryCellFormat(nullptr, &height, &bits, &resolution, &planes, 0);
     QueryCellFormat(&width, nullptr, &bits, &resolution, &planes, 0);
@@ -141,10 +139,8 @@ TEST(HostileArguments, QueryCellFormat) {
 
 TEST(HostileArguments, RasterAdjustAspect) {
     double out[2] = {5, 6};
-    {
-        const NoCurrentRecord none;
-        EXPECT_EQ(RasterAdjustAspect(out, 1, 1), -1);
-    }
+    forgetCurrentRecord();
+    EXPECT_EQ(RasterAdjustAspect(out, 1, 1), -1);
     EXPECT_EQ(out[0], 5);
     CurrentSettings settings;
     EXPECT_EQ(RasterAdjustAspect(nullptr, 1, 1), -1);
@@ -205,7 +201,7 @@ TEST(HostileArguments, BeginCellBitmap) {
     }
     EXPECT_EQ(BeginCellBitmap(stream.stream, 1, 1, 8, nullptr, &state), 0);
     EndCellBitmap(stream.stream, state);
-    const NoCurrentRecord none;
+    forgetCurrentRecord();
     EXPECT_EQ(BeginCellBitmap(stream.stream, 1, 1, 8, palette.data(), &state), 0);
     EXPECT_EQ(stream.finish(), Bytes());
 }
@@ -250,7 +246,7 @@ TEST(HostileArguments, RLEWrite) {
     EXPECT_EQ(RLEWrite(stream.stream, nullptr, 1, 8, 8, &size, 1), 303);
     EXPECT_EQ(RLEWrite(stream.stream, rows.data(), 0, 8, 8, &size, kHuge), 0);
     settings->lpRLEBuffer = nullptr;
-    const NoCurrentRecord none;
+    forgetCurrentRecord();
     EXPECT_EQ(RLEWrite(stream.stream, rows.data(), 1, 8, 8, &size, 1), 303);
     EXPECT_EQ(stream.finish(), Bytes());
 }

@@ -80,7 +80,7 @@ TEST(HostileArguments, hRaster) {
 }
 
 TEST(HostileArguments, lpRaster) {
-    const NoCurrentRecord none;
+    forgetCurrentRecord();
     double size[2] = {5, 6};
     const int32_t info[7] = {1, 1, 1, 1, 1, 1, 1};
     int32_t pixels[2] = {7, 8};
