@@ -353,7 +353,8 @@ TEST_F(Escapes, TheColourModeReadsAsItIsSet) {
         EXPECT_EQ(read[1], 9);
         EXPECT_EQ(setup->colorMode, stored);
     }
-    EXPECT_EQ(xEscapeSetup(setup.handle, 57, 4, nullptr, nullptr, 1), -1) << "nowhere to read it to";
+    EXPECT_EQ(xEscapeSetup(setup.handle, 57, 4, nullptr, nullptr, 1), -1)
+        << "nowhere to read it to";
 }
 
 TEST_F(Escapes, TheDocumentIsThePointerItself) {
