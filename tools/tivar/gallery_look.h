@@ -50,12 +50,12 @@ button {
   border-radius: 6px; padding: .15rem .75rem; margin: .75rem 0 0; cursor: pointer; touch-action: none;
 }
 .scroll { overflow-x: auto; margin-top: .75rem; }
-table { border-collapse: collapse; width: 100%; font-size: .85rem; }
-th, td { text-align: left; padding: .3rem .75rem .3rem 0; border-top: 1px solid var(--line); white-space: nowrap; }
+table { border-collapse: collapse; width: 100%; font-size: .8rem; }
+th, td { text-align: left; padding: .3rem .6rem .3rem 0; border-top: 1px solid var(--line); white-space: nowrap; }
 thead th { border-top: 0; color: var(--soft); font-weight: normal; font-size: .85rem; }
 td.number, th.number { text-align: right; font-variant-numeric: tabular-nums; }
 td.size {
-  min-width: 6.5rem;
+  min-width: 5rem;
   background: linear-gradient(var(--bar), var(--bar)) right .75rem bottom 2px / calc(var(--share) * .9) 4px no-repeat;
 }
 td:last-child, th:last-child { padding-right: 0; }
