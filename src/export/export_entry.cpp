@@ -51,7 +51,7 @@ int32_t ExportCellData(const char* fileName, CellPicture* picture,
         oxlClose(stream);
     }
     const bool toMemory = record->documentStream == 0 && *fileName == '\0';
-    if (toMemory) status[STATUS_MEMORY] = GlobalHandle(memory);
+    if (toMemory && status != nullptr) status[STATUS_MEMORY] = GlobalHandle(memory);
     // The status block is the host's for the length of this call only.
     lpRaster->exportParams = nullptr;
     return opened == kTargetOpened ? TIVAR_OK : TIVAR_ERR_STREAM;
