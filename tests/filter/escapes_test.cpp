@@ -355,6 +355,9 @@ TEST_F(Escapes, TheColourModeReadsAsItIsSet) {
     }
     EXPECT_EQ(xEscapeSetup(setup.handle, 57, 4, nullptr, nullptr, 1), -1)
         << "nowhere to read it to";
+    int32_t read = 9;
+    EXPECT_EQ(xEscapeSetup(setup.handle, 57, 8, nullptr, &read, 1), -1);
+    EXPECT_EQ(read, 9);
 }
 
 TEST_F(Escapes, TheDocumentIsThePointerItself) {
