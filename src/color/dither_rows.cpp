@@ -185,14 +185,26 @@ void turnGrey(const uint8_t* colors, uint32_t width, uint8_t* greys) {
         greys[x] = static_cast<uint8_t>((3 * colors[0] + 6 * colors[1] + colors[2]) / 10);
 }
 
-// The row's levels are read only; what they pass on within the row stays in a register.
-void ditherGreys(const uint8_t* row, uint8_t* next, const GreyStep* steps, uint8_t first,
-                 uint32_t width, uint8_t* indices) {
-    int level = row[0];
-    uint8_t last = first;
+// A row on its way from left to right. Its levels are read only; what they pass on within the row
+// stays in a register.
+struct GreyRow {
+    const GreyStep* steps;
+    const uint8_t* row;
+    uint8_t* next;
+    uint8_t* indices;
+    uint8_t last;  // index stored
+    int level = 0;
     int belowLeft = 0;
-    int below = next[0];
-    for (uint32_t x = 0; x + 1 < width; ++x) {
+    int below = 0;
+
+    void begin() {
+        level = row[0];
+        belowLeft = 0;
+        below = next[0];
+    }
+
+    // Of any pixel but the last.
+    void pass(uint32_t x) {
         const GreyStep& step = steps[level];
         level = clampByte(row[x + 1] + step.shares.right);
         last = step.stored;
@@ -201,11 +213,31 @@ void ditherGreys(const uint8_t* row, uint8_t* next, const GreyStep* steps, uint8
         belowLeft = clampByte(below + step.shares.below);
         below = clampByte(next[x + 1] + step.shares.belowRight);
     }
-    if (width > 1) {
-        next[width - 2] = static_cast<uint8_t>(belowLeft);
-        next[width - 1] = static_cast<uint8_t>(below);
+
+    void finish(uint32_t width) {
+        if (width > 1) {
+            next[width - 2] = static_cast<uint8_t>(belowLeft);
+            next[width - 1] = static_cast<uint8_t>(below);
+        }
+        indices[width - 1] = last;
     }
-    indices[width - 1] = last;
+};
+
+// Diffuses two rows that follow each other, the second one behind the first, as colours are.
+void ditherGreys(GreyRow first, GreyRow second, uint32_t width) {
+    const uint32_t passes = width - 1;
+    const uint32_t ahead = std::min<uint32_t>(kLag, passes);
+    first.begin();
+    for (uint32_t x = 0; x < ahead; ++x) first.pass(x);
+    if (passes > ahead) second.begin();
+    for (uint32_t x = ahead; x < passes; ++x) {
+        first.pass(x);
+        second.pass(x - ahead);
+    }
+    first.finish(width);
+    if (passes <= ahead) second.begin();
+    for (uint32_t x = passes - ahead; x < passes; ++x) second.pass(x);
+    second.finish(width);
 }
 
 // ---- Whole bitmaps ----
@@ -264,24 +296,30 @@ bool ditherColorRows(RowLoader& loader, const DitherTarget& target, const uint8_
 
 bool ditherGreyRows(RowLoader& loader, const DitherTarget& target, const uint8_t* stored,
                     uint32_t width, uint32_t height, size_t stride) {
-    const OwnedBlock rows[2] = {OwnedBlock(allocateRow(width)), OwnedBlock(allocateRow(width))};
+    const OwnedBlock levels(allocateRow(uint64_t{width} * 3));
     const OwnedBlock colors(allocateRow(uint64_t{width} * 3));
-    const OwnedBlock indices(allocateRow(width));
-    if (!rows[0] || !rows[1] || !colors || !indices) return false;
+    const OwnedBlock indices(allocateRow(uint64_t{width} * 2));
+    if (!levels || !colors || !indices) return false;
     const GreySteps steps(target, stored);
-    uint8_t* row = rows[0].data;
-    uint8_t* next = rows[1].data;
+    uint8_t* rows[3] = {levels.data, levels.data + width, levels.data + size_t{width} * 2};
+    // Behind the last row errors go into rows that nobody reads.
     const auto load = [&](uint32_t y, uint8_t* to) {
+        if (y >= height) return;
         loader.load(y, colors.data);
         turnGrey(colors.data, width, to);
     };
-    load(0, row);
-    for (uint32_t y = 0; y < height; ++y) {
-        // Below the last row errors go into a row that nobody reads.
-        if (y + 1 < height) load(y + 1, next);
-        ditherGreys(row, next, steps.steps, stored[0], width, indices.data);
-        packIndices(indices.data, target.bitsPerPixel, width, target.rows + y * stride);
-        std::swap(row, next);
+    load(0, rows[0]);
+    for (uint32_t y = 0; y < height; y += 2) {
+        load(y + 1, rows[1]);
+        load(y + 2, rows[2]);
+        const auto rowAt = [&](size_t i) {
+            return GreyRow{steps.steps, rows[i], rows[i + 1], indices.data + i * width, stored[0]};
+        };
+        ditherGreys(rowAt(0), rowAt(1), width);
+        for (uint32_t row = y; row < std::min(y + 2, height); ++row)
+            packIndices(indices.data + size_t{row - y} * width, target.bitsPerPixel, width,
+                        target.rows + row * stride);
+        std::swap(rows[0], rows[2]);
     }
     return true;
 }
