@@ -2,6 +2,7 @@
 // caller's block itself, which grows.
 #include <tivar/stream.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "io/stream_record.h"
@@ -113,8 +114,9 @@ int32_t writeBuffersDirectly(StreamRecord& stream, const uint8_t* source, int32_
     // The last buffer stays to be flushed later, as it would had the bytes come one by one.
     const int32_t whole = (count - 1) / kStreamBufferSize * kStreamBufferSize;
     if (!isEmpty || whole <= 0) return 0;
+    const int32_t fitting = (INT32_MAX - stream.base) / kStreamBufferSize * kStreamBufferSize;
     const int32_t flushed =
-        putAtBase(stream, source, whole) / kStreamBufferSize * kStreamBufferSize;
+        putAtBase(stream, source, std::min(whole, fitting)) / kStreamBufferSize * kStreamBufferSize;
     moveBehind(stream, flushed);
     if (flushed == whole) return whole;
     // As had they come one by one, too: the buffer that could not be flushed stays full.

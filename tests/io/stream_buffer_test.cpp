@@ -1,5 +1,6 @@
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <cstring>
 
@@ -170,6 +171,27 @@ struct GrowingBlock : BlockStream {
 int32_t steppedSize(int32_t size, int32_t growStep, int32_t used) {
     while (used > size) size += growStep;
     return size;
+}
+
+TEST(WriteBuffers, AtTheLastPositionsAStreamTakesWhatItWouldByteByByte) {
+    const std::string text = pattern(90000);
+    const auto sizeAfter = [&](size_t atOnce) {
+        const TempDirectory directory;
+        const std::string path = directory.path("long");
+        const OxlStream stream = oxlOpen(path.c_str(), nullptr, OXL_WRITE);
+        EXPECT_EQ(oxlSeek(stream, INT32_MAX - 40000, SEEK_SET), INT32_MAX - 40000);
+        int32_t result = 1;
+        for (size_t done = 0; done < text.size() && result > 0; done += atOnce)
+            result = writeText(stream, text.substr(done, atOnce));
+        EXPECT_EQ(result, -1);
+        EXPECT_EQ(oxlClose(stream), -1);
+        struct stat status = {};
+        EXPECT_EQ(stat(path.c_str(), &status), 0);
+        return status.st_size;
+    };
+    // Three buffers fit; most of the file has no blocks on the disk.
+    EXPECT_EQ(sizeAfter(100), INT32_MAX - 40000 + 3 * kBuffer);
+    EXPECT_EQ(sizeAfter(text.size()), INT32_MAX - 40000 + 3 * kBuffer);
 }
 
 TEST(GrowingBlock, ItsLimitMovesInStepsWithEveryByteThatPassesIt) {
