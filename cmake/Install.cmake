@@ -36,6 +36,10 @@ endfunction()
 
 tivar_install_compressed(${PROJECT_SOURCE_DIR}/docs/man/tivar.3 tivar.3
   ${CMAKE_INSTALL_MANDIR}/man3 libtivar-dev)
+set(doc_dir ${CMAKE_INSTALL_DATADIR}/doc/libtivar-dev)
+install(FILES README.md DESTINATION ${doc_dir} COMPONENT libtivar-dev)
+install(DIRECTORY docs examples DESTINATION ${doc_dir} COMPONENT libtivar-dev
+  PATTERN man EXCLUDE PATTERN CMakeLists.txt EXCLUDE PATTERN check_example.py EXCLUDE)
 if(TIVAR_BUILD_TOOL)
   list(APPEND tivar_components tivar)
   install(TARGETS tivar RUNTIME COMPONENT tivar)
