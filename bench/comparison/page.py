@@ -133,7 +133,7 @@ def job_section(findings, outcome):
         shown_command(one, outcome.job.source) for one in [outcome.tivar, *outcome.peers] if one.command is not None
     ]
     yield "<details><summary>Commands</summary>\n"
-    yield "```\n" + "\n".join(lines) + "\n```\n"
+    yield "```console\n" + "\n".join(lines) + "\n```\n"
     yield "</details>\n"
 
 
@@ -203,7 +203,7 @@ def introduction(findings):
         "The same jobs done by `tivar` and by other tools: whole processes, from a PNM file to a BMP file, side by "
         "side in one run. To repeat it:\n"
     )
-    yield "    ./dev bench      # installs the other tools, measures, writes this page\n"
+    yield "```console\n./dev bench      # installs the other tools, measures, writes this page\n```\n"
     yield (
         f"The picture is {findings.picture_kind}, {picture.width} x {picture.height} pixels. When `TIVAR_PHOTOS` "
         "names a directory of photographs, the picture is a mosaic of those, else the test chart.\n"
