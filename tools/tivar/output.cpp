@@ -22,15 +22,6 @@ namespace {
 constexpr int kMostLinks = 40;
 constexpr uint64_t kProbeSize = 1 << 20;  // a full disk shows at once
 
-// The file that a chain of symbolic links ends at, which need not exist.
-fs::path followLinks(fs::path path) {
-    std::error_code error;
-    for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); ++i) {
-        path = path.parent_path() / fs::read_symlink(path, error);
-    }
-    return path;
-}
-
 bool sameFile(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
@@ -58,7 +49,7 @@ void openOpened(Output& output, int descriptor) {
 // A link by which the system shows an open file says nothing about where it lies: the target is
 // replaced only if it is the file that the name opens.
 void openNamed(Output& output) {
-    output.target = followLinks(output.name).string();
+    output.target = followLinks(output.name);
     struct stat status {};
     if (::stat(output.name.c_str(), &status) != 0) {
         if (errno != ENOENT) failErrno(output.name, errno);
@@ -76,6 +67,15 @@ void openNamed(Output& output) {
 }
 
 }  // namespace
+
+std::string followLinks(const std::string& path) {
+    std::error_code error;
+    fs::path end = path;
+    for (int i = 0; i < kMostLinks && fs::is_symlink(end, error); ++i) {
+        end = end.parent_path() / fs::read_symlink(end, error);
+    }
+    return end.string();
+}
 
 Output::Output(const std::string& targetName, const Descriptor& standardOutput)
     : name(isStandardOutput(targetName) ? "standard output" : targetName) {

@@ -26,6 +26,9 @@ struct Output {
     Output(const Output&) = delete;
 };
 
+// The file that a chain of symbolic links ends at, which need not exist.
+std::string followLinks(const std::string& path);
+
 // Puts the finished file into its place.
 void commit(Output& output);
 

@@ -82,7 +82,8 @@ void requireMode(const Settings& settings) {
     }
     const std::string remedy = "name one of its modes with --mode: " + modes;
     if (mode.empty()) {
-        failAt(settings.profile, "no ~Mode says which mode of the profile counts", remedy);
+        failAt(settings.profile, "no mode is named, neither by --mode nor by the profile's ~Mode",
+               remedy);
     }
     failAt(settings.profile, "the profile has no section " + mode + " with a key Driver", remedy);
 }

@@ -44,13 +44,18 @@ std::string describeMismatch(const std::string& text) {
     return option + " needs a value, " + text.substr(type, text.size() - kMissing.size() - type);
 }
 
+template <class Kind>
+bool is(const CLI::ParseError& error) {
+    return dynamic_cast<const Kind*>(&error) != nullptr;
+}
+
 // The first argument that fits nowhere; "" = all of them do. The parser forgets it when there is
 // nothing else to complain of, but for the message.
 std::string strayIn(const CLI::App& app, const CLI::ParseError& error) {
     constexpr std::string_view kStray = "not expected: ";
     const std::vector<std::string> strays = app.remaining(true);
-    if (error.get_name() == "RequiredError" && !strays.empty()) return strays.front();
-    if (error.get_name() != "ExtrasError") return "";
+    if (is<CLI::RequiredError>(error) && !strays.empty()) return strays.front();
+    if (!is<CLI::ExtrasError>(error)) return "";
     const std::string text = error.what();
     const std::string list = text.substr(text.find(kStray) + kStray.size());
     const bool several = text.find("arguments were") != std::string::npos;
@@ -61,7 +66,7 @@ std::string describe(const CLI::App& app, const CLI::ParseError& error) {
     const std::string text = error.what();
     const std::string stray = strayIn(app, error);
     if (!stray.empty()) return describeStray(app, stray);
-    if (error.get_name() == "ArgumentMismatch") return describeMismatch(text);
+    if (is<CLI::ArgumentMismatch>(error)) return describeMismatch(text);
     return text == "A subcommand is required" ? "a command is missing" : text;
 }
 
