@@ -156,7 +156,7 @@ def test_outputs_that_cannot_be(tivar):
     fails(tivar.run("decode", "in.bmp", "out.gif"), 2, "out.gif", ".png")
     fails(tivar.run("decode", "in.bmp", "none/out.png"), 1, "none/out.png")
     os.symlink("in.bmp", tivar.directory / "same.png")
-    fails(tivar.run("decode", "in.bmp", "same.png"), 1, "the input itself")
+    fails(tivar.run("decode", "in.bmp", "same.png"), 1, "the input itself; name another file\n")
     master, slave = os.openpty()
     fails(tivar.run("decode", "in.bmp", "-", stdout=slave), 2, "terminal")
     os.close(slave)

@@ -230,6 +230,9 @@ def test_galleries_that_cannot_be(tivar, chart):
     (tivar.directory / "text.png").write_text("text")
     fails(tivar.run("gallery", "text.png", "-o", "out"), 1, "text.png", "neither PNG")
     assert sorted(os.listdir(tivar.directory)) == ["chart.png", "text.png"]
+    os.rename(tivar.directory / "chart.png", tivar.directory / "index.html")
+    fails(tivar.run("gallery", "index.html", "-o", "."), 1, "index.html", "the input itself")
+    os.rename(tivar.directory / "index.html", tivar.directory / "chart.png")
     fails(tivar.run("gallery", "chart.png", "-o", "text.png"), 1, "text.png")
     assert (tivar.directory / "text.png").read_text() == "text"
 

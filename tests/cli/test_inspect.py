@@ -4,6 +4,7 @@ import random
 import re
 import resource
 import struct
+import time
 
 import bmp_build
 import drawing
@@ -243,6 +244,25 @@ def test_enormous_claims_need_no_memory(tivar, sanitized, side, bits, compressio
     assert tivar.run("inspect", "in.bmp", limits=limits).returncode == 1
     fails(tivar.run("decode", "in.bmp", "out.png", limits=limits), 1, "in.bmp")
     assert not (tivar.directory / "out.png").exists()
+
+
+@pytest.mark.parametrize("bits", [4, 8])
+def test_a_portable_file_of_one_row_is_not_taken_for_native(tivar, bits):
+    (tivar.directory / "in.ppm").write_bytes(b"P6 16 1 255\n" + bytes(range(48)))
+    single = ["--route", "driver", "--cell-arrays", "single"]
+    options = ["--bits", bits, "--compress", "portable", *single]
+    tivar.export("in.ppm", "out.bmp", *options)
+    result = tivar.run("inspect", "out.bmp")
+    assert result.returncode == 0
+    assert f"RLE{bits}, with end-of-line codes".encode() in result.stdout
+
+
+def test_millions_of_pixels_that_nothing_sets_are_judged_in_a_moment(tivar):
+    # A claim of 4294 million pixels with one colour, of which the data set none.
+    data = bmp_build.windows(1000000, 4294, 8, b"\0\1", bmp_build.greys(1), compression=1)
+    before = time.monotonic()
+    assert b"with pixels left unset" in tivar.run("inspect", "-", input=data).stdout
+    assert time.monotonic() - before < 15
 
 
 def test_millions_of_flaws_are_counted(tivar):

@@ -52,6 +52,38 @@ def test_wrong_usage_is_one_line_and_code_2(tivar, arguments):
     assert os.listdir(tivar.directory) == []
 
 
+@pytest.mark.parametrize(
+    "arguments,wanted",
+    [
+        (["export", "a.png", "--bits"], "--bits needs a value, 1|4|8|24; see tivar export --help"),
+        (["export", "--bits", "1", "--bits", "4", "a"], "--bits is given more than once; see"),
+        (["export", "a.png", "--bits", "5"], "--bits: 5 is none of 1, 4, 8, 24; see"),
+        (["export", ""], "the name is empty; see tivar export --help"),
+        (["decode", "a.bmp", ""], "the name is empty; see tivar decode --help"),
+        (["settings", "bogus"], "bogus is no command of tivar settings; see"),
+        (["bogus"], "bogus is no command; see tivar --help"),
+        (["info", "--bogus"], "--bogus is no option of tivar info; see tivar info --help"),
+        (["decode", "a", "b", "c"], "c is one argument too many; see tivar decode --help"),
+        (["export", "-dash.png"], "-dash.png is taken for options; name the file as ./-dash.png"),
+    ],
+)
+def test_wrong_usage_is_told_in_plain_words(tivar, arguments, wanted):
+    (tivar.directory / "-dash.png").touch()
+    fails(tivar.run(*arguments), 2, wanted)
+
+
+def test_control_characters_of_names_do_not_reach_the_terminal(tivar):
+    name = "a\x1b[31m\tb\x7f\u009bc\u00e9.png"
+    result = tivar.run("export", name)
+    fails(result, 1, r"a\x1b[31m\x09b\x7f\x9bcé.png: No such file")
+
+
+def test_a_size_may_have_a_capital_cross(tivar):
+    drawing.chart(30, 20).save(tivar.directory / "in.png")
+    written = bmp.read(tivar.export("in.png", "out.bmp", "--size", "12X10"))
+    assert (written.width, written.height) == (12, 10)
+
+
 @pytest.mark.parametrize("arguments", [["--help"], ["export", "--help"], ["info", "--help"]])
 def test_help_goes_to_standard_output(tivar, arguments):
     result = tivar.run(*arguments)
@@ -259,6 +291,26 @@ def test_a_mode_of_the_display_s_size_fills_the_display(tivar, profile):
     data = tivar.export("in.png", "out.bmp", *profile, "--mode", "Screen", env=environment)
     written = bmp.read(data)
     assert (written.bits, written.width, written.height) == (24, 800, 400)
+
+
+@pytest.mark.parametrize("route", ["filter", "driver"])
+@pytest.mark.parametrize("value", ["junk", "1280x1024", "100000x100000x1x1"])
+def test_a_display_without_a_usable_size_is_named_as_the_cause(tivar, profile, route, value):
+    environment = dict(os.environ, DISPLAYINFO=value)
+    options = [*profile, "--mode", "Screen", "--route", route]
+    result = tivar.run("export", "in.png", "-o", "out.bmp", *options, env=environment)
+    fails(result, 1, "my.ini", f"DISPLAYINFO={value}", "1280x1024x96x96", "--size")
+    assert tivar.run("export", "in.png", *options, "--size", "9x8", env=environment).returncode == 0
+
+
+def test_a_display_without_a_size_shows_none(tivar, profile):
+    environment = dict(os.environ, DISPLAYINFO="junk")
+    command = ["settings", "show", *profile, "--mode", "Screen"]
+    shown = tivar.run(*command, env=environment).stdout.decode()
+    assert "nan" not in shown and "inches" not in shown
+    assert [line.split()[1:] for line in shown.splitlines() if line.startswith("Width")] == [
+        ["none", "display", "(DISPLAYINFO=junk)"]
+    ]
 
 
 def test_options_go_before_the_profile(tivar, profile):

@@ -1,11 +1,12 @@
 """Where the file goes: names, directories, standard output, devices, several inputs at once."""
 
+import fcntl
 import os
 import signal
 import stat
 import subprocess
 import threading
-from pathlib import Path
+import time
 
 import bmp
 import drawing
@@ -211,23 +212,108 @@ def test_a_failure_on_a_terminal_is_a_clean_line(tivar, chart):
     assert last.startswith("tivar: ") and last.count("\n") == 1
 
 
-def test_leftovers_of_dead_processes_go_and_other_files_stay(tivar, chart):
-    dead = subprocess.Popen(["true"])
-    dead.wait()
-    stale = tivar.directory / f".out.bmp.tivar.{dead.pid}.part"
+def test_leftovers_that_nobody_works_on_go_and_other_files_stay(tivar, chart):
+    stale = [".out.bmp.tivar.1.part", f".out.bmp.tivar.{os.getpid()}.part"]
+    busy = ".out.bmp.tivar.4000000.part"
     stay = [
-        f".out.bmp.tivar.{os.getpid()}.part",  # of a living process
-        f".other.bmp.tivar.{dead.pid}.part",
-        f".out.bmp.tivar.{dead.pid}x.part",
+        busy,
+        ".other.bmp.tivar.1.part",
+        ".out.bmp.tivar.1x.part",
         ".out.bmp.tivar..part",
-        f".out.bmp.tivar.{dead.pid}.part.txt",
+        ".out.bmp.tivar.1.part.txt",
     ]
-    for path in [stale, *(tivar.directory / name for name in stay)]:
-        path.write_bytes(b"x")
-    tivar.export(chart, "out.bmp")
+    for name in [*stale, *stay]:
+        (tivar.directory / name).write_bytes(b"x")
+    with open(tivar.directory / busy, "rb") as worked_on:
+        fcntl.flock(worked_on, fcntl.LOCK_EX)
+        tivar.export(chart, "out.bmp")
     assert leftovers(tivar.directory) == sorted(stay)
     for name in stay:
-        Path(tivar.directory / name).unlink()
+        (tivar.directory / name).unlink()
+
+
+def test_a_killed_export_s_file_goes_though_nobody_has_waited_for_the_process(tivar, chart, slow_picture):
+    killed = tivar.start("export", slow_picture, "-o", "out.bmp", "--bits", 4)
+    end = time.monotonic() + 20
+    while not leftovers(tivar.directory):
+        assert time.monotonic() < end and killed.poll() is None
+        time.sleep(0.001)
+    tivar.export(chart, "out.bmp")
+    assert len(leftovers(tivar.directory)) == 1  # of an export that runs
+    killed.kill()
+    os.waitid(os.P_PID, killed.pid, os.WEXITED | os.WNOWAIT)
+    os.kill(killed.pid, 0)  # still there as a number
+    tivar.export(chart, "out.bmp")
+    assert leftovers(tivar.directory) == []
+    killed.communicate()
+
+
+@pytest.mark.parametrize(
+    "name", ["/dev/stdout", "/dev/fd/1", "/proc/self/fd/1", "/proc/thread-self/fd/1", "link.bmp"]
+)
+@pytest.mark.parametrize("piped", [False, True])
+def test_a_name_of_standard_output_is_standard_output(tivar, chart, name, piped):
+    expected = tivar.export(chart, "out.bmp")
+    (tivar.directory / "link.bmp").symlink_to("/dev/stdout")
+    target = tivar.directory / "redirected"
+    with open(target, "wb") as redirected:
+        output = subprocess.PIPE if piped else redirected
+        result = tivar.run("export", chart, "-o", name, stdout=output)
+    assert (result.returncode, result.stderr) == (0, b"")
+    assert (result.stdout if piped else target.read_bytes()) == expected
+    assert (tivar.directory / "link.bmp").is_symlink()
+    assert not [entry for entry in os.listdir("/") if "tivar" in entry]
+
+
+def test_a_name_of_standard_output_that_is_a_terminal_is_refused(tivar, chart):
+    master, slave = os.openpty()
+    result = tivar.run("export", chart, "-o", "/dev/stdout", stdout=slave)
+    os.close(slave)
+    os.close(master)
+    fails(result, 2, "terminal")
+
+
+def test_a_decoded_picture_goes_to_a_name_of_standard_output_as_a_png(tivar, chart):
+    tivar.export(chart, "out.bmp")
+    result = tivar.run("decode", "out.bmp", "/dev/stdout")
+    assert result.stdout == tivar.run("decode", "out.bmp", "-").stdout
+    assert result.stdout.startswith(b"\x89PNG")
+
+
+def test_a_pipe_that_the_caller_has_opened_receives_the_file(tivar, chart):
+    expected = tivar.export(chart, "out.bmp")
+    read_end, write_end = os.pipe()
+    with os.fdopen(read_end, "rb") as reader:
+        result = tivar.run("export", chart, "-o", f"/dev/fd/{write_end}", pass_fds=[write_end])
+        os.close(write_end)
+        assert (result.returncode, result.stderr, reader.read()) == (0, b"", expected)
+
+
+@pytest.mark.parametrize("number", [3, 5, 99])
+def test_a_descriptor_that_the_caller_has_not_opened_is_an_error(tivar, chart, number):
+    name = f"/dev/fd/{number}"
+    fails(tivar.run("export", chart, "-o", name), 1, name, "Bad file descriptor")
+
+
+def test_a_deleted_file_of_another_process_gets_no_second_one(tivar, chart):
+    expected = tivar.export(chart, "out.bmp")
+    with open(tivar.directory / "gone.bmp", "w+b") as gone:
+        os.unlink(gone.name)
+        name = f"/proc/{os.getpid()}/fd/{gone.fileno()}"
+        assert tivar.run("export", chart, "-o", name).returncode == 0
+        assert gone.read() == expected
+    assert sorted(os.listdir(tivar.directory)) == ["chart.png", "out.bmp"]
+
+
+def test_two_inputs_do_not_write_one_file_through_a_link(tivar):
+    several(tivar, 2)
+    (tivar.directory / "in0.bmp").symlink_to("in1.bmp")
+    fails(tivar.run("export", "in0.png", "in1.png"), 2, "in0.png and in1.png would both write")
+
+
+def test_a_bmp_file_as_input_is_told_as_such(tivar, chart):
+    tivar.export(chart, "photo.bmp")
+    fails(tivar.run("export", "photo.bmp"), 1, "photo.bmp: is a BMP file already", "tivar decode")
 
 
 def test_standard_output_closed_by_the_caller_is_an_error(tivar, chart):
@@ -235,9 +321,15 @@ def test_standard_output_closed_by_the_caller_is_an_error(tivar, chart):
     fails(result, 1, "standard output")
 
 
+def test_standard_output_closed_by_the_caller_of_decode_is_an_error(tivar, chart):
+    tivar.export(chart, "out.bmp")
+    result = tivar.run("decode", "out.bmp", "-", limits=lambda: os.close(1))
+    fails(result, 1, "standard output", "Bad file descriptor")
+
+
 def test_standard_input_closed_by_the_caller_is_an_error(tivar):
     result = tivar.run("export", "-", "-o", "out.bmp", limits=lambda: os.close(0))
-    fails(result, 1, "standard input")
+    fails(result, 1, "standard input", "not open for reading")
     assert b"is empty" not in result.stderr  # that would be another stream in its place
 
 

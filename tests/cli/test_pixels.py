@@ -6,6 +6,7 @@ import subprocess
 import bmp
 import drawing
 import pytest
+from conftest import fails
 from PIL import Image, ImageChops
 
 FORMS = [
@@ -18,7 +19,7 @@ FORMS = [
 
 def options_of(bits, os2, encoded):
     return ["--bits", bits] + (["--os2"] if os2 else []) + (
-        ["--compress", "native", "--force"] if encoded else []
+        ["--compress", "native", "--force", "--quiet"] if encoded else []
     )
 
 
@@ -147,6 +148,11 @@ def test_encoded_rows_hold_the_same_pixels_as_raw_rows(tivar, chart, bits, os2):
 def test_depths_without_an_encoding_are_written_raw(tivar, chart, bits):
     raw = tivar.export(chart, "raw.bmp", *options_of(bits, False, False))
     assert tivar.export(chart, "rle.bmp", *options_of(bits, False, True)) == raw
+
+
+def test_a_depth_without_the_native_form_gets_a_notice(tivar, chart):
+    result = tivar.run("export", chart, "-o", "out.bmp", "--bits", 24, "--compress", "native")
+    fails(result, 0, "chart.png", "written raw", "4 and 8 bits")
 
 
 @pytest.mark.parametrize("bits,os2,encoded", FORMS)

@@ -143,6 +143,21 @@ def test_the_profile_s_own_mode_is_shown_when_none_is_named(tivar, profile):
     ).stdout
 
 
+def test_a_mode_that_is_not_there_is_told_with_those_that_are(tivar, profile):
+    profile("[TIVAR]\nLine Mode=3\n[One]\nDriver=A\n[Other]\nWidth=3\n[ Two ];\r\nDriver=B\n")
+    cases = [([], "no mode is named"), (["--mode", "nix"], "no section nix with a key Driver")]
+    for options, fragment in cases:
+        result = tivar.run("settings", "show", "--profile", "my.ini", *options)
+        fails(result, 1, "my.ini", fragment, "--mode: One, Two\n")
+
+
+@pytest.mark.parametrize("text", ["", "[Other]\nWidth=3\n"])
+def test_a_profile_without_modes_is_told_as_such(tivar, profile, text):
+    profile(text)
+    result = tivar.run("settings", "show", "--profile", "my.ini")
+    fails(result, 1, "my.ini", "no mode", "settings init")
+
+
 @pytest.mark.parametrize("command", [["show"], ["set", "bits=4"]])
 def test_profiles_and_modes_that_are_not_there(tivar, profile, command):
     profile("[Mode]\nDriver=TIVAR.1\n[Other]\nWidth=3\n")
@@ -276,7 +291,8 @@ def test_a_setting_that_was_set_is_what_an_export_uses(tivar, profile):
     written = bmp.read(tivar.export("in.png", "out.bmp", *options, "--force"), True)
     assert (written.bits, written.encoded, written.width, written.height) == (8, True, 96, 48)
     change(tivar, options, "colors=inverted", "bits=24")
-    plain = bmp.read(tivar.export("in.png", "f.bmp", *options)).pixels()
+    fails(tivar.run("export", "in.png", "-o", "f.bmp", *options), 0, "colours", "--route driver")
+    plain = bmp.read(tivar.export("in.png", "f.bmp", *options, "--quiet")).pixels()
     changed = bmp.read(tivar.export("in.png", "d.bmp", *options, "--route", "driver")).pixels()
     assert changed == [[tuple(255 - c for c in color) for color in row] for row in plain]
 

@@ -21,9 +21,15 @@ struct BmpFlaws {
     uint64_t more{};
 
     void add(BmpFlaw flaw) {
+        addFrom([&] { return std::move(flaw); });
+    }
+
+    // Makes the flaw only if it is to be told.
+    template <class Make>
+    void addFrom(Make make) {
         constexpr size_t kMost = 20;
         if (list.size() < kMost) {
-            list.push_back(std::move(flaw));
+            list.push_back(make());
         } else {
             ++more;
         }

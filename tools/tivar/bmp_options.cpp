@@ -2,11 +2,13 @@
 
 #include <CLI/CLI.hpp>
 
+#include "usage_error.h"
+
 namespace tool {
 namespace {
 
 void addInput(CLI::App& app, Options& options, const char* what) {
-    app.add_option("FILE", options.input, what)->required()->type_name("");
+    app.add_option("FILE", options.input, what)->required()->check(notEmpty())->type_name("");
 }
 
 }  // namespace
@@ -27,6 +29,7 @@ BmpCommands addBmpCommands(CLI::App& app, Options& options) {
         ->add_option("OUT", options.out,
                      "The picture to write, .png or .ppm; - is a PNG on standard output")
         ->required()
+        ->check(notEmpty())
         ->type_name("");
     return commands;
 }

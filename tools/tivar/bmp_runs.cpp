@@ -86,6 +86,12 @@ void addFlaw(Walk& walk, size_t at, const std::string& what, bool losesPixels) {
     walk.map.flaws.add({walk.base + at, what, losesPixels});
 }
 
+// The same for flaws of which a hostile file has millions.
+template <class Describe>
+void addFrequentFlaw(Walk& walk, size_t at, Describe describe, bool losesPixels) {
+    walk.map.flaws.addFrom([&] { return BmpFlaw{walk.base + at, describe(), losesPixels}; });
+}
+
 std::string inRow(const Walk& walk) {
     return " in row " + std::to_string(walk.row) + " of the file";
 }
@@ -105,10 +111,11 @@ void checkExcess(Walk& walk, const Run& run) {
     const RunShape& shape = walk.shape;
     const uint64_t left = shape.rowPixels - std::min(walk.x, shape.rowPixels);
     const bool padding = walk.x + run.count <= shape.paddedPixels;
-    addFlaw(walk, run.at,
-            "a run of " + std::to_string(run.count) + " pixels" + inRow(walk) + ", which has " +
-                std::to_string(left) + (padding ? " and padding left" : " left"),
-            !padding);
+    const auto describe = [&] {
+        return "a run of " + std::to_string(run.count) + " pixels" + inRow(walk) + ", which has " +
+               std::to_string(left) + (padding ? " and padding left" : " left");
+    };
+    addFrequentFlaw(walk, run.at, describe, !padding);
 }
 
 // Padding of the native form is part of its rows, so that they end by themselves.
@@ -119,7 +126,10 @@ void takePixels(Walk& walk, const Run& run) {
         return;
     }
     if (run.count == 0 || (walk.shape.native && walk.shape.bits == 4 && run.count % 2 != 0)) {
-        addFlaw(walk, run.at, "a count of " + std::to_string(run.count) + inRow(walk), true);
+        const auto describe = [&] {
+            return "a count of " + std::to_string(run.count) + inRow(walk);
+        };
+        addFrequentFlaw(walk, run.at, describe, true);
     }
     if (walk.x + run.count > walk.shape.rowPixels) checkExcess(walk, run);
     walk.x = std::min<uint64_t>(walk.x + run.count, walk.shape.paddedPixels);
@@ -219,11 +229,14 @@ void expandRow(RunBytes bytes, const RunShape& shape, const RunMap& map, uint64_
 
 bool isWithoutCodes(RunBytes bytes, const RunShape& shape) {
     uint64_t left = shape.rowPixels * shape.rows;
-    for (size_t at = 0; left != 0 && at + 1 < bytes.size(); at += 2) {
+    size_t at = 0;
+    for (; left != 0 && at + 1 < bytes.size(); at += 2) {
         if (bytes[at] == 0) return false;
         left -= std::min<uint64_t>(left, bytes[at]);
     }
-    return bytes.size() >= 2;
+    // A code can follow the only row, whose end no other row shows.
+    const bool endsInCode = shape.rows == 1 && at + 1 < bytes.size() && bytes[at] == 0;
+    return bytes.size() >= 2 && !endsInCode;
 }
 
 bool isExactNative(RunBytes bytes, const RunShape& shape) {

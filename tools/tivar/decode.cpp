@@ -1,12 +1,12 @@
 #include "decode.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 #include "bmp_rows.h"
 #include "failure.h"
+#include "inherited.h"
 #include "input_file.h"
 #include "output.h"
 #include "write_picture.h"
@@ -18,13 +18,13 @@ using WritePicture = int (*)(const PixelRows&, std::FILE*);
 
 WritePicture writerFor(const std::string& target) {
     if (target.ends_with(".ppm")) return writePpm;
-    if (target == "-" || target.ends_with(".png")) return writePng;
+    if (target.ends_with(".png") || isStandardOutput(target)) return writePng;
     failUsage(target + " has neither the suffix .png nor .ppm", "name the kind of picture by it");
 }
 
 // A stream of its own into the output's file.
 OpenFile streamInto(const Output& output) {
-    Descriptor copy(::fcntl(output.file.number, F_DUPFD_CLOEXEC, 3));
+    Descriptor copy = duplicate(output.file.number);
     OpenFile file(copy.number < 0 ? nullptr : ::fdopen(copy.number, "wb"));
     if (file == nullptr) failErrno(output.name, errno);
     copy.number = -1;
@@ -36,11 +36,10 @@ OpenFile streamInto(const Output& output) {
 void decodeFile(const std::string& input, const std::string& target) {
     const WritePicture write = writerFor(target);
     refuseTerminal(target);
-    refuseOwnInput(input, target);
+    refuseOwnInput(input, target, "name another file");
     const BmpFile file = parseBmp(readBmpBytes(input));
     const PixelRows rows = rowsOf(file);
-    const Descriptor standardOutput(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3));
-    Output output(target, standardOutput);
+    Output output(target, duplicate(STDOUT_FILENO));
     const int error = write(rows, streamInto(output).get());
     if (error != 0) failErrno(output.name, error);
     commit(output);

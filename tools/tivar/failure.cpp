@@ -5,6 +5,7 @@
 #include <new>
 
 #include "interrupt.h"
+#include "printable.h"
 #include "system.h"
 
 namespace tool {
@@ -26,18 +27,13 @@ const char* remedyFor(int error) {
         case EPERM:
         case EROFS:
             return "check the permissions or choose another place";
+        case EBADF:
+            return "redirect it or name a file";
         case EPIPE:
             return "the reader went away before the end";
         default:
             return "choose another place or try again";
     }
-}
-
-std::string oneLine(std::string text) {
-    for (char& c : text) {
-        if (c == '\n' || c == '\r') c = ' ';
-    }
-    return text;
 }
 
 }  // namespace
@@ -62,7 +58,7 @@ void report(const std::string& file, const std::string& what, const std::string&
     std::string line = "tivar: ";
     if (!file.empty()) line += file + ": ";
     line += what + "; " + remedy;
-    line = oneLine(line) + "\n";
+    line = printable(line) + "\n";
     (void)writeAll(2, line.data(), line.size());
 }
 

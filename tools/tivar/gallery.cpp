@@ -150,6 +150,8 @@ void makeDirectory(const std::string& path) {
 
 void makeGallery(const Library& library, const Options& options) {
     if (options.input == "-") failUsage("a gallery is named after its picture", "name a file");
+    const std::string page = (fs::path(options.out) / "index.html").string();
+    refuseOwnInput(options.input, page, "name another directory with -o");
     Picture picture = readPicture(library, options.input, options.request.background);
     Gallery gallery;
     gallery.sourceName = fs::path(options.input).filename().string();
@@ -162,7 +164,6 @@ void makeGallery(const Library& library, const Options& options) {
     const PixelRows source = rowsOf(picture);
     gallery.source = shotOf(source, gallery.factor);
     exportAll(library, options, source, gallery);
-    const std::string page = (fs::path(options.out) / "index.html").string();
     writePage(gallery, page);
     Progress progress(options.input, options.request.quiet, true);
     showResult(progress, page);

@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "failure.h"
+#include "printable.h"
 
 namespace tool {
 namespace {
@@ -39,7 +40,7 @@ void printStrings(const Library& library) {
 }  // namespace
 
 void printInfo(const Library& library) {
-    std::printf("library\n  %s\n", library.path.c_str());
+    std::printf("library\n  %s\n", printable(library.path).c_str());
     std::printf("versions\n  %-20s  %s (0x%08X)\n", "OXLGetFilterVersion",
                 versionText(library).c_str(), static_cast<unsigned>(library.filterVersion()));
     std::printf("  %-20s  %d\n  %-20s  %d\n", "FilterVersion", *library.versionWord, "FilterID",
@@ -50,7 +51,7 @@ void printInfo(const Library& library) {
 
 void printVersion(const Library& library) {
     std::printf("tivar %s (library %s, %s)\n", TIVAR_TOOL_VERSION, versionText(library).c_str(),
-                library.path.c_str());
+                printable(library.path).c_str());
 }
 
 void finishPrinting() {

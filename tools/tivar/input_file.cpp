@@ -27,11 +27,14 @@ std::string nameOfInput(const std::string& name) {
 }
 
 OpenFile openInput(const std::string& name) {
-    const int opened = name == "-" ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3)
-                                   : ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-    Descriptor descriptor(opened);
+    Descriptor descriptor = name == "-" ? duplicate(STDIN_FILENO)
+                                        : Descriptor(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    const int opened = descriptor.number;
     struct stat status {};
     if (opened < 0 || ::fstat(opened, &status) != 0) failErrno("", errno);
+    if ((::fcntl(opened, F_GETFL) & O_ACCMODE) == O_WRONLY) {
+        fail("is not open for reading", "redirect a file into it or name one");
+    }
     if (S_ISDIR(status.st_mode)) fail("is a directory", "name the files in it");
     OpenFile file(::fdopen(opened, "rb"));
     if (file == nullptr) failErrno("", errno);

@@ -9,6 +9,7 @@
 #include "failure.h"
 #include "info.h"
 #include "input_file.h"
+#include "printable.h"
 
 namespace tool {
 namespace {
@@ -122,6 +123,17 @@ BmpFlaw indexFlaw(const BmpFile& file, uint64_t x, uint64_t y, unsigned index) {
     return flaw;
 }
 
+// The highest index in the bytes, the unused bits behind a row's last pixel included.
+unsigned highestIndex(const std::vector<uint8_t>& packed, unsigned bits) {
+    uint8_t highest = 0;
+    for (const uint8_t byte : packed) {
+        const auto low = static_cast<uint8_t>(bits == 8 ? byte : byte & 15);
+        const auto high = static_cast<uint8_t>(bits == 8 ? 0 : byte >> 4);
+        highest = std::max({highest, low, high});
+    }
+    return bits == 1 ? std::min<unsigned>(highest, 1) : highest;
+}
+
 // The first pixel whose colour is beyond the palette.
 BmpFlaws findIndexFlaw(const BmpFile& file) {
     const PixelRows rows = rowsOf(file);
@@ -129,6 +141,7 @@ BmpFlaws findIndexFlaw(const BmpFile& file) {
     BmpFlaws flaws;
     for (uint32_t y = 0; y < rows.height && flaws.list.empty(); ++y) {
         rows.read(y, packed.data());
+        if (highestIndex(packed, rows.bits) < file.palette.size()) continue;
         for (uint32_t x = 0; x < rows.width && flaws.list.empty(); ++x) {
             const unsigned index = indexAt(packed.data(), x, rows.bits);
             if (index >= file.palette.size()) flaws.add(indexFlaw(file, x, y, index));
@@ -175,7 +188,7 @@ int printFlaws(const BmpFlaws& flaws) {
 
 int inspectFile(const std::string& input) {
     const BmpFile file = parseBmp(readBmpBytes(input));
-    std::printf("%s: %zu bytes\n", nameOfInput(input).c_str(), file.bytes.size());
+    std::printf("%s: %zu bytes\n", printable(nameOfInput(input)).c_str(), file.bytes.size());
     printFileHeader(file);
     printInfoHeader(file);
     printPixels(file, endOfPixels(file));

@@ -65,17 +65,6 @@ sigset_t ourSignals() {
     return set;
 }
 
-// While it lives, the handler does not run.
-struct BlockSignals {
-    sigset_t before{};
-    BlockSignals() {
-        const sigset_t set = ourSignals();
-        ::sigprocmask(SIG_BLOCK, &set, &before);
-    }
-    ~BlockSignals() { ::sigprocmask(SIG_SETMASK, &before, nullptr); }
-    BlockSignals(const BlockSignals&) = delete;
-};
-
 void replaceWorker(pid_t old, pid_t now) {
     for (volatile pid_t& slot : workers) {
         if (slot == old) {
@@ -127,6 +116,14 @@ DeferSignals::DeferSignals() {
 }
 DeferSignals::~DeferSignals() {
     reaction = static_cast<sig_atomic_t>(Reaction::ExitAtOnce);
+}
+
+BlockSignals::BlockSignals() {
+    const sigset_t set = ourSignals();
+    ::sigprocmask(SIG_BLOCK, &set, &before);
+}
+BlockSignals::~BlockSignals() {
+    ::sigprocmask(SIG_SETMASK, &before, nullptr);
 }
 
 void removeOnSignal(const std::string& path) {

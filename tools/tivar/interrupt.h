@@ -7,6 +7,7 @@
 
 #include <sys/types.h>
 
+#include <csignal>
 #include <string>
 
 namespace tool {
@@ -27,6 +28,14 @@ struct DeferSignals {
     DeferSignals();
     ~DeferSignals();
     DeferSignals(const DeferSignals&) = delete;
+};
+
+// While it lives, signals are neither remembered nor answered.
+struct BlockSignals {
+    sigset_t before{};
+    BlockSignals();
+    ~BlockSignals();
+    BlockSignals(const BlockSignals&) = delete;
 };
 
 // The file that goes when the process ends by a signal; "" = none.

@@ -34,10 +34,10 @@ std::string targetFor(const std::string& input, const Options& options) {
     return (directory / fs::path(input).filename().replace_extension(".bmp")).string();
 }
 
-// The same text for every way to write the same path.
+// The same text for every way to write the same file.
 std::string identity(const std::string& path) {
     std::error_code error;
-    const fs::path absolute = fs::absolute(path, error).lexically_normal();
+    const fs::path absolute = fs::absolute(followLinks(path), error).lexically_normal();
     return (fs::weakly_canonical(absolute.parent_path(), error) / absolute.filename()).string();
 }
 

@@ -1,6 +1,5 @@
 #include "library_voice.h"
 
-#include <fcntl.h>
 #include <sys/mman.h>
 
 #include <cstdio>
@@ -10,8 +9,7 @@
 namespace tool {
 
 LibraryVoice::LibraryVoice()
-    : standardOutput(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3)),
-      spoken(::memfd_create("tivar-voice", MFD_CLOEXEC)) {
+    : standardOutput(duplicate(STDOUT_FILENO)), spoken(::memfd_create("tivar-voice", MFD_CLOEXEC)) {
     std::fflush(stdout);
     if (spoken.number < 0 || ::dup2(spoken.number, STDOUT_FILENO) < 0) failErrno("", errno);
 }

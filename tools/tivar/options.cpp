@@ -4,11 +4,13 @@
 #include <charconv>
 #include <cmath>
 #include <iostream>
+#include <span>
 #include <string_view>
 
 #include "bmp_options.h"
 #include "failure.h"
 #include "settings_options.h"
+#include "usage_error.h"
 
 namespace tool {
 namespace {
@@ -51,7 +53,7 @@ PixelSize parseSize(std::string_view text, int resolution) {
     const std::string asked(text);
     const bool inches = text.ends_with("in");
     if (inches) text.remove_suffix(2);
-    const size_t cross = text.find('x');
+    const size_t cross = text.find_first_of("xX");
     if (cross != std::string_view::npos) {
         const PixelSize size{parseSide(text.substr(0, cross), inches, resolution),
                              parseSide(text.substr(cross + 1), inches, resolution)};
@@ -78,10 +80,6 @@ Compression parseCompression(const std::string& text) {
     return text == "native" ? Compression::Native : Compression::Portable;
 }
 
-std::string notEmpty(const std::string& name) {
-    return name.empty() ? "is empty" : "";
-}
-
 void addBackground(CLI::App& app, Typed& typed) {
     app.add_option("--background", typed.background,
                    "Colour behind transparent pixels (else white)")
@@ -91,7 +89,7 @@ void addBackground(CLI::App& app, Typed& typed) {
 void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("--bits", typed.bits,
                    "Bits per pixel (else those of a palette picture, 24 for true colour)")
-        ->check(CLI::IsMember({1, 4, 8, 24}).description(""))
+        ->check(oneOf({"1", "4", "8", "24"}))
         ->type_name("1|4|8|24");
     app.add_flag("--os2", options.request.os2, "Write the OS/2 flavour of the file");
     app.add_option("--compress", typed.compress,
@@ -99,7 +97,7 @@ void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
                    "and a value without end-of-line codes, which few readers open (tivar decode "
                    "does). portable: standard RLE8 and RLE4, which readers open; Windows flavour "
                    "only")
-        ->check(CLI::IsMember({"none", "native", "portable"}).description(""))
+        ->check(oneOf({"none", "native", "portable"}))
         ->type_name("none|native|portable");
     app.add_flag("--force", options.request.force,
                  "Write the native form with the OS/2 flavour too, whose header does not tell that "
@@ -127,30 +125,31 @@ void addSizeOptions(CLI::App& app, Options& options, Typed& typed) {
 }
 
 void addQuiet(CLI::App& app, Options& options) {
-    app.add_flag("-q,--quiet", options.request.quiet, "No progress on the terminal");
+    app.add_flag("-q,--quiet", options.request.quiet, "No progress and no notices");
 }
 
 void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("INPUT", options.inputs, "PNG, JPEG or PNM files; - is standard input")
         ->required()
+        ->check(notEmpty())
         ->type_name("");
     app.add_option("-o,--output", options.out,
                    "File, or directory for several inputs; - is standard output (else beside each "
                    "input, with suffix .bmp)")
-        ->check(CLI::Validator(notEmpty, ""))
+        ->check(notEmpty())
         ->type_name("OUT");
     app.add_option("--via", typed.via, "How the library delivers the file (else file)")
-        ->check(CLI::IsMember({"file", "memory", "document"}).description(""))
+        ->check(oneOf({"file", "memory", "document"}))
         ->type_name("file|memory|document");
     app.add_option("--route", typed.route,
                    "The way through the library: its export call or its raster driver (else "
                    "filter)")
-        ->check(CLI::IsMember({"filter", "driver"}).description(""))
+        ->check(oneOf({"filter", "driver"}))
         ->type_name("filter|driver");
     app.add_option("--cell-arrays", typed.cellArrays,
                    "How the driver gets the rows: in bands of one image, or all in one array, "
                    "which keeps an odd height (else banded)")
-        ->check(CLI::IsMember({"banded", "single"}).description(""))
+        ->check(oneOf({"banded", "single"}))
         ->type_name("banded|single");
     app.add_option("-j,--jobs", options.jobs, "Export this many inputs at once")
         ->check(CLI::Range(1, 256).description(""))
@@ -159,12 +158,15 @@ void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
 }
 
 void addGalleryOptions(CLI::App& app, Options& options, Typed& typed) {
-    app.add_option("INPUT", options.input, "A PNG, JPEG or PNM file")->required()->type_name("");
+    app.add_option("INPUT", options.input, "A PNG, JPEG or PNM file")
+        ->required()
+        ->check(notEmpty())
+        ->type_name("");
     app.add_option("-o,--output", options.out,
                    "The directory for the BMP files and for index.html, which shows them; made if "
                    "it is missing")
         ->required()
-        ->check(CLI::Validator(notEmpty, ""))
+        ->check(notEmpty())
         ->type_name("DIR");
     addBackground(app, typed);
     addQuiet(app, options);
@@ -223,7 +225,9 @@ void describe(CommandLine& line, Options& options, Typed& typed) {
 std::string remedyOf(const CommandLine& line) {
     if (line.settings.all->parsed()) return "see tivar settings --help";
     if (const CLI::App* bmp = parsedOf(line.bmp)) return "see tivar " + bmp->get_name() + " --help";
-    if (line.gallery->parsed()) return "see tivar gallery --help";
+    for (const CLI::App* command : {line.gallery, line.info}) {
+        if (command->parsed()) return "see tivar " + command->get_name() + " --help";
+    }
     return line.exporting->parsed() ? kSeeExportHelp : kSeeHelp;
 }
 
@@ -250,7 +254,8 @@ Options parseOptions(int argc, char** argv) {
         line.app.exit(help);
         return options;
     } catch (const CLI::ParseError& error) {
-        failUsage(error.what(), remedyOf(line));
+        failParse(line.app, error, std::span(argv, static_cast<size_t>(argc)).subspan(1),
+                  remedyOf(line));
     }
     options.command = chosen(line, typed);
     applyTyped(typed, options.request);

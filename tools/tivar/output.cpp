@@ -1,116 +1,91 @@
 #include "output.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
-#include <cstdio>
 #include <filesystem>
-#include <string_view>
 #include <system_error>
 #include <vector>
 
 #include "failure.h"
+#include "inherited.h"
 #include "interrupt.h"
+#include "part_file.h"
 
 namespace fs = std::filesystem;
 
 namespace tool {
 namespace {
 
-constexpr char kSuffix[] = ".part";
-constexpr size_t kLongestBase = 200;  // leaves room for the rest in a file name of 255 bytes
 constexpr int kMostLinks = 40;
 constexpr uint64_t kProbeSize = 1 << 20;  // a full disk shows at once
-
-// The file that a chain of symbolic links ends at, which need not exist.
-fs::path followLinks(fs::path path) {
-    std::error_code error;
-    for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); ++i) {
-        path = path.parent_path() / fs::read_symlink(path, error);
-    }
-    return path;
-}
-
-fs::path directoryOf(const fs::path& file) {
-    return file.has_parent_path() ? file.parent_path() : fs::path(".");
-}
-
-std::string partPrefix(const fs::path& target) {
-    return "." + target.filename().string().substr(0, kLongestBase) + ".tivar.";
-}
-
-// Whether name is prefix, the id of a process that is gone or ours, and the suffix.
-bool isLeftover(std::string_view name, std::string_view prefix) {
-    if (!name.starts_with(prefix) || !name.ends_with(kSuffix)) return false;
-    name.remove_prefix(prefix.size());
-    const auto digits = name.substr(0, name.find('.'));
-    pid_t process = 0;
-    const auto [end, error] =
-        std::from_chars(digits.data(), digits.data() + digits.size(), process);
-    if (error != std::errc() || end != digits.data() + digits.size()) return false;
-    if (name.substr(digits.size()) != kSuffix || process <= 0) return false;
-    return process == ::getpid() || (::kill(process, 0) != 0 && errno == ESRCH);
-}
-
-void removeLeftovers(const fs::path& target) {
-    const std::string prefix = partPrefix(target);
-    std::error_code error;
-    std::vector<fs::path> leftovers;
-    for (const fs::directory_entry& entry : fs::directory_iterator(directoryOf(target), error)) {
-        if (isLeftover(entry.path().filename().string(), prefix)) leftovers.push_back(entry.path());
-    }
-    for (const fs::path& leftover : leftovers) fs::remove(leftover, error);
-}
-
-void openPart(Output& output) {
-    removeLeftovers(output.target);
-    const fs::path target(output.target);
-    output.part =
-        (target.parent_path() / (partPrefix(target) + std::to_string(::getpid()) + kSuffix))
-            .string();
-    removeOnSignal(output.part);
-    output.file =
-        Descriptor(::open(output.part.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (output.file.number < 0) failErrno(output.name, errno);
-}
-
-void openDevice(Output& output) {
-    output.file = Descriptor(::open(output.target.c_str(), O_WRONLY | O_CLOEXEC));
-    if (output.file.number < 0) failErrno(output.name, errno);
-}
-
-void openNamed(Output& output) {
-    output.target = followLinks(output.name).string();
-    struct stat status {};
-    if (::stat(output.target.c_str(), &status) != 0) {
-        if (errno != ENOENT) failErrno(output.name, errno);
-        return openPart(output);
-    }
-    if (S_ISDIR(status.st_mode)) failErrno(output.name, EISDIR);
-    if (!S_ISREG(status.st_mode)) return openDevice(output);
-    if (::access(output.target.c_str(), W_OK) != 0) failErrno(output.name, errno);
-    output.mode = status.st_mode & 0777;
-    openPart(output);
-}
 
 bool sameFile(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
+void openPart(Output& output) {
+    PartFile part = createPart(output.target);
+    if (part.file.number < 0) failErrno(output.name, errno);
+    output.part = std::move(part.path);
+    output.file = std::move(part.file);
+    output.lock = duplicate(output.file.number);
+}
+
+void openDirectly(Output& output) {
+    output.file = Descriptor(::open(output.name.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC));
+    if (output.file.number < 0) failErrno(output.name, errno);
+}
+
+void openOpened(Output& output, int descriptor) {
+    output.file = duplicate(descriptor);
+    const bool writable =
+        output.file.number >= 0 && (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
+    if (!writable) failErrno(output.name, EBADF);
+}
+
+// A link by which the system shows an open file says nothing about where it lies: the target is
+// replaced only if it is the file that the name opens.
+void openNamed(Output& output) {
+    output.target = followLinks(output.name);
+    struct stat status {};
+    if (::stat(output.name.c_str(), &status) != 0) {
+        if (errno != ENOENT) failErrno(output.name, errno);
+        return openPart(output);
+    }
+    if (S_ISDIR(status.st_mode)) failErrno(output.name, EISDIR);
+    struct stat behind {};
+    const bool replaceable = S_ISREG(status.st_mode) &&
+                             ::lstat(output.target.c_str(), &behind) == 0 &&
+                             sameFile(status, behind);
+    if (!replaceable) return openDirectly(output);
+    if (::access(output.target.c_str(), W_OK) != 0) failErrno(output.name, errno);
+    output.mode = status.st_mode & 0777;
+    openPart(output);
+}
+
 }  // namespace
 
-Output::Output(const std::string& targetName, const Descriptor& standardOutput)
-    : name(targetName == "-" ? "standard output" : targetName) {
-    if (targetName != "-") {
-        openNamed(*this);
-        return;
+std::string followLinks(const std::string& path) {
+    std::error_code error;
+    fs::path end = path;
+    for (int i = 0; i < kMostLinks && fs::is_symlink(end, error); ++i) {
+        end = end.parent_path() / fs::read_symlink(end, error);
     }
-    file = Descriptor(::fcntl(standardOutput.number, F_DUPFD_CLOEXEC, 3));
-    if (file.number < 0) failErrno(name, errno);
+    return end.string();
+}
+
+Output::Output(const std::string& targetName, const Descriptor& standardOutput)
+    : name(isStandardOutput(targetName) ? "standard output" : targetName) {
+    if (isStandardOutput(targetName)) {
+        openOpened(*this, standardOutput.number);
+    } else if (const int opened = descriptorNamed(targetName); opened >= 0) {
+        openOpened(*this, isInherited(opened) ? opened : -1);
+    } else {
+        openNamed(*this);
+    }
 }
 
 Output::~Output() {
@@ -129,19 +104,20 @@ void commit(Output& output) {
     output.part.clear();
 }
 
-void refuseOwnInput(const std::string& input, const std::string& target) {
+void refuseOwnInput(const std::string& input, const std::string& target,
+                    const std::string& remedy) {
     struct stat from {};
     struct stat to {};
     const bool known =
         (input == "-" ? ::fstat(STDIN_FILENO, &from) : ::stat(input.c_str(), &from)) == 0 &&
-        target != "-" && ::stat(target.c_str(), &to) == 0;
+        !isStandardOutput(target) && ::stat(target.c_str(), &to) == 0;
     if (known && S_ISREG(to.st_mode) && sameFile(from, to)) {
-        failAt(target, "is the input itself", "name another file with -o");
+        failAt(target, "is the input itself", remedy);
     }
 }
 
 void refuseTerminal(const std::string& target) {
-    if (target == "-" && ::isatty(STDOUT_FILENO) != 0) {
+    if (isStandardOutput(target) && ::isatty(STDOUT_FILENO) != 0) {
         failUsage("a picture is not written to the terminal", "redirect standard output");
     }
 }

@@ -17,19 +17,23 @@ struct Output {
     std::string target;  // the file to be replaced, symbolic links followed
     std::string part;    // the unfinished file beside it; "" = bytes go straight to the target
     Descriptor file;
+    Descriptor lock;  // keeps the unfinished file locked until it is in its place
     mode_t mode = 0;  // permissions of the file replaced; 0 = a fresh file
 
-    // target "-" is standardOutput.
+    // Names that lead to standard output are standardOutput, whatever stands in its place now.
     Output(const std::string& targetName, const Descriptor& standardOutput);
     ~Output();  // removes an unfinished file
     Output(const Output&) = delete;
 };
 
+// The file that a chain of symbolic links ends at, which need not exist.
+std::string followLinks(const std::string& path);
+
 // Puts the finished file into its place.
 void commit(Output& output);
 
-// Fails when the export would overwrite the picture that it reads.
-void refuseOwnInput(const std::string& input, const std::string& target);
+// Fails when the file that is read would be overwritten.
+void refuseOwnInput(const std::string& input, const std::string& target, const std::string& remedy);
 
 // Refuses a picture on a terminal, as wrong usage.
 void refuseTerminal(const std::string& target);

@@ -34,7 +34,7 @@ uint64_t rowBytes(uint64_t width, unsigned bits) {
 Picture newPicture(const Library& library, uint16_t bits, uint64_t width, uint64_t height) {
     const std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
     if (width > kLargestSide || height > kLargestSide) {
-        fail("has " + size + ", a side may have 65535", "scale it down first");
+        fail("has " + size + ", a side may have at most 65535", "scale it down first");
     }
     if (width == 0 || height == 0) fail("has " + size, "choose another picture");
     const uint64_t bytes = rowBytes(width, bits) * height;
@@ -82,6 +82,9 @@ Picture readPicture(const Library& library, const std::string& name, Color backg
     if (bytes.first == 0xFF && bytes.second == 0xD8) return readJpeg(library, file.get());
     if (bytes.first == 'P' && bytes.second >= '1' && bytes.second <= '6') {
         return readPnm(library, file.get());
+    }
+    if (bytes.first == 'B' && bytes.second == 'M') {
+        fail("is a BMP file already", "turn it into another kind first, as tivar decode does");
     }
     fail("is neither PNG nor JPEG nor PNM", "convert it to one of them first");
 }

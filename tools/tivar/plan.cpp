@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 
+#include "display_page.h"
 #include "failure.h"
 #include "scaling.h"
 
@@ -69,7 +70,7 @@ void refuseSilentCompression(const ExportPlan& plan, const ExportRequest& reques
         failUsage(
             "an OS/2 file in the native form does not tell that it is compressed, so that "
             "no reader can know, and its length overwrites colours",
-            "leave one of the two, or add --force");
+            "leave out one of the two, or add --force");
     }
 }
 
@@ -127,7 +128,9 @@ ExportPlan planExport(Settings& settings, const ExportRequest& request, const Pi
     plan.os2 = record.fileType == FILE_TYPE_OS2;
     setCompression(plan, record, request);
     plan.sizeFromProfile = !request.profile.empty() && !request.size && profileNamesSize(settings);
-    if (!plan.sizeFromProfile) {
+    if (plan.sizeFromProfile) {
+        requireDisplayPage(settings, picture);
+    } else {
         const PixelSize own{picture.width, picture.height};
         fixSize(settings, plan, picture, sizeOfFile(request, request.size.value_or(own)));
     }

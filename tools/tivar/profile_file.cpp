@@ -3,10 +3,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <string_view>
 #include <system_error>
 
 #include "failure.h"
@@ -33,7 +35,33 @@ std::string missingEnding(const std::string& text) {
     return text.back() == '\r' ? "\n" : "\r\n";
 }
 
+std::string_view trimmed(std::string_view text) {
+    const size_t first = text.find_first_not_of(' ');
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+// The name in a section's header; "" = the line is none.
+std::string sectionIn(std::string_view line) {
+    line = trimmed(line.substr(0, line.find(';')));
+    if (!line.starts_with('[') || !line.ends_with(']')) return "";
+    return std::string(trimmed(line.substr(1, line.size() - 2)));
+}
+
 }  // namespace
+
+std::vector<std::string> sectionsOf(const std::string& path) {
+    const std::string text = contents(path);
+    const std::string_view all = text;
+    std::vector<std::string> sections;
+    for (size_t begin = 0; begin < all.size();) {
+        const size_t end = std::min(all.find_first_of("\r\n", begin), all.size());
+        const std::string section = sectionIn(all.substr(begin, end - begin));
+        if (!section.empty()) sections.push_back(section);
+        begin = end + 1;
+    }
+    return sections;
+}
 
 void requireWritable(const std::string& path) {
     std::error_code error;

@@ -4,8 +4,12 @@
 #define TIVAR_TOOL_PROFILE_FILE_H
 
 #include <string>
+#include <vector>
 
 namespace tool {
+
+// The names in brackets, as far as a section can have them, in the file's order.
+std::vector<std::string> sectionsOf(const std::string& path);
 
 // Fails when the profile cannot be replaced, of which the library would say nothing.
 void requireWritable(const std::string& path);

@@ -2,6 +2,11 @@
 
 #include <unistd.h>
 
+#include <utility>
+
+#include "failure.h"
+#include "input_file.h"
+#include "printable.h"
 #include "system.h"
 
 namespace tool {
@@ -15,8 +20,11 @@ void show(const std::string& text) {
 
 }  // namespace
 
-Progress::Progress(const std::string& inputName, bool quiet, bool onlyOne)
-    : input(inputName), visible(!quiet && ::isatty(STDERR_FILENO) != 0), live(visible && onlyOne) {}
+Progress::Progress(const std::string& inputName, bool isQuiet, bool onlyOne)
+    : input(nameOfInput(inputName)),
+      quiet(isQuiet),
+      visible(!isQuiet && ::isatty(STDERR_FILENO) != 0),
+      live(visible && onlyOne) {}
 
 Progress::~Progress() {
     if (open) show(kClearLine);
@@ -25,13 +33,19 @@ Progress::~Progress() {
 void showStep(Progress& progress, const std::string& step) {
     if (!progress.live) return;
     progress.open = true;
-    show(kClearLine + progress.input + ": " + step);
+    show(kClearLine + printable(progress.input + ": " + step));
 }
 
 void showResult(Progress& progress, const std::string& result) {
     if (!progress.visible) return;
-    show((progress.open ? kClearLine : "") + result + "\n");
+    show((progress.open ? kClearLine : "") + printable(result) + "\n");
     progress.open = false;
+}
+
+void showNotice(Progress& progress, const std::string& what, const std::string& remedy) {
+    if (progress.quiet) return;
+    if (std::exchange(progress.open, false)) show(kClearLine);
+    report(progress.input, what, remedy);
 }
 
 }  // namespace tool

@@ -9,17 +9,21 @@ namespace tool {
 
 struct Progress {
     std::string input;
+    bool quiet;         // nothing but failures is shown
     bool visible;       // standard error is a terminal and the user did not ask for quiet
     bool live;          // steps too, not only the result: one export at a time
     bool open = false;  // a step stands on the line
 
-    Progress(const std::string& inputName, bool quiet, bool onlyOne);
+    Progress(const std::string& inputName, bool isQuiet, bool onlyOne);
     ~Progress();
     Progress(const Progress&) = delete;
 };
 
 void showStep(Progress& progress, const std::string& step);
 void showResult(Progress& progress, const std::string& result);
+
+// A line about what the user may not expect of an export that succeeded, on a terminal or not.
+void showNotice(Progress& progress, const std::string& what, const std::string& remedy);
 
 }  // namespace tool
 

@@ -64,17 +64,33 @@ std::string describeResult(const Output& output, const Delivery& delivery, const
            std::to_string(delivery.start.length) + " bytes";
 }
 
+// What was asked for and is not in the file.
+void tellUnheard(Progress& progress, const ExportRequest& request, const ExportPlan& plan,
+                 const SetupRecord& record) {
+    if (request.compression == Compression::Native && !plan.native) {
+        showNotice(progress, "written raw, the native form is one of 4 and 8 bits",
+                   "choose the depth with --bits");
+    }
+    const bool recolours = !request.profile.empty() && record.colorMode > COLOR_MODE_AS_GIVEN &&
+                           record.colorMode <= COLOR_MODE_GREY_INVERTED;
+    if (recolours && request.route == Route::Filter) {
+        showNotice(progress,
+                   "the filter route leaves the colours as they are, whatever the profile says",
+                   "obey it with --route driver");
+    }
+}
+
 }  // namespace
 
 Exported runJob(const Library& library, const Job& job, const ExportRequest& request,
                 bool onlyOne) {
-    refuseOwnInput(job.input, job.target);
     Progress progress(job.input, request.quiet, onlyOne);
     const LibraryVoice voice;
     Settings settings(library, request.profile, request.mode);
     requireMode(settings);
     showStep(progress, "reading");
     Picture picture = readPicture(library, job.input, request.background);
+    refuseOwnInput(job.input, job.target, "name another file with -o");
     const auto begin = std::chrono::steady_clock::now();
     ExportPlan plan = planExport(settings, request, picture);
     showStep(progress, "exporting");
@@ -86,6 +102,7 @@ Exported runJob(const Library& library, const Job& job, const ExportRequest& req
     commit(output);
     const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - begin;
     showResult(progress, describeResult(output, delivery, plan));
+    tellUnheard(progress, request, plan, *settings.record);
     return {delivery.start.length, spent.count()};
 }
 

@@ -4,13 +4,14 @@
 #include <new>
 
 #include "failure.h"
+#include "profile_file.h"
 
 namespace tool {
 namespace {
 
 void checkProfile(const SetupRecord& record, const std::string& profile) {
     if (profile.size() >= sizeof record.profilePath) {
-        failAt(profile, "a profile's path may have 143 characters", "use a shorter path");
+        failAt(profile, "a profile's path may have at most 143 characters", "use a shorter path");
     }
     if (record.profilePath[0] == '\0') {
         failAt(profile, "the profile cannot be read",
@@ -18,12 +19,27 @@ void checkProfile(const SetupRecord& record, const std::string& profile) {
     }
 }
 
-std::string profileTextOr(const Settings& settings, const char* key, const char* otherwise) {
+std::string textIn(const Settings& settings, const char* section, const char* key,
+                   const char* otherwise) {
     std::array<char, 257> value{};  // longer than any line, so that it is always terminated
     const SetupRecord& record = *settings.record;
-    settings.library.profileString(record.modeName, key, otherwise, value.data(),
+    settings.library.profileString(section, key, otherwise, value.data(),
                                    static_cast<int32_t>(value.size()), record.profilePath);
     return value.data();
+}
+
+std::string profileTextOr(const Settings& settings, const char* key, const char* otherwise) {
+    return textIn(settings, settings.record->modeName, key, otherwise);
+}
+
+// The profile's modes, a comma between them.
+std::string listModes(const Settings& settings) {
+    std::string list;
+    for (const std::string& section : sectionsOf(settings.record->profilePath)) {
+        const bool isMode = !textIn(settings, section.c_str(), "Driver", "").empty();
+        if (isMode) list += (list.empty() ? "" : ", ") + section;
+    }
+    return list;
 }
 
 }  // namespace
@@ -58,11 +74,18 @@ bool hasMode(const Settings& settings) {
 
 void requireMode(const Settings& settings) {
     if (settings.profile.empty() || hasMode(settings)) return;
-    const SetupRecord& record = *settings.record;
-    const std::string mode =
-        record.modeName[0] == '\0' ? "no mode" : std::string("mode ") + record.modeName;
-    failAt(settings.profile, mode + " with a key Driver is in the profile",
-           "name one of its modes with --mode");
+    const std::string mode = settings.record->modeName;
+    const std::string modes = listModes(settings);
+    if (modes.empty()) {
+        failAt(settings.profile, "no section of the profile has a key Driver, so it has no mode",
+               "start a profile with \"tivar settings init\"");
+    }
+    const std::string remedy = "name one of its modes with --mode: " + modes;
+    if (mode.empty()) {
+        failAt(settings.profile, "no mode is named, neither by --mode nor by the profile's ~Mode",
+               remedy);
+    }
+    failAt(settings.profile, "the profile has no section " + mode + " with a key Driver", remedy);
 }
 
 bool hasKey(const Settings& settings, const char* key) {

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "failure.h"
+#include "inherited.h"
 #include "output.h"
 #include "setting_keys.h"
 #include "settings_commands.h"
@@ -58,7 +59,7 @@ void checkMode(const std::string& mode) {
 void checkTarget(const std::string& target, bool force) {
     std::error_code error;
     if (target.size() > kLongestPath) {
-        failAt(target, "a profile's path may have 143 characters", "use a shorter path");
+        failAt(target, "a profile's path may have at most 143 characters", "use a shorter path");
     }
     const std::string shadow = shadowOf(target);
     if (!shadow.empty()) {
@@ -102,9 +103,8 @@ void initSettings(const SettingsRequest& request) {
     const std::string mode = request.mode.empty() ? "Default" : request.mode;
     const std::string target = targetOf(request);
     checkMode(mode);
-    if (target != "-") checkTarget(target, request.force);
-    const Descriptor standardOutput(::dup(STDOUT_FILENO));
-    Output output(target, standardOutput);
+    if (!isStandardOutput(target)) checkTarget(target, request.force);
+    Output output(target, duplicate(STDOUT_FILENO));
     const std::string text = starter(mode);
     const int error = writeAll(output.file.number, text.data(), text.size());
     if (error != 0) failErrno(output.name, error);

@@ -2,13 +2,13 @@
 
 #include <CLI/CLI.hpp>
 
+#include "usage_error.h"
+
 namespace tool {
 namespace {
 
 CLI::Option* addProfile(CLI::App& app, SettingsRequest& request, const char* what) {
-    return app.add_option("--profile", request.profile, what)
-        ->check([](const std::string& name) { return std::string(name.empty() ? "is empty" : ""); })
-        ->type_name("FILE");
+    return app.add_option("--profile", request.profile, what)->check(notEmpty())->type_name("FILE");
 }
 
 CLI::Option* addMode(CLI::App& app, SettingsRequest& request, const char* what) {
@@ -39,7 +39,7 @@ SettingsCommands addSettingsCommands(CLI::App& app, Options& options) {
     commands.set
         ->add_option("KEY=VALUE", request.assignments,
                      "Keys as the profile has them, or bits, header, compress, colors; values as "
-                     "codes or in words")
+                     "codes or in words; colors is obeyed by exports with --route driver only")
         ->required()
         ->type_name("");
     addProfile(*commands.set, request, "The profile to change")->required();
@@ -55,6 +55,8 @@ SettingsCommands addSettingsCommands(CLI::App& app, Options& options) {
     for (CLI::App* command : {commands.show, commands.set, commands.init}) {
         addLibrary(*command, options.library);
     }
+    commands.all->footer("Exports obey colors with --route driver only.\n" +
+                         commands.all->get_footer());
     return commands;
 }
 

@@ -45,7 +45,7 @@ Change parseChange(const std::string& assignment) {
         const bool code = change.key->kind == SettingKind::Code;
         failUsage(
             assignment + (code ? " is none of " : " is not in the range ") + rangeOf(*change.key),
-            "choose one of these values");
+            code ? "choose one of these values" : "choose a value in this range");
     }
     change.text = formatNumber(change.value);
     return change;

@@ -1,9 +1,12 @@
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
 
+#include "display_page.h"
+#include "printable.h"
 #include "setting_keys.h"
 #include "settings.h"
 #include "settings_commands.h"
@@ -33,12 +36,17 @@ bool readNumber(const Settings& settings, const SettingKey& key, double& value) 
     return read(0) == read(1);
 }
 
+std::string displayOrigin(double value) {
+    const bool usable = std::isfinite(value) && value > 0;
+    return usable ? "display" : "display (" + displayVariable() + ")";
+}
+
 // A mode of the printer falls back to the display, a value out of range to the default.
 std::string originOf(const Settings& settings, const SettingKey& key) {
     if (settings.profile.empty()) return "default";
     if (key.kind == SettingKind::Text) return "profile";
     const SetupRecord& record = *settings.record;
-    if (followsDisplay(record, key.name)) return "display";
+    if (followsDisplay(record, key.name)) return displayOrigin(key.value(record));
     double read = 0;
     if (!readNumber(settings, key, read)) return "default";
     if (read == key.value(record)) return "profile";
@@ -47,11 +55,14 @@ std::string originOf(const Settings& settings, const SettingKey& key) {
 }
 
 std::string valueOf(const SetupRecord& record, const SettingKey& key) {
-    return key.kind == SettingKind::Text ? record.driverName : formatNumber(key.value(record));
+    if (key.kind == SettingKind::Text) return record.driverName;
+    const double value = key.value(record);
+    return std::isfinite(value) ? formatNumber(value) : "none";
 }
 
 const char* wordsOf(const SetupRecord& record, const SettingKey& key) {
-    return key.kind == SettingKind::Text ? "" : meaningOf(key, key.value(record));
+    const bool measured = key.kind != SettingKind::Text && std::isfinite(key.value(record));
+    return measured ? meaningOf(key, key.value(record)) : "";
 }
 
 void printSettings(const Settings& settings) {
@@ -62,8 +73,8 @@ void printSettings(const Settings& settings) {
     }
     for (const SettingKey& key : settingKeys()) {
         std::printf("%-16s  %-*s  %-34s  %s\n", key.name, static_cast<int>(width),
-                    valueOf(record, key).c_str(), wordsOf(record, key),
-                    originOf(settings, key).c_str());
+                    printable(valueOf(record, key)).c_str(), wordsOf(record, key),
+                    printable(originOf(settings, key)).c_str());
     }
 }
 
@@ -76,7 +87,8 @@ void showSettings(const Library& library, const SettingsRequest& request) {
     if (request.profile.empty()) {
         std::printf("no profile, built-in settings\n\n");
     } else {
-        std::printf("profile %s, mode %s\n\n", record.profilePath, record.modeName);
+        std::printf("profile %s, mode %s\n\n", printable(record.profilePath).c_str(),
+                    printable(record.modeName).c_str());
     }
     printSettings(settings);
 }

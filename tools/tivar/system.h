@@ -3,6 +3,7 @@
 #ifndef TIVAR_TOOL_SYSTEM_H
 #define TIVAR_TOOL_SYSTEM_H
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -28,6 +29,12 @@ struct Descriptor {
         if (number >= 0) ::close(number);
     }
 };
+
+// Another number for the same open file, which programs that are started do not get.
+inline Descriptor duplicate(int descriptor) {
+    constexpr int kFirstFree = 3;
+    return Descriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, kFirstFree));
+}
 
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }

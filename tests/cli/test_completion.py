@@ -1,0 +1,42 @@
+"""Bash completion of options and their values."""
+
+import subprocess
+from pathlib import Path
+
+import pytest
+
+COMPLETION = Path(__file__).parents[2] / "packaging" / "tivar.bash-completion"
+SCRIPT = """
+source "$0"
+COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
+_tivar
+printf '%s\\n' "${COMPREPLY[@]}"
+"""
+
+
+@pytest.mark.parametrize(
+    "words,wanted",
+    [
+        ("export --bits ", ["1", "24", "4", "8"]),
+        ("export --bits = ", ["1", "24", "4", "8"]),
+        ("export --compress = p", ["portable"]),
+        ("export --profile = m", ["my.ini"]),
+        ("export --profile my.ini --mode ", ["Big\\ one", "Small"]),
+        ("export --profile = my.ini --mode = S", ["Small"]),
+        ("settings show --profile my.ini --mode B", ["Big\\ one"]),
+        ("export --mode ", []),
+        ("gallery a.png -o ", ["pictures"]),
+        ("export a.png -o ", ["old.bmp", "pictures"]),
+        ("settings set header = ", ["os2", "windows"]),
+    ],
+)
+def test_completions(tmp_path, words, wanted):
+    (tmp_path / "pictures").mkdir()
+    (tmp_path / "old.bmp").touch()
+    (tmp_path / "my.ini").write_text("[TIVAR]\n~Mode=Small\n[Small]\r\nDriver=A\n[Big one]\nDriver=A\n")
+    typed = ["tivar", *words.split(" ")]
+    done = subprocess.run(
+        ["bash", "-c", SCRIPT, COMPLETION, *typed], cwd=tmp_path, capture_output=True, text=True
+    )
+    assert sorted(filter(None, done.stdout.splitlines())) == wanted
+    assert done.stderr == ""

@@ -1,0 +1,17 @@
+// Names and values as a terminal may be shown them.
+
+#ifndef TIVAR_TOOL_PRINTABLE_H
+#define TIVAR_TOOL_PRINTABLE_H
+
+#include <string>
+#include <string_view>
+
+namespace tool {
+
+// The text with line ends as blanks and every other control character as \xNN, so that a name can
+// neither break a line nor command the terminal. Other bytes stay, whatever their encoding.
+std::string printable(std::string_view text);
+
+}  // namespace tool
+
+#endif
