@@ -13,9 +13,11 @@ namespace {
 
 // The name of a file that looks like an option; "" = there is none.
 std::string fileTakenForOptions(std::span<char* const> arguments) {
-    for (const std::string argument : arguments) {
+    for (const std::string_view argument : arguments) {
         if (argument == "--") break;
-        if (argument.starts_with('-') && ::access(argument.c_str(), F_OK) == 0) return argument;
+        if (argument.starts_with('-') && ::access(argument.data(), F_OK) == 0) {
+            return std::string(argument);
+        }
     }
     return "";
 }
