@@ -242,14 +242,10 @@ void ditherGreys(GreyRow first, GreyRow second, uint32_t width) {
 
 // ---- Whole bitmaps ----
 
-MemHandle allocateRow(uint64_t bytes) {
-    return bytes > UINT32_MAX ? 0 : allocateQuietly(TIVAR_GMEM_FLAGS, static_cast<uint32_t>(bytes));
-}
-
 // A row in flight with its margins.
 struct FlightRow {
     explicit FlightRow(uint32_t width)
-        : block(allocateRow((uint64_t{width} + 2 * kMargin) * sizeof(FlightPixel))) {}
+        : block(allocateScratch((uint64_t{width} + 2 * kMargin) * sizeof(FlightPixel))) {}
     FlightPixel* pixels() const { return reinterpret_cast<FlightPixel*>(block.data) + kMargin; }
     OwnedBlock block;
 };
@@ -261,10 +257,10 @@ void spreadPixels(const uint8_t* colors, uint32_t width, FlightPixel* pixels) {
 bool ditherColorRows(RowLoader& loader, const DitherTarget& target, const uint8_t* stored,
                      uint32_t width, uint32_t height, size_t stride) {
     const FlightRow rows[3] = {FlightRow(width), FlightRow(width), FlightRow(width)};
-    const OwnedBlock colors(allocateRow(uint64_t{width} * 3));
-    const OwnedBlock indices(allocateRow(uint64_t{width} * 2));
+    const OwnedBlock colors(allocateScratch(uint64_t{width} * 3));
+    const OwnedBlock indices(allocateScratch(uint64_t{width} * 2));
     const auto entryCount = static_cast<uint32_t>(std::max<int>(target.count, 1));
-    const OwnedBlock entryBlock(allocateRow(uint64_t{entryCount} * sizeof(FlightPixel)));
+    const OwnedBlock entryBlock(allocateScratch(uint64_t{entryCount} * sizeof(FlightPixel)));
     if (!rows[0].block || !rows[1].block || !rows[2].block || !colors || !indices || !entryBlock)
         return false;
     auto* entries = reinterpret_cast<FlightPixel*>(entryBlock.data);
@@ -296,9 +292,9 @@ bool ditherColorRows(RowLoader& loader, const DitherTarget& target, const uint8_
 
 bool ditherGreyRows(RowLoader& loader, const DitherTarget& target, const uint8_t* stored,
                     uint32_t width, uint32_t height, size_t stride) {
-    const OwnedBlock levels(allocateRow(uint64_t{width} * 3));
-    const OwnedBlock colors(allocateRow(uint64_t{width} * 3));
-    const OwnedBlock indices(allocateRow(uint64_t{width} * 2));
+    const OwnedBlock levels(allocateScratch(uint64_t{width} * 3));
+    const OwnedBlock colors(allocateScratch(uint64_t{width} * 3));
+    const OwnedBlock indices(allocateScratch(uint64_t{width} * 2));
     if (!levels || !colors || !indices) return false;
     const GreySteps steps(target, stored);
     uint8_t* rows[3] = {levels.data, levels.data + width, levels.data + size_t{width} * 2};

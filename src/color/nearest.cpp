@@ -18,7 +18,7 @@ bool isGreyEntry(const uint8_t* entry) {
 
 // Takes a block over into an owner; false without memory.
 bool obtain(OwnedBlock& owner, size_t bytes) {
-    owner.handle = allocateQuietly(TIVAR_GMEM_FLAGS, static_cast<uint32_t>(bytes));
+    owner.handle = allocateScratch(bytes);
     owner.data = static_cast<uint8_t*>(GlobalLock(owner.handle));
     return owner.data != nullptr;
 }

@@ -18,7 +18,7 @@ RowConverter::RowConverter(int16_t fromBits, const PixelTarget& to, uint32_t row
     : sourceBits(fromBits),
       target(to),
       width(rowWidth),
-      indexBlock(rowWidth < UINT32_MAX - 8 ? allocateQuietly(TIVAR_GMEM_FLAGS, rowWidth + 8) : 0) {
+      indexBlock(allocateScratch(uint64_t{rowWidth} + 8)) {
     const bool toIndices = isIndexedDepth(target.bitsPerPixel);
     if (!indexBlock) return;
     if (isIndexedDepth(sourceBits)) {

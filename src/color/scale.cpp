@@ -60,9 +60,9 @@ void copyColumns(const uint8_t* sourceRow, const uint32_t* columns, uint32_t fir
 }
 
 // Nothing for rows beyond any picture's: they are few, and the scratch would be larger than they.
-MemHandle allocateScratch(uint64_t bytes) {
+MemHandle allocateRowScratch(uint64_t bytes) {
     constexpr uint64_t kMostBytes = 1u << 24;
-    return bytes > kMostBytes ? 0 : allocateQuietly(TIVAR_GMEM_FLAGS, static_cast<uint32_t>(bytes));
+    return bytes > kMostBytes ? 0 : allocateScratch(bytes);
 }
 
 // Resamples the rows of a bitmap: which pixel goes where is worked out once for all of them. The
@@ -73,8 +73,8 @@ struct RowResampler {
           sourceWidth(fromWidth),
           destWidth(toWidth),
           first(toWidth),
-          columnBlock(tracesPixels() ? 0 : allocateScratch(uint64_t{toWidth} * sizeof(uint32_t))),
-          indexBlock(depth < 8 ? allocateScratch(uint64_t{fromWidth} + 8 + toWidth) : 0) {
+          columnBlock(tracesPixels() ? 0 : allocateRowScratch(uint64_t{toWidth} * sizeof(uint32_t))),
+          indexBlock(depth < 8 ? allocateRowScratch(uint64_t{fromWidth} + 8 + toWidth) : 0) {
         if (!columnBlock) return;
         auto* columns = reinterpret_cast<uint32_t*>(columnBlock.data);
         const auto note = [&](uint32_t from, uint32_t to) {

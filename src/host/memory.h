@@ -55,6 +55,11 @@ struct OwnedBlock {
     uint8_t* data;
 };
 
+// Zeroed, and without a word when there is no memory; 0 for what passes 32 bits.
+inline MemHandle allocateScratch(uint64_t size) {
+    return size > UINT32_MAX ? 0 : allocateQuietly(TIVAR_GMEM_FLAGS, static_cast<uint32_t>(size));
+}
+
 inline MemHandle allocateZeroed(uint32_t size) {
     return GlobalAlloc(TIVAR_GMEM_FLAGS, size);
 }

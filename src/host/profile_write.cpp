@@ -179,9 +179,7 @@ void rewriteProfile(OxlStream source, const char* path, const Change& change) {
     struct stat status = {};
     const bool exists = stat(path, &status) == 0;
     // A profile that is there but cannot be read must not be replaced, nor hidden by a new one.
-    char place[PATH_MAX];
-    const bool elsewhere = pathInIniDir(place, sizeof place, path) && access(place, F_OK) == 0;
-    if (source == 0 && (exists || elsewhere)) return;
+    if (source == 0 && (exists || isInIniDir(path))) return;
     char target[PATH_MAX];
     if (!exists) copyBounded(target, sizeof target, path);
     if (exists && realpath(path, target) == nullptr) return;

@@ -5,8 +5,6 @@
 namespace tool {
 namespace {
 
-constexpr uint32_t kCoreHeaderBytes = 12;
-
 std::string text(uint64_t number) {
     return std::to_string(number);
 }
@@ -35,13 +33,8 @@ void checkFileHeader(const BmpFile& file, BmpFlaws& flaws) {
     }
 }
 
-bool isKnownDepth(uint16_t bits) {
-    return bits == 1 || bits == 2 || bits == 4 || bits == 8 || bits == 16 || bits == 24 ||
-           bits == 32;
-}
-
 void checkShape(const BmpFile& file, BmpFlaws& flaws) {
-    const bool core = file.headerBytes == kCoreHeaderBytes;
+    const bool core = hasCoreHeader(file);
     if (file.width <= 0) flaws.add({kBmpWidth, "a width of " + std::to_string(file.width)});
     if (file.height == 0) flaws.add({kBmpWidth + (core ? 2 : 4), "a height of 0"});
     if (file.planes != 1) {
@@ -87,10 +80,9 @@ void checkPalette(const BmpFile& file, BmpFlaws& flaws) {
     }
 }
 
-void checkImageSize(const BmpFile& file, BmpFlaws& flaws) {
+void checkImageSize(const BmpFile& file, uint64_t used, BmpFlaws& flaws) {
     if (!hasFullHeader(file) || file.form == BmpForm::Unknown) return;
     const uint64_t raw = file.rowBytes * file.rows;
-    const uint64_t used = endOfPixels(file) - file.pixelsAt;
     const bool fits = file.form == BmpForm::Raw ? file.imageSize == 0 || file.imageSize == raw
                                                 : file.imageSize == used;
     if (!fits) {
@@ -100,50 +92,47 @@ void checkImageSize(const BmpFile& file, BmpFlaws& flaws) {
     }
 }
 
-void checkRawExtent(const BmpFile& file, BmpFlaws& flaws) {
+RunMap mapRaw(const BmpFile& file) {
     const uint64_t wanted = file.rowBytes * file.rows;
     const uint64_t there = pixelBytes(file).size();
+    RunMap map;
+    map.end = static_cast<size_t>(std::min(wanted, there));
     if (there < wanted) {
-        flaws.add({file.bytes.size(),
-                   "the pixels are cut short: " + text(there) + " of " + text(wanted) + " bytes",
-                   true});
+        map.flaws.add(
+            {file.bytes.size(),
+             "the pixels are cut short: " + text(there) + " of " + text(wanted) + " bytes", true});
     }
+    return map;
+}
+
+RunMap mapUnknown(const BmpFile& file) {
+    RunMap map;
+    if (file.rows == 0) {
+        map.flaws.add({kBmpWidth, "the header gives no picture", true});
+    } else {
+        map.flaws.add({kBmpCompressionField,
+                       "no reading is known of compression " + text(file.compression) +
+                           " at a depth of " + text(file.bits) + " bits",
+                       true});
+    }
+    return map;
 }
 
 }  // namespace
 
-BmpFlaws headerFlaws(const BmpFile& file) {
+RunMap mapPixels(const BmpFile& file) {
+    if (file.form == BmpForm::Unknown) return mapUnknown(file);
+    if (file.form == BmpForm::Raw) return mapRaw(file);
+    return mapRuns(pixelBytes(file), runShape(file, file.form), file.pixelsAt);
+}
+
+BmpFlaws headerFlaws(const BmpFile& file, uint64_t pixelLength) {
     BmpFlaws flaws;
     checkFileHeader(file, flaws);
     checkInfoHeader(file, flaws);
     checkPalette(file, flaws);
-    checkImageSize(file, flaws);
+    checkImageSize(file, pixelLength, flaws);
     return flaws;
-}
-
-BmpFlaws pixelFlaws(const BmpFile& file) {
-    BmpFlaws flaws;
-    if (file.rows == 0) {
-        flaws.add({kBmpWidth, "the header gives no picture", true});
-    } else if (file.form == BmpForm::Unknown) {
-        flaws.add({kBmpCompressionField,
-                   "no reading is known of compression " + text(file.compression) +
-                       " at a depth of " + text(file.bits) + " bits",
-                   true});
-    } else if (file.form == BmpForm::Raw) {
-        checkRawExtent(file, flaws);
-    } else {
-        return mapRuns(pixelBytes(file), runShape(file, file.form), file.pixelsAt).flaws;
-    }
-    return flaws;
-}
-
-uint64_t endOfPixels(const BmpFile& file) {
-    if (file.form == BmpForm::Unknown) return file.pixelsAt;
-    if (file.form == BmpForm::Raw) {
-        return std::min<uint64_t>(file.pixelsAt + file.rowBytes * file.rows, file.bytes.size());
-    }
-    return file.pixelsAt + mapRuns(pixelBytes(file), runShape(file, file.form), 0).end;
 }
 
 }  // namespace tool

@@ -8,14 +8,13 @@
 
 namespace tool {
 
-// Of the headers and the palette.
-BmpFlaws headerFlaws(const BmpFile& file);
+// One walk over the pixels: where they end, as far as the file has them, what is wrong with them and,
+// in encoded files, where the rows begin. Places count from file.pixelsAt, those of flaws from the
+// file's start.
+RunMap mapPixels(const BmpFile& file);
 
-// Of the pixels: their extent and, in encoded files, their runs.
-BmpFlaws pixelFlaws(const BmpFile& file);
-
-// Behind the last byte of the pixels, as far as the file has them.
-uint64_t endOfPixels(const BmpFile& file);
+// Of the headers and the palette; pixelLength is the end that the walk found.
+BmpFlaws headerFlaws(const BmpFile& file, uint64_t pixelLength);
 
 }  // namespace tool
 

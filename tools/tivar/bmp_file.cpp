@@ -67,7 +67,7 @@ void readCoreHeader(BmpFile& file) {
 }
 
 void readInfoHeader(BmpFile& file) {
-    if (file.headerBytes == kCoreHeaderBytes) return readCoreHeader(file);
+    if (hasCoreHeader(file)) return readCoreHeader(file);
     const uint8_t* at = file.bytes.data();
     file.width = signed32(at + kBmpWidth);
     file.height = signed32(at + kBmpWidth + 4);
@@ -82,9 +82,7 @@ void readInfoHeader(BmpFile& file) {
 }
 
 void measureRows(BmpFile& file) {
-    constexpr std::array<uint16_t, 7> kDepths{1, 2, 4, 8, 16, 24, 32};
-    const bool usable = std::find(kDepths.begin(), kDepths.end(), file.bits) != kDepths.end() &&
-                        file.width > 0 && file.height != 0;
+    const bool usable = isKnownDepth(file.bits) && file.width > 0 && file.height != 0;
     if (!usable) return;
     file.rows = static_cast<uint64_t>(std::llabs(file.height));
     file.rowBytes = rowBytes(static_cast<uint64_t>(file.width), file.bits);
@@ -98,7 +96,7 @@ uint64_t promisedColors(const BmpFile& file) {
 // As many entries as are promised, fit the depth and lie before the pixels.
 void readPalette(BmpFile& file) {
     file.paletteAt = std::min(file.bytes.size(), kFileHeaderBytes + size_t{file.headerBytes});
-    file.entryBytes = file.headerBytes == kCoreHeaderBytes ? 3 : 4;
+    file.entryBytes = hasCoreHeader(file) ? 3 : 4;
     file.colorsPromised = promisedColors(file);
     if (file.bits > 8) return;
     const size_t end = std::clamp(size_t{file.pixelOffset}, file.paletteAt, file.bytes.size());
@@ -133,6 +131,15 @@ BmpForm formOf(const BmpFile& file) {
 }
 
 }  // namespace
+
+bool isKnownDepth(uint16_t bits) {
+    constexpr std::array<uint16_t, 7> kDepths{1, 2, 4, 8, 16, 24, 32};
+    return std::find(kDepths.begin(), kDepths.end(), bits) != kDepths.end();
+}
+
+bool hasCoreHeader(const BmpFile& file) {
+    return file.headerBytes == kCoreHeaderBytes;
+}
 
 bool hasFullHeader(const BmpFile& file) {
     return file.headerBytes >= kFullHeaderBytes;

@@ -63,6 +63,11 @@ struct BmpFile {
 // What does not begin like a BMP file with a known header is a Failure.
 BmpFile parseBmp(std::vector<uint8_t> bytes);
 
+bool isKnownDepth(uint16_t bits);
+
+// Whether the header is that of OS/2 1.x, with 16-bit sides and palette entries of 3 bytes.
+bool hasCoreHeader(const BmpFile& file);
+
 // Whether the header has a compression field and the rest of the 40 bytes.
 bool hasFullHeader(const BmpFile& file);
 
@@ -72,6 +77,11 @@ RunShape runShape(const BmpFile& file, BmpForm form);
 // "Windows, 40 bytes"
 std::string headerName(uint32_t headerBytes);
 bool isKnownHeader(uint32_t headerBytes);
+
+// Row y of the picture as the file counts rows.
+inline uint64_t rowInFile(const BmpFile& file, uint64_t y) {
+    return file.height < 0 ? y : file.rows - 1 - y;
+}
 
 inline std::span<const uint8_t> pixelBytes(const BmpFile& file) {
     return std::span(file.bytes).subspan(file.pixelsAt);

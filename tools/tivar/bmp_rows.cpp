@@ -14,13 +14,13 @@ namespace {
 constexpr uint64_t kLongestSide = 1'000'000;
 constexpr uint64_t kMostPixels = uint64_t{1} << 32;
 
-void requireDecodable(const BmpFile& file) {
+void requireDecodable(const BmpFile& file, const BmpFlaws& flaws) {
     const bool depth = file.bits == 1 || file.bits == 4 || file.bits == 8 || file.bits == 24;
     if (!depth) {
         fail("has " + std::to_string(file.bits) + " bits per pixel",
              "only 1, 4, 8 and 24 are decoded");
     }
-    for (const BmpFlaw& flaw : pixelFlaws(file).list) {
+    for (const BmpFlaw& flaw : flaws.list) {
         if (flaw.losesPixels) {
             fail(flaw.what + ", at byte " + std::to_string(flaw.at),
                  "see tivar inspect, or get a complete copy of it");
@@ -31,11 +31,6 @@ void requireDecodable(const BmpFile& file) {
         fail("claims " + std::to_string(width) + " x " + std::to_string(file.rows) + " pixels",
              "only sides up to 1000000 and 4294967296 pixels are decoded");
     }
-}
-
-// Row y of the picture as the file counts rows.
-uint64_t rowInFile(const BmpFile& file, uint32_t y) {
-    return file.height < 0 ? y : file.rows - 1 - y;
 }
 
 void readRaw(const BmpFile& file, uint32_t y, uint8_t* packed, size_t count) {
@@ -73,7 +68,8 @@ void readEncoded(RunRows& rows, uint32_t y, uint8_t* packed, size_t count) {
 }  // namespace
 
 PixelRows rowsOf(const BmpFile& file) {
-    requireDecodable(file);
+    RunMap map = mapPixels(file);
+    requireDecodable(file, map.flaws);
     PixelRows rows;
     rows.width = static_cast<uint32_t>(file.width);
     rows.height = static_cast<uint32_t>(file.rows);
@@ -90,8 +86,7 @@ PixelRows rowsOf(const BmpFile& file) {
     const RunShape shape = runShape(file, file.form);
     // One index more than the row has, which fills its last byte.
     auto encoded = std::make_shared<RunRows>(
-        RunRows{file, shape, mapRuns(pixelBytes(file), shape, file.pixelsAt),
-                std::vector<uint8_t>(shape.rowPixels + 1)});
+        RunRows{file, shape, std::move(map), std::vector<uint8_t>(shape.rowPixels + 1)});
     rows.read = [encoded, count](uint32_t y, uint8_t* packed) {
         readEncoded(*encoded, y, packed, count);
     };

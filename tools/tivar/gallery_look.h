@@ -56,7 +56,7 @@ thead th { border-top: 0; color: var(--soft); font-weight: normal; font-size: .8
 td.number, th.number { text-align: right; font-variant-numeric: tabular-nums; }
 td.size {
   min-width: 5rem;
-  background: linear-gradient(var(--bar), var(--bar)) right .75rem bottom 2px / calc(var(--share) * .9) 4px no-repeat;
+  background: linear-gradient(var(--bar), var(--bar)) right .6rem bottom 2px / calc(var(--share) * .9) 4px no-repeat;
 }
 td:last-child, th:last-child { padding-right: 0; }
 .palette { list-style: none; display: flex; flex-wrap: wrap; gap: 2px; padding: 0; margin: .75rem 0 0; }

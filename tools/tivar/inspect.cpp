@@ -115,8 +115,7 @@ BmpFlaw indexFlaw(const BmpFile& file, uint64_t x, uint64_t y, unsigned index) {
     BmpFlaw flaw;
     flaw.at = file.pixelsAt;
     if (file.form == BmpForm::Raw) {
-        const uint64_t row = file.height < 0 ? y : file.rows - 1 - y;
-        flaw.at += row * file.rowBytes + x * file.bits / 8;
+        flaw.at += rowInFile(file, y) * file.rowBytes + x * file.bits / 8;
     }
     flaw.what = "pixel " + std::to_string(x) + ", " + std::to_string(y) + " has colour " +
                 std::to_string(index) + ", the palette has " + std::to_string(file.palette.size());
@@ -160,9 +159,10 @@ BmpFlaws indexFlaws(const BmpFile& file) {
 }
 
 // All kinds together in the order of the file.
-BmpFlaws allFlaws(const BmpFile& file) {
+BmpFlaws allFlaws(const BmpFile& file, const RunMap& pixels) {
     BmpFlaws all;
-    for (const BmpFlaws& kind : {headerFlaws(file), pixelFlaws(file), indexFlaws(file)}) {
+    for (const BmpFlaws& kind :
+         {headerFlaws(file, pixels.end), pixels.flaws, indexFlaws(file)}) {
         all.list.insert(all.list.end(), kind.list.begin(), kind.list.end());
         all.more += kind.more;
     }
@@ -191,9 +191,10 @@ int inspectFile(const std::string& input) {
     std::printf("%s: %zu bytes\n", printable(nameOfInput(input)).c_str(), file.bytes.size());
     printFileHeader(file);
     printInfoHeader(file);
-    printPixels(file, endOfPixels(file));
+    const RunMap pixels = mapPixels(file);
+    printPixels(file, file.pixelsAt + pixels.end);
     printPalette(file);
-    const int result = printFlaws(allFlaws(file));
+    const int result = printFlaws(allFlaws(file, pixels));
     finishPrinting();
     return result;
 }
