@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <optional>
 
+#include "color/color_transform.h"
 #include "color/pixel.h"
-#include "driver/color_transform.h"
 #include "harness/check.h"
 #include "harness/heap.h"
 #include "harness/pictures.h"

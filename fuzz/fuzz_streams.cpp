@@ -8,12 +8,12 @@
 #include <deque>
 #include <string>
 
+#include "base/memory.h"
 #include "harness/check.h"
 #include "harness/heap.h"
 #include "harness/pictures.h"
 #include "harness/scratch.h"
 #include "harness/target.h"
-#include "host/memory.h"
 #include "io/plain_stream.h"
 #include "io/stream_record.h"
 

@@ -6,7 +6,7 @@
 
 #include <cstddef>
 
-#include "host/memory.h"
+#include "base/memory.h"
 
 namespace tivar {
 

@@ -5,12 +5,12 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/memory.h"
+#include "base/numbers.h"
 #include "color/bitmap.h"
 #include "color/debug.h"
 #include "color/pixel.h"
 #include "color/row_converter.h"
-#include "host/memory.h"
-#include "host/numbers.h"
 
 namespace tivar {
 namespace {

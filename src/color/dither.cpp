@@ -9,13 +9,13 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/memory.h"
+#include "base/numbers.h"
 #include "color/bitmap.h"
+#include "color/color_transform.h"
 #include "color/debug.h"
 #include "color/dither_rows.h"
 #include "color/pixel.h"
-#include "driver/color_transform.h"
-#include "host/memory.h"
-#include "host/numbers.h"
 
 namespace tivar {
 namespace {

@@ -5,11 +5,11 @@
 #include <optional>
 #include <utility>
 
+#include "base/memory.h"
+#include "color/color_transform.h"
 #include "color/nearest.h"
 #include "color/row_converter.h"
 #include "color/rows.h"
-#include "driver/color_transform.h"
-#include "host/memory.h"
 
 namespace tivar {
 namespace {

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/memory.h"
 #include "color/bitmap.h"
 #include "color/debug.h"
 #include "color/pixel.h"
-#include "host/memory.h"
 
 namespace tivar {
 namespace {

@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/memory.h"
 #include "color/bitmap.h"
 #include "color/debug.h"
-#include "host/memory.h"
 
 namespace tivar {
 namespace {

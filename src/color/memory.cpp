@@ -1,5 +1,5 @@
 // The library's own names for movable memory, and its debug level.
-#include "host/memory.h"
+#include "base/memory.h"
 
 #include <tivar/color.h>
 

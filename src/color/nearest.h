@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "host/memory.h"
+#include "base/memory.h"
 
 namespace tivar {
 

@@ -1,9 +1,9 @@
 // Nearest colours and the maps from one colour table to another.
 #include <cstdint>
 
+#include "base/memory.h"
+#include "base/numbers.h"
 #include "color/pixel.h"
-#include "host/memory.h"
-#include "host/numbers.h"
 
 namespace tivar {
 namespace {

@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <optional>
 
+#include "base/memory.h"
 #include "color/nearest.h"
 #include "color/pixel.h"
-#include "host/memory.h"
 
 namespace tivar {
 

@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/memory.h"
+#include "base/numbers.h"
 #include "color/bitmap.h"
 #include "color/debug.h"
 #include "color/pixel.h"
 #include "color/rows.h"
-#include "host/memory.h"
-#include "host/numbers.h"
 
 namespace tivar {
 namespace {
@@ -73,7 +73,8 @@ struct RowResampler {
           sourceWidth(fromWidth),
           destWidth(toWidth),
           first(toWidth),
-          columnBlock(tracesPixels() ? 0 : allocateRowScratch(uint64_t{toWidth} * sizeof(uint32_t))),
+          columnBlock(tracesPixels() ? 0
+                                     : allocateRowScratch(uint64_t{toWidth} * sizeof(uint32_t))),
           indexBlock(depth < 8 ? allocateRowScratch(uint64_t{fromWidth} + 8 + toWidth) : 0) {
         if (!columnBlock) return;
         auto* columns = reinterpret_cast<uint32_t*>(columnBlock.data);

@@ -5,14 +5,14 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/memory.h"
+#include "color/color_transform.h"
 #include "driver/cells.h"
-#include "driver/color_transform.h"
 #include "driver/device_state.h"
 #include "driver/error_stack.h"
 #include "driver/operations.h"
 #include "driver/param_block.h"
 #include "driver/window.h"
-#include "host/memory.h"
 
 namespace tivar {
 namespace {

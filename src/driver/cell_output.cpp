@@ -5,12 +5,12 @@
 
 #include <cstring>
 
+#include "base/memory.h"
+#include "base/numbers.h"
 #include "driver/cells.h"
 #include "driver/device_state.h"
 #include "driver/window.h"
 #include "export/bmp_writer.h"
-#include "host/memory.h"
-#include "host/numbers.h"
 
 namespace tivar {
 namespace {

@@ -6,14 +6,14 @@
 
 #include <cstring>
 
+#include "base/memory.h"
+#include "base/status.h"
+#include "base/text.h"
 #include "driver/device_state.h"
 #include "driver/error_stack.h"
 #include "export/bmp_writer.h"
 #include "export/output_target.h"
 #include "export/platform_hooks.h"
-#include "host/memory.h"
-#include "host/status.h"
-#include "host/text.h"
 
 namespace tivar {
 namespace {

@@ -6,12 +6,12 @@
 
 #include <cstring>
 
+#include "base/memory.h"
+#include "base/status.h"
+#include "base/text.h"
 #include "driver/error_stack.h"
 #include "driver/operations.h"
 #include "export/output_target.h"
-#include "host/memory.h"
-#include "host/status.h"
-#include "host/text.h"
 
 MemHandle hEMData = 0;
 EMData* lpEMData = nullptr;

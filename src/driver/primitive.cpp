@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/memory.h"
 #include "driver/cells.h"
 #include "driver/device_state.h"
 #include "driver/error_stack.h"
 #include "driver/operations.h"
 #include "driver/param_block.h"
-#include "host/memory.h"
 
 namespace tivar {
 namespace {

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "driver/color_transform.h"
+#include "base/numbers.h"
+#include "color/color_transform.h"
 #include "driver/error_stack.h"
 #include "driver/operations.h"
 #include "driver/param_block.h"
-#include "host/numbers.h"
 
 namespace tivar {
 namespace {

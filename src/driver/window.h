@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "host/numbers.h"
+#include "base/numbers.h"
 
 namespace tivar {
 

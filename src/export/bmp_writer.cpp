@@ -4,11 +4,11 @@
 
 #include <algorithm>
 
+#include "base/memory.h"
 #include "color/bitmap.h"
 #include "export/bmp_writer.h"
 #include "export/red_blue.h"
 #include "export/rle.h"
-#include "host/memory.h"
 #include "io/stream_record.h"
 
 namespace tivar {

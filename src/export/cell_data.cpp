@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/memory.h"
+#include "base/numbers.h"
 #include "driver/error_stack.h"
-#include "host/memory.h"
-#include "host/numbers.h"
 
 namespace tivar {
 namespace {

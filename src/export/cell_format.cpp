@@ -5,7 +5,7 @@
 
 #include <cmath>
 
-#include "host/numbers.h"
+#include "base/numbers.h"
 
 namespace tivar {
 namespace {

@@ -3,8 +3,8 @@
 #include <tivar/filter.h>
 #include <tivar/stream.h>
 
+#include "base/memory.h"
 #include "export/output_target.h"
-#include "host/memory.h"
 
 namespace tivar {
 namespace {

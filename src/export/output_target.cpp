@@ -2,8 +2,8 @@
 
 #include <tivar/stream.h>
 
-#include "host/memory.h"
-#include "host/text.h"
+#include "base/memory.h"
+#include "base/text.h"
 
 namespace tivar {
 namespace {

@@ -4,10 +4,10 @@
 
 #include <algorithm>
 
+#include "base/memory.h"
+#include "base/numbers.h"
+#include "base/status.h"
 #include "export/bmp_writer.h"
-#include "host/memory.h"
-#include "host/numbers.h"
-#include "host/status.h"
 
 namespace tivar {
 namespace {

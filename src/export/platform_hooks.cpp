@@ -2,7 +2,7 @@
 
 #include <tivar/export.h>
 
-#include "host/memory.h"
+#include "base/memory.h"
 
 namespace tivar {
 namespace {

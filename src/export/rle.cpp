@@ -11,7 +11,7 @@
 
 #include <bit>
 
-#include "host/memory.h"
+#include "base/memory.h"
 
 namespace tivar {
 namespace {

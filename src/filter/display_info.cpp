@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <initializer_list>
 
-#include "host/numbers.h"
-#include "host/text.h"
+#include "base/numbers.h"
+#include "base/text.h"
 
 namespace tivar {
 namespace {

@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/memory.h"
+#include "base/numbers.h"
+#include "base/text.h"
 #include "filter/string_table.h"
-#include "host/memory.h"
-#include "host/numbers.h"
-#include "host/text.h"
 
 namespace tivar {
 namespace {

@@ -1,8 +1,8 @@
 // Settings from a mode's section of the profile, and the ranges that they must keep.
 #include <tivar/filter.h>
 
+#include "base/text.h"
 #include "filter/string_table.h"
-#include "host/text.h"
 
 namespace tivar {
 namespace {

@@ -4,12 +4,12 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/memory.h"
+#include "base/temp_name.h"
+#include "base/text.h"
 #include "filter/identity.h"
 #include "filter/string_table.h"
-#include "host/memory.h"
-#include "host/temp_name.h"
-#include "host/text.h"
-#include "io/path.h"
+#include "profile/path.h"
 
 MemHandle hRaster = 0;
 SetupRecord* lpRaster = nullptr;

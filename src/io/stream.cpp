@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "host/memory.h"
-#include "host/text.h"
+#include "base/memory.h"
+#include "base/text.h"
 #include "io/stream_record.h"
 
 namespace tivar {

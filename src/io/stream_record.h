@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "host/memory.h"
+#include "base/memory.h"
 
 namespace tivar {
 

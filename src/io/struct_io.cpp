@@ -5,7 +5,7 @@
 #include <cctype>
 #include <cstring>
 
-#include "host/text.h"
+#include "base/text.h"
 #include "io/stream_record.h"
 
 namespace tivar {

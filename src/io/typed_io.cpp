@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "host/numbers.h"
+#include "base/numbers.h"
 #include "io/stream_record.h"
 
 namespace tivar {

@@ -7,7 +7,7 @@
 #include <ostream>
 #include <sstream>
 
-#include "host/memory.h"
+#include "base/memory.h"
 #include "support/color_bitmaps.h"
 #include "support/random_bitmaps.h"
 

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/memory.h"
+#include "base/memory.h"
 #include "io/stream_record.h"
 #include "support/memory_block.h"
 #include "support/temp_directory.h"

@@ -161,8 +161,7 @@ BmpFlaws indexFlaws(const BmpFile& file) {
 // All kinds together in the order of the file.
 BmpFlaws allFlaws(const BmpFile& file, const RunMap& pixels) {
     BmpFlaws all;
-    for (const BmpFlaws& kind :
-         {headerFlaws(file, pixels.end), pixels.flaws, indexFlaws(file)}) {
+    for (const BmpFlaws& kind : {headerFlaws(file, pixels.end), pixels.flaws, indexFlaws(file)}) {
         all.list.insert(all.list.end(), kind.list.begin(), kind.list.end());
         all.more += kind.more;
     }

@@ -1,4 +1,4 @@
-#include "host/numbers.h"
+#include "base/numbers.h"
 
 #include <cmath>
 #include <limits>

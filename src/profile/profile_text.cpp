@@ -1,8 +1,8 @@
-#include "host/profile_text.h"
+#include "profile/profile_text.h"
 
 #include <cstring>
 
-#include "host/text.h"
+#include "base/text.h"
 
 namespace tivar {
 namespace {

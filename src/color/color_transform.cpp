@@ -1,6 +1,6 @@
-#include "driver/color_transform.h"
+#include "color/color_transform.h"
 
-#include "host/numbers.h"
+#include "base/numbers.h"
 
 namespace tivar {
 namespace {

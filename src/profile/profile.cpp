@@ -7,11 +7,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/memory.h"
-#include "host/profile_path.h"
-#include "host/profile_text.h"
-#include "host/text.h"
-#include "io/path.h"
+#include "base/memory.h"
+#include "base/text.h"
+#include "profile/path.h"
+#include "profile/profile_path.h"
+#include "profile/profile_text.h"
 
 namespace tivar {
 namespace {

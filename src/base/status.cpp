@@ -1,4 +1,4 @@
-#include "host/status.h"
+#include "base/status.h"
 
 namespace tivar {
 

@@ -1,4 +1,4 @@
-#include "host/profile_path.h"
+#include "profile/profile_path.h"
 
 #include <unistd.h>
 
@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/text.h"
+#include "base/text.h"
 
 namespace tivar {
 

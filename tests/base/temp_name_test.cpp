@@ -1,4 +1,4 @@
-#include "host/temp_name.h"
+#include "base/temp_name.h"
 
 #include <filesystem>
 

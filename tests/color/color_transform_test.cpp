@@ -1,4 +1,4 @@
-#include "driver/color_transform.h"
+#include "color/color_transform.h"
 
 #include "model/plain_model.h"
 #include "support/random_numbers.h"

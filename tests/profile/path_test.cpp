@@ -1,4 +1,4 @@
-#include "io/path.h"
+#include "profile/path.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Movable memory on the process heap. A handle is the address of a header in front of the data; the
 // byte just before the data holds the distance back to the header, so that a data address leads to
 // its handle without a table.
-#include "host/memory.h"
+#include "base/memory.h"
 
 #include <sys/mman.h>
 

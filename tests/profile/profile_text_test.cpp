@@ -1,4 +1,4 @@
-#include "host/profile_text.h"
+#include "profile/profile_text.h"
 
 #include "support/temp_directory.h"
 

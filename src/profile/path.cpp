@@ -1,8 +1,8 @@
-#include "io/path.h"
+#include "profile/path.h"
 
 #include <cstring>
 
-#include "host/text.h"
+#include "base/text.h"
 
 namespace tivar {
 namespace {
