@@ -3,23 +3,10 @@
 #define TIVAR_TYPES_H
 
 #include <stdint.h>
+#include <tivar/api.h>
 
-/* The version, 2.0.5: major and minor in the two upper bytes, patch in the lower 16 bits. */
+/* What the version query returns, 2.0.5: major and minor in the two upper bytes, patch in the lower 16 bits. */
 #define TIVAR_VERSION 0x02000005
-
-#if defined(__GNUC__)
-#define TIVAR_API __attribute__((visibility("default")))
-#else
-#define TIVAR_API
-#endif
-
-#ifdef __cplusplus
-#define TIVAR_BEGIN_C extern "C" {
-#define TIVAR_END_C }
-#else
-#define TIVAR_BEGIN_C
-#define TIVAR_END_C
-#endif
 
 TIVAR_BEGIN_C
 
