@@ -214,9 +214,35 @@ def test_a_missing_file_and_a_directory_are_one_line(tivar):
     fails(tivar.run("inspect", "."), 1, "directory")
 
 
-@pytest.mark.parametrize("arguments", [["inspect"], ["inspect", "a", "b"], ["decode", "a"]])
+@pytest.mark.parametrize("arguments", [["inspect"], ["decode", "a"]])
 def test_wrong_usage(tivar, arguments):
     fails(tivar.run(*arguments), 2, f"see tivar {arguments[0]} --help")
+
+
+def test_several_files_are_shown_in_turn_whichever_fail(tivar):
+    (tivar.directory / "a.bmp").write_bytes(bmp_build.rle8())
+    (tivar.directory / "b.bmp").write_bytes(bmp_build.os2(5, 2, 1, bytes(8), [(0, 0, 0), (9, 9, 9)]))
+    result = tivar.run("inspect", "a.bmp", "missing.bmp", "b.bmp")
+    fails(result, 1, "missing.bmp")
+    assert [line for line in result.stdout.decode().splitlines() if ".bmp: " in line] == [
+        f"a.bmp: {len(bmp_build.rle8())} bytes",
+        "b.bmp: 40 bytes",
+    ]
+
+
+def test_the_brief_form_is_a_line_for_each_file(tivar):
+    (tivar.directory / "a.bmp").write_bytes(bmp_build.rle8())
+    (tivar.directory / "b.bmp").write_bytes(bmp_build.os2(5, 2, 1, bytes(8), [(0, 0, 0), (9, 9, 9)]))
+    (tivar.directory / "c.bmp").write_bytes(bmp_build.windows(1, -1, 24, bytes(4), size=5))
+    result = tivar.run("inspect", "--brief", "a.bmp", "b.bmp", "c.bmp")
+    assert (result.returncode, result.stderr) == (1, b"")  # c.bmp contradicts itself
+    heading, *lines = [line.split() for line in result.stdout.decode().splitlines()]
+    assert heading == ["bits", "header", "compression", "size", "bytes", "colours", "file"]
+    assert lines == [
+        ["8", "Windows", "RLE8", "6x4", str(len(bmp_build.rle8())), "256", "a.bmp"],
+        ["1", "OS/2", "none", "5x2", "40", "2", "b.bmp"],
+        ["24", "Windows", "none", "1x1", "58", "16777216", "c.bmp"],
+    ]
 
 
 def test_a_full_disk_behind_standard_output_is_an_error(tivar):

@@ -1,0 +1,21 @@
+// BMP files as pictures that every program opens.
+
+#ifndef TIVAR_TOOL_DECODE_H
+#define TIVAR_TOOL_DECODE_H
+
+#include <string>
+
+namespace tool {
+
+struct DecodeRequest {
+    std::string input;
+    std::string target;
+};
+
+// Writes the pixels as PNG, or as PPM when the target's name ends in .ppm; "-" is a standard
+// stream.
+void decodeFile(const DecodeRequest& request);
+
+}  // namespace tool
+
+#endif

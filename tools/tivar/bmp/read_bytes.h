@@ -1,0 +1,17 @@
+// The bytes of a BMP file.
+
+#ifndef TIVAR_TOOL_READ_BYTES_H
+#define TIVAR_TOOL_READ_BYTES_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+// The whole file. Streams that do not begin like a BMP file are not read to their end.
+std::vector<uint8_t> readBmpBytes(const std::string& name);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,27 @@
+// The part of the command line that is about BMP files that are there already.
+
+#ifndef TIVAR_TOOL_BMP_OPTIONS_H
+#define TIVAR_TOOL_BMP_OPTIONS_H
+
+#include "command/options.h"
+
+namespace CLI {
+class App;
+}
+
+namespace tool {
+
+struct BmpCommands {
+    CLI::App* inspect{};
+    CLI::App* decode{};
+};
+
+BmpCommands addBmpCommands(CLI::App& app, Options& options);
+
+// The one of them that is on the command line, or null.
+const CLI::App* parsedOf(const BmpCommands& commands);
+Command chosenOf(const BmpCommands& commands);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,79 @@
+// tivar: a command-line host of the export library.
+
+#include <fcntl.h>
+
+#include "bmp/decode.h"
+#include "bmp/inspect.h"
+#include "command/info.h"
+#include "command/options.h"
+#include "export/jobs.h"
+#include "gallery/gallery.h"
+#include "process/failure.h"
+#include "process/input_file.h"
+#include "process/interrupt.h"
+#include "process/printing.h"
+#include "settings/settings_commands.h"
+
+namespace tool {
+namespace {
+
+// Files opened later must not become standard input or output. The directions are the wrong ones,
+// so that using a closed stream stays an error.
+void occupyStandardStreams() {
+    for (const int stream : {0, 1, 2}) {
+        if (::fcntl(stream, F_GETFD) < 0) {
+            (void)::open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
+void runWithLibrary(const Library& library, const Options& options) {
+    if (options.command == Command::Version) printVersion(library);
+    if (options.command == Command::Info) printInfo(library);
+    if (options.command == Command::ShowSettings) showSettings(library, options.settings);
+    if (options.command == Command::SetSettings) setSettings(library, options.settings);
+}
+
+int runWithBmp(const Options& options) {
+    if (options.command == Command::Inspect) return inspectFiles(options.inspect);
+    return reporting(nameOfInput(options.decode.input), [&] {
+        decodeFile(options.decode);
+        return static_cast<int>(kDone);
+    });
+}
+
+int runGallery(const Options& options) {
+    const Library library = loadLibrary(options.library);
+    return reporting(nameOfInput(options.gallery.input), [&] {
+        makeGallery(library, options.gallery);
+        return static_cast<int>(kDone);
+    });
+}
+
+int run(int argc, char** argv) {
+    const Options options = parseOptions(argc, argv);
+    if (options.command == Command::Inspect || options.command == Command::Decode) {
+        return runWithBmp(options);
+    }
+    if (options.command == Command::Export) {
+        const std::vector<Job> jobs = planJobs(options.jobs);
+        return runJobs(loadLibrary(options.library), jobs, options.jobs);
+    }
+    if (options.command == Command::Gallery) return runGallery(options);
+    if (options.command == Command::InitSettings) {
+        initSettings(options.settings);
+        return kDone;
+    }
+    if (options.command != Command::Help) runWithLibrary(loadLibrary(options.library), options);
+    finishPrinting();
+    return kDone;
+}
+
+}  // namespace
+}  // namespace tool
+
+int main(int argc, char** argv) {
+    tool::occupyStandardStreams();
+    tool::installSignalHandlers();
+    return tool::reporting("", [&] { return tool::run(argc, argv); });
+}

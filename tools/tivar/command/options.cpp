@@ -1,0 +1,268 @@
+#include "command/options.h"
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <cmath>
+#include <iostream>
+#include <span>
+#include <string_view>
+
+#include "command/bmp_options.h"
+#include "command/settings_options.h"
+#include "command/usage_error.h"
+#include "process/failure.h"
+
+namespace tool {
+namespace {
+
+constexpr char kExitCodes[] =
+    "Exit codes: 0 done, 1 failed, 2 wrong usage, 128 + n ended by signal n";
+constexpr char kSeeHelp[] = "see tivar --help";
+constexpr char kSeeExportHelp[] = "see tivar export --help";
+
+// Options as typed, for what CLI11 does not check by itself.
+struct Typed {
+    unsigned bits = 0;
+    std::string compress;
+    std::string size;
+    int resolution = 0;  // 0 = not given
+    std::string via = "file";
+    std::string route = "filter";
+    std::string cellArrays;
+    std::string background;
+    bool os2 = false;
+    bool version = false;
+};
+
+template <class Number>
+bool parseWhole(std::string_view text, Number& number) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size();
+}
+
+// One side, in pixels; 0 when the text is no usable number.
+uint32_t parseSide(std::string_view text, bool inches, int resolution) {
+    uint32_t pixels = 0;
+    double length = 0;
+    if (!inches) return parseWhole(text, pixels) && pixels <= kLargestSide ? pixels : 0;
+    if (!parseWhole(text, length) || !(length > 0) || length > kLargestSide) return 0;
+    const double exact = std::round(length * resolution);
+    return exact <= kLargestSide ? static_cast<uint32_t>(exact) : 0;
+}
+
+PixelSize parseSize(std::string_view text, int resolution) {
+    const std::string asked(text);
+    const bool inches = text.ends_with("in");
+    if (inches) text.remove_suffix(2);
+    const size_t cross = text.find_first_of("xX");
+    if (cross != std::string_view::npos) {
+        const PixelSize size{parseSide(text.substr(0, cross), inches, resolution),
+                             parseSide(text.substr(cross + 1), inches, resolution)};
+        if (size.width != 0 && size.height != 0) return size;
+    }
+    failUsage("--size " + asked + " is no size of 1 to 65535 pixels a side",
+              "write it as 640x480 or 6.67x5in");
+}
+
+Color parseColor(const std::string& text) {
+    const std::string_view digits = std::string_view(text).substr(text.starts_with('#') ? 1 : 0);
+    uint32_t packed = 0;
+    const auto [end, error] =
+        std::from_chars(digits.data(), digits.data() + digits.size(), packed, 16);
+    if (digits.size() != 6 || error != std::errc() || end != digits.data() + digits.size()) {
+        failUsage("--background " + text + " is no colour", "write it as RRGGBB, such as FFFFFF");
+    }
+    return {static_cast<uint8_t>(packed >> 16), static_cast<uint8_t>(packed >> 8),
+            static_cast<uint8_t>(packed)};
+}
+
+Compression parseCompression(const std::string& text) {
+    if (text == "none") return Compression::None;
+    return text == "native" ? Compression::Native : Compression::Portable;
+}
+
+void addBackground(CLI::App& app, Typed& typed) {
+    app.add_option("--background", typed.background,
+                   "Colour behind transparent pixels (else white)")
+        ->type_name("RRGGBB");
+}
+
+void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
+    app.add_option("--bits", typed.bits,
+                   "Bits per pixel (else those of a palette picture, 24 for true colour)")
+        ->check(oneOf({"1", "4", "8", "24"}))
+        ->type_name("1|4|8|24");
+    app.add_flag("--os2", typed.os2, "Write the OS/2 flavour of the file");
+    app.add_option("--compress", typed.compress,
+                   "native: the library's own run-length form of 4 and 8 bits, pairs of a count "
+                   "and a value without end-of-line codes, which few readers open (tivar decode "
+                   "does). portable: standard RLE8 and RLE4, which readers open; Windows flavour "
+                   "only")
+        ->check(oneOf({"none", "native", "portable"}))
+        ->type_name("none|native|portable");
+    app.add_flag("--force", options.jobs.each.force,
+                 "Write the native form with the OS/2 flavour too, whose header does not tell that "
+                 "rows are encoded");
+    addBackground(app, typed);
+}
+
+void addSizeOptions(CLI::App& app, Options& options, Typed& typed) {
+    CLI::Option* size =
+        app.add_option("--size", typed.size,
+                       "Size in pixels (640x480) or inches (6.67x5in); an odd height becomes even")
+            ->type_name("WxH");
+    app.add_option("--resolution", typed.resolution,
+                   "Pixels per inch of a --size in inches (else 96)")
+        ->check(CLI::Range(32, 400).description(""))
+        ->needs(size)
+        ->type_name("N");
+    CLI::Option* profile =
+        app.add_option("--profile", options.jobs.each.profile,
+                       "Take depth, flavour, compression and size from this profile")
+            ->type_name("FILE");
+    app.add_option("--mode", options.jobs.each.mode, "Section of the profile (else its ~Mode)")
+        ->needs(profile)
+        ->type_name("NAME");
+}
+
+void addQuiet(CLI::App& app, bool& quiet) {
+    app.add_flag("-q,--quiet", quiet, "No progress and no notices");
+}
+
+void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
+    app.add_option("INPUT", options.jobs.inputs, "PNG, JPEG or PNM files; - is standard input")
+        ->required()
+        ->check(notEmpty())
+        ->type_name("");
+    app.add_option("-o,--output", options.jobs.out,
+                   "File, or directory for several inputs; - is standard output (else beside each "
+                   "input, with suffix .bmp)")
+        ->check(notEmpty())
+        ->type_name("OUT");
+    app.add_option("--via", typed.via, "How the library delivers the file (else file)")
+        ->check(oneOf({"file", "memory", "document"}))
+        ->type_name("file|memory|document");
+    app.add_option("--route", typed.route,
+                   "The way through the library: its export call or its raster driver (else "
+                   "filter)")
+        ->check(oneOf({"filter", "driver"}))
+        ->type_name("filter|driver");
+    app.add_option("--cell-arrays", typed.cellArrays,
+                   "How the driver gets the rows: in bands of one image, or all in one array, "
+                   "which keeps an odd height (else banded)")
+        ->check(oneOf({"banded", "single"}))
+        ->type_name("banded|single");
+    app.add_option("-j,--jobs", options.jobs.atOnce, "Export this many inputs at once")
+        ->check(CLI::Range(1, 256).description(""))
+        ->type_name("N");
+    addQuiet(app, options.jobs.each.quiet);
+}
+
+void addGalleryOptions(CLI::App& app, Options& options, Typed& typed) {
+    app.add_option("INPUT", options.gallery.input, "A PNG, JPEG or PNM file")
+        ->required()
+        ->check(notEmpty())
+        ->type_name("");
+    app.add_option("-o,--output", options.gallery.directory,
+                   "The directory for the BMP files and for index.html, which shows them; made if "
+                   "it is missing")
+        ->required()
+        ->check(notEmpty())
+        ->type_name("DIR");
+    addBackground(app, typed);
+    addQuiet(app, options.gallery.each.quiet);
+    app.footer(
+        "Pictures of more than 1024 pixels a side are shown reduced by a whole number; their PSNR "
+        "is that of all pixels.");
+}
+
+void applyTyped(const Typed& typed, ExportRequest& request) {
+    if (typed.bits != 0) request.bits = static_cast<uint16_t>(typed.bits);
+    if (typed.os2) request.flavour = Flavour::Os2;
+    if (!typed.compress.empty()) request.compression = parseCompression(typed.compress);
+    if (!typed.size.empty()) {
+        request.size = parseSize(typed.size, typed.resolution == 0 ? 96 : typed.resolution);
+    }
+    if (typed.resolution != 0 && !typed.size.ends_with("in")) {
+        failUsage("--resolution needs a --size in inches", kSeeExportHelp);
+    }
+    if (!typed.background.empty()) request.background = parseColor(typed.background);
+    if (typed.via != "file") request.via = typed.via == "memory" ? Via::Memory : Via::Document;
+    if (typed.route == "driver") request.route = Route::Driver;
+    if (typed.cellArrays == "single") request.cellArrays = CellArrays::Single;
+    if (!typed.cellArrays.empty() && request.route != Route::Driver) {
+        failUsage("--cell-arrays needs --route driver", kSeeExportHelp);
+    }
+}
+
+struct CommandLine {
+    CLI::App app{"Exports pictures as BMP files through libtivar, loaded at run time.", "tivar"};
+    CLI::App* exporting{};
+    CLI::App* gallery{};
+    CLI::App* info{};
+    BmpCommands bmp{};
+    SettingsCommands settings{};
+};
+
+void describe(CommandLine& line, Options& options, Typed& typed) {
+    line.app.require_subcommand(0, 1);
+    line.app.footer(kExitCodes);
+    line.app.add_flag("--version", typed.version, "Versions of the program and the library");
+    addLibrary(line.app, options.library);
+    line.exporting = line.app.add_subcommand("export", "Export pictures as BMP files");
+    addRunOptions(*line.exporting, options, typed);
+    addFormatOptions(*line.exporting, options, typed);
+    addSizeOptions(*line.exporting, options, typed);
+    addLibrary(*line.exporting, options.library);
+    line.gallery = line.app.add_subcommand(
+        "gallery", "Export a picture in every form, with a page that shows them");
+    addGalleryOptions(*line.gallery, options, typed);
+    addLibrary(*line.gallery, options.library);
+    line.bmp = addBmpCommands(line.app, options);
+    line.settings = addSettingsCommands(line.app, options);
+    line.info = line.app.add_subcommand("info", "Show what the library offers");
+    addLibrary(*line.info, options.library);
+}
+
+std::string remedyOf(const CommandLine& line) {
+    if (line.settings.all->parsed()) return "see tivar settings --help";
+    if (const CLI::App* bmp = parsedOf(line.bmp)) return "see tivar " + bmp->get_name() + " --help";
+    for (const CLI::App* command : {line.gallery, line.info}) {
+        if (command->parsed()) return "see tivar " + command->get_name() + " --help";
+    }
+    return line.exporting->parsed() ? kSeeExportHelp : kSeeHelp;
+}
+
+Command chosen(const CommandLine& line, const Typed& typed) {
+    if (typed.version) return Command::Version;
+    if (line.exporting->parsed()) return Command::Export;
+    if (line.gallery->parsed()) return Command::Gallery;
+    if (parsedOf(line.bmp) != nullptr) return chosenOf(line.bmp);
+    if (line.info->parsed()) return Command::Info;
+    if (line.settings.all->parsed()) return chosenOf(line.settings);
+    failUsage("a command is missing", kSeeHelp);
+}
+
+}  // namespace
+
+Options parseOptions(int argc, char** argv) {
+    Options options;
+    Typed typed;
+    CommandLine line;
+    describe(line, options, typed);
+    try {
+        line.app.parse(argc, argv);
+    } catch (const CLI::Success& help) {
+        line.app.exit(help);
+        return options;
+    } catch (const CLI::ParseError& error) {
+        failParse(line.app, error, std::span(argv, static_cast<size_t>(argc)).subspan(1),
+                  remedyOf(line));
+    }
+    options.command = chosen(line, typed);
+    applyTyped(typed, options.jobs.each);
+    options.gallery.each.background = options.jobs.each.background;
+    return options;
+}
+
+}  // namespace tool

@@ -1,0 +1,29 @@
+// The part of the command line that is about profiles, and what all commands share.
+
+#ifndef TIVAR_TOOL_SETTINGS_OPTIONS_H
+#define TIVAR_TOOL_SETTINGS_OPTIONS_H
+
+#include <string>
+
+#include "command/options.h"
+
+namespace CLI {
+class App;
+}
+
+namespace tool {
+
+struct SettingsCommands {
+    CLI::App* all{};
+    CLI::App* show{};
+    CLI::App* set{};
+    CLI::App* init{};
+};
+
+void addLibrary(CLI::App& app, std::string& library);
+SettingsCommands addSettingsCommands(CLI::App& app, Options& options);
+Command chosenOf(const SettingsCommands& commands);
+
+}  // namespace tool
+
+#endif

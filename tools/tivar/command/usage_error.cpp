@@ -1,0 +1,99 @@
+#include "command/usage_error.h"
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <string_view>
+
+#include "process/failure.h"
+
+namespace tool {
+namespace {
+
+// The name of a file that looks like an option; "" = there is none.
+std::string fileTakenForOptions(std::span<char* const> arguments) {
+    for (const std::string_view argument : arguments) {
+        if (argument == "--") break;
+        if (argument.starts_with('-') && ::access(argument.data(), F_OK) == 0) {
+            return std::string(argument);
+        }
+    }
+    return "";
+}
+
+const CLI::App& innermost(const CLI::App& app) {
+    const std::vector<CLI::App*> parsed = app.get_subcommands();
+    return parsed.empty() ? app : innermost(*parsed.front());
+}
+
+std::string describeStray(const CLI::App& app, const std::string& stray) {
+    const CLI::App& command = innermost(app);
+    const bool offersCommands =
+        !command.get_subcommands([](const CLI::App*) { return true; }).empty();
+    const std::string owner = &command == &app ? "" : " of tivar " + command.get_name();
+    if (stray.starts_with('-')) return stray + " is no option" + owner;
+    return stray + (offersCommands ? " is no command" + owner : " is one argument too many");
+}
+
+// "--bits: 1 required 1|4|8|24 missing" and "--bits: At Most 1 required but received 2"
+std::string describeMismatch(const std::string& text) {
+    constexpr std::string_view kMissing = " missing";
+    constexpr std::string_view kRequired = " required ";
+    const std::string option = text.substr(0, text.find(": "));
+    if (!text.ends_with(kMissing)) return option + " is given more than once";
+    const size_t type = text.find(kRequired) + kRequired.size();
+    return option + " needs a value, " + text.substr(type, text.size() - kMissing.size() - type);
+}
+
+template <class Kind>
+bool is(const CLI::ParseError& error) {
+    return dynamic_cast<const Kind*>(&error) != nullptr;
+}
+
+// The first argument that fits nowhere; "" = all of them do. The parser forgets it when there is
+// nothing else to complain of, but for the message.
+std::string strayIn(const CLI::App& app, const CLI::ParseError& error) {
+    constexpr std::string_view kStray = "not expected: ";
+    const std::vector<std::string> strays = app.remaining(true);
+    if (is<CLI::RequiredError>(error) && !strays.empty()) return strays.front();
+    if (!is<CLI::ExtrasError>(error)) return "";
+    const std::string text = error.what();
+    const std::string list = text.substr(text.find(kStray) + kStray.size());
+    const bool several = text.find("arguments were") != std::string::npos;
+    return several ? list.substr(0, list.find(' ')) : list;
+}
+
+std::string describe(const CLI::App& app, const CLI::ParseError& error) {
+    const std::string text = error.what();
+    const std::string stray = strayIn(app, error);
+    if (!stray.empty()) return describeStray(app, stray);
+    if (is<CLI::ArgumentMismatch>(error)) return describeMismatch(text);
+    return text == "A subcommand is required" ? "a command is missing" : text;
+}
+
+}  // namespace
+
+void failParse(const CLI::App& app, const CLI::ParseError& error, std::span<char* const> arguments,
+               const std::string& remedy) {
+    const std::string file = fileTakenForOptions(arguments);
+    if (!file.empty()) failUsage(file + " is taken for options", "name the file as ./" + file);
+    failUsage(describe(app, error), remedy);
+}
+
+CLI::Validator notEmpty() {
+    return {[](std::string& name) { return std::string(name.empty() ? "the name is empty" : ""); },
+            ""};
+}
+
+CLI::Validator oneOf(std::vector<std::string> words) {
+    const auto check = [words = std::move(words)](const std::string& text) {
+        if (std::find(words.begin(), words.end(), text) != words.end()) return std::string();
+        std::string known;
+        for (const std::string& word : words) known += (known.empty() ? "" : ", ") + word;
+        return text + " is none of " + known;
+    };
+    return {check, ""};
+}
+
+}  // namespace tool

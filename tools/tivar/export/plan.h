@@ -1,0 +1,36 @@
+// What the file is going to be, settled before the export and checked after it.
+
+#ifndef TIVAR_TOOL_PLAN_H
+#define TIVAR_TOOL_PLAN_H
+
+#include <cstdint>
+
+#include "export/request.h"
+#include "picture/picture.h"
+#include "settings/settings.h"
+
+namespace tool {
+
+// With sizeFromProfile the size follows from the profile's page and the picture's shape.
+struct ExportPlan {
+    uint16_t bits{};
+    Flavour flavour{};
+    bool native{};    // the library encodes the rows
+    bool portable{};  // the host encodes the rows that the library writes raw
+    bool sizeFromProfile{};
+    PixelSize size{};
+};
+
+// Writes the request into the settings, as far as it goes before the profile.
+ExportPlan planExport(Settings& settings, const ExportRequest& request, const Picture& picture);
+
+// Makes the plan one of an exact size; sizes that no file can hold are Failures.
+void fixSize(Settings& settings, ExportPlan& plan, const Picture& picture, PixelSize size);
+
+// The size in the file when size is asked for. The band loop rounds heights up to even ones; a
+// stand-alone cell array keeps its own.
+PixelSize sizeOfFile(const ExportRequest& request, PixelSize size);
+
+}  // namespace tool
+
+#endif

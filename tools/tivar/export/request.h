@@ -1,0 +1,47 @@
+// What the user asks of exports.
+
+#ifndef TIVAR_TOOL_REQUEST_H
+#define TIVAR_TOOL_REQUEST_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "picture/picture.h"
+
+namespace tool {
+
+enum class Flavour { Windows, Os2 };
+enum class Via { File, Memory, Document };
+enum class Route { Filter, Driver };
+enum class Compression { None, Native, Portable };
+enum class CellArrays { Banded, Single };
+
+// Of one export; what is not asked for follows the profile or the picture.
+struct ExportRequest {
+    std::optional<uint16_t> bits;
+    std::optional<Flavour> flavour;
+    std::optional<Compression> compression;
+    bool force = false;  // files that no reader can know
+    std::optional<PixelSize> size;
+    std::string profile;
+    std::string mode;
+    Via via = Via::File;
+    Route route = Route::Filter;
+    CellArrays cellArrays = CellArrays::Banded;  // of the driver route
+    Color background;
+    bool quiet = false;
+};
+
+// Of all inputs of a command.
+struct JobsRequest {
+    ExportRequest each;
+    std::vector<std::string> inputs;
+    std::string out;  // a file or a directory; "" = beside each input
+    unsigned atOnce = 1;
+};
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,109 @@
+#include "export/run_job.h"
+
+#include <cerrno>
+#include <chrono>
+#include <utility>
+#include <vector>
+
+#include "bmp/portable.h"
+#include "export/delivery.h"
+#include "export/driver_route.h"
+#include "export/filter_route.h"
+#include "picture/picture.h"
+#include "process/failure.h"
+#include "process/library_voice.h"
+#include "process/output.h"
+#include "process/progress.h"
+
+namespace tool {
+namespace {
+
+void writeBytes(const Output& output, const uint8_t* bytes, uint64_t count) {
+    const int error = writeAll(output.file.number, bytes, count);
+    if (error != 0) failErrno(output.name, error);
+}
+
+// Takes the bytes back from where the library put them.
+std::vector<uint8_t> takeBytes(Delivery& delivery, const Output& output) {
+    const uint64_t count = delivery.start.length;
+    if (delivery.memory.handle != 0) {
+        const Block memory = std::move(delivery.memory);
+        return {memory.bytes(), memory.bytes() + count};
+    }
+    std::vector<uint8_t> bytes(count);
+    const int file = output.file.number;
+    if (::lseek(file, 0, SEEK_SET) != 0) failErrno(output.name, errno);
+    for (uint64_t done = 0; done < count;) {
+        const ssize_t got = ::read(file, &bytes[done], count - done);
+        if (got <= 0) failErrno(output.name, got == 0 ? EIO : errno);
+        done += static_cast<uint64_t>(got);
+    }
+    if (::ftruncate(file, 0) != 0 || ::lseek(file, 0, SEEK_SET) != 0) {
+        failErrno(output.name, errno);
+    }
+    return bytes;
+}
+
+void writePortable(Delivery& delivery, const Output& output) {
+    const std::vector<uint8_t> file = encodePortable(takeBytes(delivery, output));
+    writeBytes(output, file.data(), file.size());
+    delivery.start = startOf(file.data(), file.size());
+}
+
+// What the library has not written into the output's file itself.
+void writeRest(Delivery& delivery, const ExportPlan& plan, const Output& output) {
+    if (plan.portable) return writePortable(delivery, output);
+    if (delivery.memory.handle == 0) return;
+    writeBytes(output, delivery.memory.bytes(), delivery.start.length);
+}
+
+std::string describeResult(const Output& output, const Delivery& delivery, const ExportPlan& plan) {
+    const PixelSize size = sizeInFile(delivery.start);
+    return output.name + ": " + std::to_string(size.width) + " x " + std::to_string(size.height) +
+           ", " + std::to_string(plan.bits) + (plan.bits == 1 ? " bit, " : " bits, ") +
+           std::to_string(delivery.start.length) + " bytes";
+}
+
+// What was asked for and is not in the file.
+void tellUnheard(Progress& progress, const ExportRequest& request, const ExportPlan& plan,
+                 const SetupRecord& record) {
+    if (request.compression == Compression::Native && !plan.native) {
+        showNotice(progress, "written raw, the native form is one of 4 and 8 bits",
+                   "choose the depth with --bits");
+    }
+    const bool recolours = !request.profile.empty() && record.colorMode > COLOR_MODE_AS_GIVEN &&
+                           record.colorMode <= COLOR_MODE_GREY_INVERTED;
+    if (recolours && request.route == Route::Filter) {
+        showNotice(progress,
+                   "the filter route leaves the colours as they are, whatever the profile says",
+                   "obey it with --route driver");
+    }
+}
+
+}  // namespace
+
+Exported runJob(const Library& library, const Job& job, const ExportRequest& request,
+                bool onlyOne) {
+    Progress progress(job.input, request.quiet, onlyOne);
+    const LibraryVoice voice;
+    Settings settings(library, request.profile, request.mode);
+    requireMode(settings);
+    showStep(progress, "reading");
+    Picture picture = readPicture(library, job.input, request.background);
+    refuseOwnInput(job.input, job.target, "name another file with -o");
+    const auto begin = std::chrono::steady_clock::now();
+    ExportPlan plan = planExport(settings, request, picture);
+    showStep(progress, "exporting");
+    Output output(job.target, voice.standardOutput);
+    const Workshop shop{request, voice, settings, picture, output, progress};
+    Delivery delivery =
+        request.route == Route::Driver ? deliverByDriver(shop, plan) : deliverByFilter(shop, plan);
+    writeRest(delivery, plan, output);
+    commit(output);
+    const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - begin;
+    showResult(progress, describeResult(output, delivery, plan));
+    tellUnheard(progress, request, plan, *settings.record);
+    return {delivery.start.length, spent.count()};
+}
+
+}  // namespace tool

@@ -1,0 +1,29 @@
+// One input, one output.
+
+#ifndef TIVAR_TOOL_RUN_JOB_H
+#define TIVAR_TOOL_RUN_JOB_H
+
+#include <cstdint>
+#include <string>
+
+#include "export/request.h"
+#include "process/library.h"
+
+namespace tool {
+
+struct Job {
+    std::string input;   // "-" = standard input
+    std::string target;  // "-" = standard output
+};
+
+struct Exported {
+    uint64_t bytes;
+    double seconds;  // without reading the picture
+};
+
+// Exports one picture, or throws and leaves the target as it was.
+Exported runJob(const Library& library, const Job& job, const ExportRequest& request, bool onlyOne);
+
+}  // namespace tool
+
+#endif

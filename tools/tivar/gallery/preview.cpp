@@ -1,0 +1,102 @@
+#include "gallery/preview.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+
+#include "gallery/html.h"
+#include "picture/write_picture.h"
+#include "process/failure.h"
+#include "process/system.h"
+
+namespace tool {
+namespace {
+
+constexpr uint32_t kLongestPreview = 1024;
+
+// Whole-number blocks of one row of blocks.
+struct Blocks {
+    PixelRows rows;
+    uint32_t factor;
+    std::vector<uint8_t> packed;
+    std::vector<uint8_t> colors;
+    std::vector<uint64_t> sums;
+};
+
+void addRow(Blocks& blocks) {
+    for (uint32_t x = 0; x < blocks.rows.width; ++x) {
+        uint64_t* sum = &blocks.sums[size_t{x / blocks.factor} * 3];
+        for (size_t i = 0; i < 3; ++i) sum[i] += blocks.colors[size_t{x} * 3 + i];
+    }
+}
+
+void readBlocks(Blocks& blocks, uint32_t y, uint8_t* means) {
+    const uint32_t factor = blocks.factor;
+    const uint32_t first = y * factor;
+    const uint32_t height = std::min(factor, blocks.rows.height - first);
+    std::fill(blocks.sums.begin(), blocks.sums.end(), 0);
+    for (uint32_t row = first; row < first + height; ++row) {
+        readColors(blocks.rows, row, blocks.packed, blocks.colors.data());
+        addRow(blocks);
+    }
+    for (size_t i = 0; i < blocks.sums.size(); ++i) {
+        const auto left = static_cast<uint32_t>(i / 3) * factor;
+        const uint64_t count = uint64_t{height} * std::min(factor, blocks.rows.width - left);
+        means[i] = static_cast<uint8_t>((blocks.sums[i] + count / 2) / count);
+    }
+}
+
+struct FreeMemory {
+    void operator()(char* memory) const { std::free(memory); }
+};
+
+}  // namespace
+
+uint32_t previewFactor(uint32_t width, uint32_t height) {
+    return (std::max(width, height) + kLongestPreview - 1) / kLongestPreview;
+}
+
+PixelRows reduced(const PixelRows& rows, uint32_t factor) {
+    if (factor == 1) return rows;
+    PixelRows small;
+    small.width = (rows.width + factor - 1) / factor;
+    small.height = (rows.height + factor - 1) / factor;
+    small.bits = 24;
+    auto blocks = std::make_shared<Blocks>(Blocks{rows, factor, {}, {}, {}});
+    blocks->colors.resize(size_t{rows.width} * 3);
+    blocks->sums.resize(size_t{small.width} * 3);
+    small.read = [blocks](uint32_t y, uint8_t* packed) { readBlocks(*blocks, y, packed); };
+    return small;
+}
+
+PixelRows middle(const PixelRows& rows, uint32_t width, uint32_t height) {
+    PixelRows part;
+    part.width = std::min(width, rows.width);
+    part.height = std::min(height, rows.height);
+    part.bits = 24;
+    const size_t left = (rows.width - part.width) / 2;
+    const uint32_t top = (rows.height - part.height) / 2;
+    const size_t count = size_t{part.width} * 3;
+    part.read = [rows, left, top, count](uint32_t y, uint8_t* packed) {
+        std::vector<uint8_t> scratch;
+        std::vector<uint8_t> colors(size_t{rows.width} * 3);
+        readColors(rows, top + y, scratch, colors.data());
+        std::copy_n(&colors[left * 3], count, packed);
+    };
+    return part;
+}
+
+std::string dataAddress(const PixelRows& rows) {
+    char* text = nullptr;
+    size_t size = 0;
+    OpenFile file(::open_memstream(&text, &size));
+    if (file == nullptr) failErrno("", errno);
+    const int error = writePng(rows, file.get());
+    file.reset();  // only now the text stays where it is
+    const std::unique_ptr<char, FreeMemory> owner(text);
+    if (error != 0) failErrno("", error);
+    return "data:image/png;base64," + base64({text, size});
+}
+
+}  // namespace tool

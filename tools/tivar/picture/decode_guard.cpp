@@ -1,0 +1,25 @@
+#include "picture/decode_guard.h"
+
+#include <cstdio>
+
+#include "process/failure.h"
+
+namespace tool {
+
+void leave(DecodeGuard& guard, const char* message) {
+    std::snprintf(guard.message, sizeof guard.message, "%s", message);
+    std::longjmp(guard.place, 1);
+}
+
+bool runGuarded(DecodeGuard& guard, void (*step)(void*), void* state) {
+    if (setjmp(guard.place) != 0) return false;
+    step(state);
+    return true;
+}
+
+void failDecoding(const DecodeGuard& guard) {
+    fail(std::string("the picture is damaged or cut short (") + guard.message + ")",
+         "get a complete copy of it");
+}
+
+}  // namespace tool

@@ -1,0 +1,40 @@
+// Rows of pixels from wherever they come: the pictures that are exported and the files that result.
+
+#ifndef TIVAR_TOOL_PIXEL_ROWS_H
+#define TIVAR_TOOL_PIXEL_ROWS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "picture/picture.h"
+
+namespace tool {
+
+struct PixelRows {
+    uint32_t width{};
+    uint32_t height{};
+    unsigned bits{};             // 1, 4, 8 or 24
+    std::vector<Color> palette;  // 2^bits colours; none at 24 bits
+    // Row y, counted from the top, into room of packedBytes: indices, the first one in the highest
+    // bits, or red, green, blue.
+    std::function<void(uint32_t y, uint8_t* packed)> read;
+};
+
+size_t packedBytes(const PixelRows& rows);
+
+inline uint8_t indexAt(const uint8_t* packed, size_t x, unsigned bits) {
+    const size_t bit = x * bits;
+    return static_cast<uint8_t>(packed[bit / 8] >> (8 - bits - bit % 8) & ((1u << bits) - 1));
+}
+
+// The colours of a row, three bytes each; packed is scratch room.
+void readColors(const PixelRows& rows, uint32_t y, std::vector<uint8_t>& packed, uint8_t* colors);
+
+// The picture's rows; it lives longer.
+PixelRows rowsOf(const Picture& picture);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,147 @@
+// PNM: black and white, grey and colour, plain and raw.
+
+#include <netpbm/pnm.h>
+#include <sys/uio.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "picture/decode_guard.h"
+#include "picture/readers.h"
+#include "process/failure.h"
+
+namespace tool {
+namespace {
+
+struct Header {
+    int width{};
+    int height{};
+    xelval highest{};
+    int format{};
+};
+
+DecodeGuard* activeGuard = nullptr;
+
+// libnetpbm reports first, then jumps to the place that it was given.
+void onError(const char* message) {
+    std::snprintf(activeGuard->message, sizeof activeGuard->message, "%s", message);
+}
+
+void connect(DecodeGuard& guard) {
+    activeGuard = &guard;
+    pm_init("tivar", 0);
+    pm_setMessage(0, nullptr);
+    pm_setusererrormsgfn(onError);
+    pm_setjmpbuf(&guard.place);
+}
+
+uint8_t scaled(xelval value, xelval highest) {
+    return static_cast<uint8_t>((std::min(value, highest) * 255 + highest / 2) / highest);
+}
+
+uint16_t bitsOf(int format) {
+    const int type = PNM_FORMAT_TYPE(format);
+    return type == PBM_TYPE ? 1 : type == PGM_TYPE ? 8 : 24;
+}
+
+bool storedAsBytes(const Header& header) {
+    return header.highest == 255 && (header.format == RPGM_FORMAT || header.format == RPPM_FORMAT);
+}
+
+[[noreturn]] void failShort(uint32_t rows, const Picture& picture) {
+    fail("the picture is cut short (" + std::to_string(rows) + " of " +
+             std::to_string(picture.height) + " rows are complete)",
+         "get a complete copy of it");
+}
+
+// Reads the rest of a regular file straight into the rows, hundreds at a call. Returns the rows
+// that are complete; 0 for what cannot be read at a position.
+uint32_t readRowsInPlace(std::FILE* file, const Picture& picture, size_t rowBytes) {
+    constexpr uint32_t kRowsAtOnce = 256;
+    off_t position = ftello(file);
+    uint32_t done = 0;
+    while (position >= 0 && done < picture.height) {
+        iovec rows[kRowsAtOnce];
+        const uint32_t count = std::min(kRowsAtOnce, picture.height - done);
+        for (uint32_t i = 0; i < count; ++i) rows[i] = {rowAt(picture, done + i), rowBytes};
+        const ssize_t read = preadv(fileno(file), rows, static_cast<int>(count), position);
+        const auto complete =
+            read < 0 ? 0u : static_cast<uint32_t>(static_cast<size_t>(read) / rowBytes);
+        if (complete == 0) break;
+        done += complete;
+        position += static_cast<off_t>(complete * rowBytes);
+    }
+    return done;
+}
+
+void readByteRows(std::FILE* file, const Picture& picture) {
+    const size_t count = size_t{picture.width} * picture.bits / 8;
+    uint32_t y = readRowsInPlace(file, picture, count);
+    if (y > 0 && y < picture.height) failShort(y, picture);
+    for (; y < picture.height; ++y) {
+        if (std::fread(rowAt(picture, y), 1, count, file) != count) failShort(y, picture);
+    }
+}
+
+// A set bit is black, so the table begins with white.
+void readBitRows(std::FILE* file, const Header& header, const Picture& picture) {
+    for (uint32_t y = 0; y < picture.height; ++y) {
+        pbm_readpbmrow_packed(file, rowAt(picture, y), header.width, header.format);
+    }
+}
+
+void storeRow(const std::vector<xel>& row, xelval highest, unsigned bits, uint8_t* to) {
+    for (const xel& value : row) {
+        if (bits == 8) {
+            *to++ = scaled(PNM_GET1(value), highest);
+        } else {
+            *to++ = scaled(PNM_GETR(value), highest);
+            *to++ = scaled(PNM_GETG(value), highest);
+            *to++ = scaled(PNM_GETB(value), highest);
+        }
+    }
+}
+
+void readValueRows(std::FILE* file, const Header& header, const Picture& picture,
+                   std::vector<xel>& row) {
+    for (uint32_t y = 0; y < picture.height; ++y) {
+        pnm_readpnmrow(file, row.data(), header.width, header.highest, header.format);
+        storeRow(row, header.highest, picture.bits, rowAt(picture, y));
+    }
+}
+
+void setTable(Picture& picture) {
+    if (picture.bits == 1) {
+        setColor(picture, 0, {255, 255, 255});
+        setColor(picture, 1, {0, 0, 0});
+    } else if (picture.bits == 8) {
+        setGreys(picture, 256);
+    }
+}
+
+}  // namespace
+
+Picture readPnm(const Library& library, std::FILE* file) {
+    DecodeGuard guard;
+    connect(guard);
+    Header header;
+    guarded(guard, [&] {
+        pnm_readpnminit(file, &header.width, &header.height, &header.highest, &header.format);
+    });
+    Picture picture =
+        newPicture(library, bitsOf(header.format), static_cast<uint64_t>(header.width),
+                   static_cast<uint64_t>(header.height));
+    setTable(picture);
+    if (storedAsBytes(header)) {
+        readByteRows(file, picture);
+    } else if (picture.bits == 1) {
+        guarded(guard, [&] { readBitRows(file, header, picture); });
+    } else {
+        std::vector<xel> row(picture.width);
+        guarded(guard, [&] { readValueRows(file, header, picture, row); });
+    }
+    return picture;
+}
+
+}  // namespace tool

@@ -1,0 +1,18 @@
+// Pictures that the tool writes itself.
+
+#ifndef TIVAR_TOOL_WRITE_PICTURE_H
+#define TIVAR_TOOL_WRITE_PICTURE_H
+
+#include <cstdio>
+
+#include "picture/pixel_rows.h"
+
+namespace tool {
+
+// Both: 0, or the errno value of the write that failed.
+int writePng(const PixelRows& rows, std::FILE* file);
+int writePpm(const PixelRows& rows, std::FILE* file);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,80 @@
+#include "process/failure.h"
+
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+#include "process/interrupt.h"
+#include "process/printable.h"
+#include "process/system.h"
+
+namespace tool {
+namespace {
+
+const char* remedyFor(int error) {
+    switch (error) {
+        case ENOSPC:
+        case EDQUOT:
+            return "free some space and try again";
+        case EFBIG:
+            return "raise the limit on file sizes or write elsewhere";
+        case ENOENT:
+        case ENOTDIR:
+            return "check the path";
+        case EISDIR:
+            return "name a file in it";
+        case EACCES:
+        case EPERM:
+        case EROFS:
+            return "check the permissions or choose another place";
+        case EBADF:
+            return "redirect it or name a file";
+        case EPIPE:
+            return "the reader went away before the end";
+        default:
+            return "choose another place or try again";
+    }
+}
+
+}  // namespace
+
+void fail(const std::string& what, const std::string& remedy) {
+    failAt("", what, remedy);
+}
+
+void failAt(const std::string& file, const std::string& what, const std::string& remedy) {
+    throw Failure{file, what, remedy};
+}
+
+void failUsage(const std::string& what, const std::string& remedy) {
+    throw Failure{"", what, remedy, kWrongUsage};
+}
+
+void failErrno(const std::string& file, int error) {
+    throw Failure{file, std::strerror(error), remedyFor(error)};
+}
+
+void report(const std::string& file, const std::string& what, const std::string& remedy) {
+    std::string line = "tivar: ";
+    if (!file.empty()) line += file + ": ";
+    line += what + "; " + remedy;
+    line = printable(line) + "\n";
+    (void)writeAll(2, line.data(), line.size());
+}
+
+int reportCurrentException(const std::string& file) {
+    try {
+        throw;
+    } catch (const Failure& failure) {
+        report(failure.file.empty() ? file : failure.file, failure.what, failure.remedy);
+        return failure.exitCode;
+    } catch (const Interrupted& interrupted) {
+        reportInterruption();
+        return kSignalBase + interrupted.signal;
+    } catch (const std::bad_alloc&) {
+        report(file, "not enough memory", "close other programs or use a smaller picture");
+        return kExportFailed;
+    }
+}
+
+}  // namespace tool

@@ -1,0 +1,24 @@
+// The unfinished file beside the one that it will replace. It is locked as long as somebody works
+// on it, which is how the leftovers of killed processes are told apart.
+
+#ifndef TIVAR_TOOL_PART_FILE_H
+#define TIVAR_TOOL_PART_FILE_H
+
+#include <string>
+
+#include "process/system.h"
+
+namespace tool {
+
+struct PartFile {
+    std::string path;
+    Descriptor file;
+};
+
+// A fresh file beside the target, which goes when a signal ends the process. Leftovers beside the
+// target are removed. No file, with errno, when there can be none.
+PartFile createPart(const std::string& target);
+
+}  // namespace tool
+
+#endif

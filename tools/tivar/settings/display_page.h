@@ -1,0 +1,21 @@
+// Pages of the display, whose measures DISPLAYINFO may give, or fail to.
+
+#ifndef TIVAR_TOOL_DISPLAY_PAGE_H
+#define TIVAR_TOOL_DISPLAY_PAGE_H
+
+#include <string>
+
+#include "picture/picture.h"
+#include "settings/settings.h"
+
+namespace tool {
+
+// "DISPLAYINFO=..." as it is set; "" = it is not.
+std::string displayVariable();
+
+// Fails when the mode follows the display and the variable gives no page for the picture.
+void requireDisplayPage(const Settings& settings, const Picture& picture);
+
+}  // namespace tool
+
+#endif
