@@ -6,6 +6,7 @@ import resource
 import shutil
 import subprocess
 import tempfile
+import time
 import zlib
 from pathlib import Path
 
@@ -201,6 +202,67 @@ def test_an_unwritable_directory_for_somebody_else(open_place, target):
     fails(result, 1, target, "Permission denied")
     assert sorted(os.listdir(open_place)) == before
     assert (open_place / "old.bmp").read_bytes() == b"old"
+
+
+def become(user, group):
+    def change():
+        os.setgroups([])
+        os.setgid(group)
+        os.setuid(user)
+
+    return change
+
+
+# A group that the user is not in would otherwise be given what only the old group had.
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root can become somebody else")
+def test_a_group_that_cannot_be_kept_gets_no_more_than_everybody(open_place):
+    target = open_place / "old.bmp"
+    os.chown(target, 65534, 4321)
+    target.chmod(0o664)
+    open_place.chmod(0o777)
+    other = Tivar(f"{open_place}/tivar", open_place)
+    result = other.run(
+        "export", "in.png", "-o", "old.bmp", "--library", "./libtivar.so.2", limits=become(65534, 65534)
+    )
+    assert (result.returncode, result.stderr) == (0, b"")
+    status = target.stat()
+    assert (status.st_mode & 0o777, status.st_uid, status.st_gid) == (0o644, 65534, 65534)
+
+
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root can become somebody else")
+def test_somebody_elses_file_in_a_sticky_directory_is_told_before_the_work(open_place, slow_picture):
+    shutil.copy(slow_picture, open_place / "slow.ppm")
+    (open_place / "slow.ppm").chmod(0o644)
+    (open_place / "old.bmp").chmod(0o666)
+    open_place.chmod(0o1777)
+    other = Tivar(f"{open_place}/tivar", open_place)
+    arguments = ["export", "slow.ppm", "-o", "old.bmp", "--bits", "8", "--library", "./libtivar.so.2"]
+    begin = time.monotonic()
+    result = other.run(*arguments, limits=become(65534, 65534))
+    refused = time.monotonic() - begin
+    fails(result, 1, "old.bmp", "Operation not permitted")
+    assert (open_place / "old.bmp").read_bytes() == b"old"
+    os.chown(open_place / "old.bmp", 65534, 65534)
+    begin = time.monotonic()
+    assert other.run(*arguments, limits=become(65534, 65534)).returncode == 0
+    assert refused < (time.monotonic() - begin) / 2
+
+
+# Every limit until one is enough: what fails is told to be the limit.
+@pytest.mark.parametrize("options", [[], ["--route", "driver"], ["--via", "document"], ["--via", "memory"]])
+def test_a_limit_on_open_files_is_blamed(tivar, chart, options):
+    refusals = 0
+    for count in range(5, 30):
+        limits = lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (count, count))
+        result = tivar.run("export", chart, "-o", "out.bmp", *options, limits=limits)
+        if result.returncode == 0:
+            assert refusals > 0
+            return
+        if b"error while loading shared" in result.stderr or b"cannot be loaded" in result.stderr:
+            continue
+        fails(result, 1, "Too many open files", "ulimit -n")
+        refusals += 1
+    raise AssertionError("30 open files are not enough")
 
 
 @pytest.mark.parametrize("via", VIAS)

@@ -78,6 +78,22 @@ def test_control_characters_of_names_do_not_reach_the_terminal(tivar):
     fails(result, 1, r"a\x1b[31m\x09b\x7f\x9bcé.png: No such file")
 
 
+@pytest.mark.parametrize(
+    "name,shown",
+    [
+        (b"a\x9b31mb", rb"a\x9b31mb"),  # a control character of terminals with 8 bits
+        ("a\u202egnp.b".encode(), rb"a\u202egnp.b"),  # what follows would be shown backwards
+        ("\u2066a\u200f\u2028b".encode(), rb"\u2066a\u200f\u2028b"),
+        ("d\u00e9j\u00e0 \u5c4f \U0001f600".encode(), "d\u00e9j\u00e0 \u5c4f \U0001f600".encode()),
+        (b"d\xe9j\xe0", b"d\xe9j\xe0"),  # names of another encoding stay
+        (b"\xc0\x9b\xe2\x80", rb"\x9b".join([b"\xc0", b"\xe2"]) + rb"\x80"),
+    ],
+)
+def test_names_do_not_command_the_terminal(tivar, name, shown):
+    result = tivar.run("export", os.fsdecode(name))
+    assert result.stderr.startswith(b"tivar: " + shown + b": No such file"), result.stderr
+
+
 def test_a_size_may_have_a_capital_cross(tivar):
     drawing.chart(30, 20).save(tivar.directory / "in.png")
     written = bmp.read(tivar.export("in.png", "out.bmp", "--size", "12X10"))

@@ -340,3 +340,50 @@ def test_a_reader_that_goes_away_is_an_error(tivar):
     result = tivar.run("export", "in.ppm", "-o", "-", stdout=write_end)
     os.close(write_end)
     fails(result, 1, "standard output", "Broken pipe")
+
+
+@pytest.mark.parametrize("arguments", [["inspect", "in.bmp"], ["--help"], ["export", "--help"], ["info"]])
+def test_nothing_is_said_when_the_reader_of_a_listing_goes_away(tivar, chart, arguments):
+    tivar.export(chart, "in.bmp", "--bits", 8)
+    read_end, write_end = os.pipe()
+    os.close(read_end)
+    result = tivar.run(*arguments, stdout=write_end)
+    os.close(write_end)
+    assert (result.returncode, result.stderr) == (128 + signal.SIGPIPE, b"")
+
+
+def part_file(directory, tivar_process):
+    """The unfinished file in the directory, once it is there."""
+    for _ in range(2000):
+        found = [p for p in directory.iterdir() if ".tivar." in p.name]
+        if found:
+            return found[0]
+        assert tivar_process.poll() is None, tivar_process.stderr.read()
+        time.sleep(0.005)
+    raise AssertionError("no unfinished file")
+
+
+@pytest.mark.parametrize("mode", [0o600, 0o640, 0o000])
+def test_an_unfinished_file_is_nobody_elses_to_read(tivar, slow_picture, mode):
+    target = tivar.directory / "out.bmp"
+    target.write_bytes(b"old")
+    target.chmod(mode)
+    os.umask(0)
+    running = tivar.start("export", slow_picture, "-o", "out.bmp", "--bits", 8)
+    unfinished = part_file(tivar.directory, running)
+    assert stat.S_IMODE(unfinished.stat().st_mode) == 0o600
+    running.terminate()
+    running.communicate()
+
+
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root writes such files")
+@pytest.mark.parametrize("mode", [0o600, 0o640, 0o000, 0o777])
+def test_a_file_replaced_keeps_its_mode_owner_and_group(tivar, chart, mode):
+    target = tivar.directory / "out.bmp"
+    target.write_bytes(b"old")
+    os.chown(target, 4321, 8765)
+    target.chmod(mode)
+    tivar.run("export", chart, "-o", "out.bmp")
+    status = target.stat()
+    assert (stat.S_IMODE(status.st_mode), status.st_uid, status.st_gid) == (mode, 4321, 8765)
+    assert target.read_bytes()[:2] == b"BM"

@@ -536,3 +536,28 @@ def test_help_goes_to_standard_output(tivar, command):
 def test_a_full_disk_behind_standard_output_is_an_error(tivar):
     with open("/dev/full", "wb") as full:
         fails(tivar.run("settings", "show", stdout=full), 1, "standard output", "No space left")
+
+
+COMMANDS = [["settings", "show"], ["settings", "set", "bits=4"], ["export", "chart.png", "-o", "out.bmp"]]
+
+
+@pytest.mark.parametrize("command", COMMANDS)
+@pytest.mark.parametrize("inidir", [False, True])
+def test_a_directory_is_no_profile(tivar, chart, command, inidir):
+    (tivar.directory / "place" / "my.ini").mkdir(parents=True)
+    environment = {**os.environ, "INIDIR": "place"} if inidir else None
+    name = "my.ini" if inidir else "place/my.ini"
+    result = tivar.run(*command, "--profile", name, env=environment)
+    fails(result, 1, "place/my.ini", "Is a directory")
+    assert not (tivar.directory / "out.bmp").exists()
+
+
+@pytest.mark.parametrize("command", COMMANDS)
+def test_a_profile_without_an_end_is_refused(tivar, chart, command):
+    fails(tivar.run(*command, "--profile", "/dev/zero"), 1, "/dev/zero", "no regular file")
+    os.mkfifo(tivar.directory / "pipe")
+    fails(tivar.run(*command, "--profile", "pipe"), 1, "pipe", "no regular file")
+    with open(tivar.directory / "long.ini", "wb") as profile:
+        profile.write(b"[TIVAR]\n~Mode=Mode\n")
+        profile.truncate(1 << 32)
+    fails(tivar.run(*command, "--profile", "long.ini"), 1, "long.ini", "more than 1 megabyte")

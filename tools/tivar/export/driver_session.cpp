@@ -45,6 +45,7 @@ void perform(const DriverSession& session, const DriverBlock& block, const char*
 }
 
 void failDriver(const char* what, int32_t code) {
+    failWithoutDescriptors();
     const bool memory = code == TIVAR_ERR_NO_MEMORY;
     fail(std::string("the driver could not ") + what + (memory ? ", not enough memory" : "") +
              " (code " + std::to_string(code) + ")",

@@ -51,6 +51,7 @@ Block runExport(const Workshop& shop, const ExportPlan& plan, const Destination&
     Block memory(library, status.words[STATUS_MEMORY]);
     throwIfInterrupted();
     if (result != 0) {
+        failWithoutDescriptors();
         fail("the library could not open its output (code " + std::to_string(result) + ")",
              "check the target and the free memory");
     }

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <exception>
 #include <new>
 
 #include "process/interrupt.h"
@@ -27,6 +28,9 @@ const char* remedyFor(int error) {
         case EPERM:
         case EROFS:
             return "check the permissions or choose another place";
+        case EMFILE:
+        case ENFILE:
+            return "raise the limit on open files (ulimit -n) or close other programs";
         case EBADF:
             return "redirect it or name a file";
         case EPIPE:
@@ -54,6 +58,11 @@ void failErrno(const std::string& file, int error) {
     throw Failure{file, std::strerror(error), remedyFor(error)};
 }
 
+void failWithoutDescriptors() {
+    const Descriptor another = duplicate(STDERR_FILENO);
+    if (another.number < 0 && (errno == EMFILE || errno == ENFILE)) failErrno("", errno);
+}
+
 void report(const std::string& file, const std::string& what, const std::string& remedy) {
     std::string line = "tivar: ";
     if (!file.empty()) line += file + ": ";
@@ -73,6 +82,9 @@ int reportCurrentException(const std::string& file) {
         return kSignalBase + interrupted.signal;
     } catch (const std::bad_alloc&) {
         report(file, "not enough memory", "close other programs or use a smaller picture");
+        return kExportFailed;
+    } catch (const std::exception& unforeseen) {
+        report(file, unforeseen.what(), "try it on its own and report it if it stays");
         return kExportFailed;
     }
 }

@@ -29,6 +29,9 @@ struct Interrupted {
 // The same for an errno value, with advice that fits it.
 [[noreturn]] void failErrno(const std::string& file, int error);
 
+// Fails when no file can be opened any more, which explains failures that do not tell why.
+void failWithoutDescriptors();
+
 // "tivar: file: what; remedy" in one write, so that lines of parallel workers never mix.
 void report(const std::string& file, const std::string& what, const std::string& remedy);
 

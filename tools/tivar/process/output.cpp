@@ -26,8 +26,9 @@ bool sameFile(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
+// Only its owner reads an unfinished file whose place may be a private one's.
 void openPart(Output& output) {
-    PartFile part = createPart(output.target);
+    PartFile part = createPart(output.target, output.replaced ? 0600 : 0666);
     if (part.file.number < 0) failErrno(output.name, errno);
     output.part = std::move(part.path);
     output.file = std::move(part.file);
@@ -46,6 +47,18 @@ void openOpened(Output& output, int descriptor) {
     if (!writable) failErrno(output.name, EBADF);
 }
 
+// In a directory whose files belong to their owners each, as in /tmp, somebody else's file cannot be
+// replaced, which shows only when all the work is done.
+void requireReplaceable(const Output& output, const struct stat& status) {
+    const fs::path parent = fs::path(output.target).parent_path();
+    struct stat directory {};
+    if (::stat(parent.empty() ? "." : parent.c_str(), &directory) != 0) return;
+    const uid_t self = ::geteuid();
+    const bool sticky = (directory.st_mode & S_ISVTX) != 0;
+    const bool ours = self == 0 || self == status.st_uid || self == directory.st_uid;
+    if (sticky && !ours) failErrno(output.name, EPERM);
+}
+
 // A link by which the system shows an open file says nothing about where it lies: the target is
 // replaced only if it is the file that the name opens.
 void openNamed(Output& output) {
@@ -62,8 +75,21 @@ void openNamed(Output& output) {
                              sameFile(status, behind);
     if (!replaceable) return openDirectly(output);
     if (::access(output.target.c_str(), W_OK) != 0) failErrno(output.name, errno);
-    output.mode = status.st_mode & 0777;
+    requireReplaceable(output, status);
+    output.replaced = status;
     openPart(output);
+}
+
+// Gives the file the owner, the group and the permissions of the one that it replaces, as far as
+// the user may. A group that it cannot get has been given no more than everybody.
+bool inheritAccess(int file, const struct stat& replaced) {
+    struct stat now {};
+    if (::fstat(file, &now) != 0) return false;
+    const bool sameGroup =
+        now.st_gid == replaced.st_gid || ::fchown(file, uid_t(-1), replaced.st_gid) == 0;
+    if (now.st_uid != replaced.st_uid) (void)!::fchown(file, replaced.st_uid, gid_t(-1));
+    const mode_t mode = replaced.st_mode & 0777;
+    return ::fchmod(file, sameGroup ? mode : mode & (0707 | (mode & 07) << 3)) == 0;
 }
 
 }  // namespace
@@ -95,7 +121,7 @@ Output::~Output() {
 
 void commit(Output& output) {
     if (output.part.empty()) return;
-    const bool kept = output.mode == 0 || ::fchmod(output.file.number, output.mode) == 0;
+    const bool kept = !output.replaced || inheritAccess(output.file.number, *output.replaced);
     // Some file systems tell only here that there was no room.
     const bool closed = ::close(std::exchange(output.file.number, -1)) == 0;
     if (!kept || !closed || ::rename(output.part.c_str(), output.target.c_str()) != 0) {

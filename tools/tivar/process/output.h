@@ -4,8 +4,9 @@
 #ifndef TIVAR_TOOL_OUTPUT_H
 #define TIVAR_TOOL_OUTPUT_H
 
-#include <sys/types.h>
+#include <sys/stat.h>
 
+#include <optional>
 #include <string>
 
 #include "process/system.h"
@@ -18,7 +19,7 @@ struct Output {
     std::string part;    // the unfinished file beside it; "" = bytes go straight to the target
     Descriptor file;
     Descriptor lock;  // keeps the unfinished file locked until it is in its place
-    mode_t mode = 0;  // permissions of the file replaced; 0 = a fresh file
+    std::optional<struct stat> replaced;  // none = a fresh file
 
     // Names that lead to standard output are standardOutput, whatever stands in its place now.
     Output(const std::string& targetName, const Descriptor& standardOutput);

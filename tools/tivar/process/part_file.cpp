@@ -73,7 +73,7 @@ bool holds(const PartFile& part) {
 
 }  // namespace
 
-PartFile createPart(const std::string& target) {
+PartFile createPart(const std::string& target, mode_t mode) {
     const fs::path place(target);
     const std::string prefix = partPrefix(place);
     removeLeftovers(place.has_parent_path() ? place.parent_path() : fs::path("."), prefix);
@@ -84,7 +84,7 @@ PartFile createPart(const std::string& target) {
         const std::string name = prefix + std::to_string(::getpid() + i) + std::string(kSuffix);
         part.path = (place.parent_path() / name).string();
         part.file =
-            Descriptor(::open(part.path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+            Descriptor(::open(part.path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
         if (part.file.number < 0 && errno == EEXIST) continue;
         if (part.file.number >= 0 && !holds(part)) continue;
         if (part.file.number >= 0) removeOnSignal(part.path);

@@ -4,6 +4,8 @@
 #ifndef TIVAR_TOOL_PART_FILE_H
 #define TIVAR_TOOL_PART_FILE_H
 
+#include <sys/types.h>
+
 #include <string>
 
 #include "process/system.h"
@@ -17,7 +19,7 @@ struct PartFile {
 
 // A fresh file beside the target, which goes when a signal ends the process. Leftovers beside the
 // target are removed. No file, with errno, when there can be none.
-PartFile createPart(const std::string& target);
+PartFile createPart(const std::string& target, mode_t mode);
 
 }  // namespace tool
 

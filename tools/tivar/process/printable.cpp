@@ -1,40 +1,79 @@
 #include "process/printable.h"
 
+#include <array>
+#include <cstdint>
+#include <cstdio>
+
 namespace tool {
 namespace {
 
-constexpr unsigned char kFirstPlain = 0x20;
-constexpr unsigned char kDelete = 0x7F;
-// UTF-8 writes the control characters from 0x80 to 0x9F as this byte and their own.
-constexpr unsigned char kHighControlLead = 0xC2;
-constexpr unsigned char kLastHighControl = 0x9F;
+struct Range {
+    uint32_t first;
+    uint32_t last;
+};
 
-bool isControl(unsigned char byte, unsigned char before) {
-    const bool high = before == kHighControlLead && byte > kDelete && byte <= kLastHighControl;
-    return byte < kFirstPlain || byte == kDelete || high;
+// Control characters, and those that turn the direction of text or break lines.
+constexpr std::array<Range, 8> kCommanding{{{0x00, 0x1F},
+                                            {0x7F, 0x9F},
+                                            {0x061C, 0x061C},
+                                            {0x200E, 0x200F},
+                                            {0x2028, 0x202E},
+                                            {0x2066, 0x206F},
+                                            {0xFEFF, 0xFEFF},
+                                            {0xFFF9, 0xFFFB}}};
+
+bool commands(uint32_t code) {
+    for (const Range range : kCommanding) {
+        if (code >= range.first && code <= range.last) return true;
+    }
+    return false;
 }
 
-std::string escaped(unsigned char byte) {
-    constexpr char kDigits[] = "0123456789abcdef";
-    return {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
+struct Character {
+    uint32_t code;
+    size_t bytes;
+};
+
+size_t bytesAfter(unsigned char lead) {
+    if (lead < 0xC2 || lead > 0xF4) return 0;
+    return lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
+}
+
+// The character of UTF-8 at the text's start. A byte that begins none stands for itself, as terminals
+// with other encodings take it.
+Character firstOf(std::string_view text) {
+    const auto lead = static_cast<unsigned char>(text[0]);
+    const size_t more = bytesAfter(lead);
+    if (more == 0 || text.size() <= more) return {lead, 1};
+    uint32_t code = lead & (0x3Fu >> more);
+    for (size_t i = 1; i <= more; ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if ((byte & 0xC0) != 0x80) return {lead, 1};
+        code = code << 6 | (byte & 0x3F);
+    }
+    return {code, more + 1};
+}
+
+// "\x9b" or "\u202e"
+std::string escaped(uint32_t code) {
+    char text[12];
+    std::snprintf(text, sizeof text, code < 0x100 ? "\\x%02x" : "\\u%04x", code);
+    return text;
 }
 
 }  // namespace
 
 std::string printable(std::string_view text) {
     std::string shown;
-    unsigned char before = 0;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '\n' || c == '\r') {
+    while (!text.empty()) {
+        const Character next = firstOf(text);
+        const std::string_view bytes = text.substr(0, next.bytes);
+        if (next.code == '\n' || next.code == '\r') {
             shown += ' ';
-        } else if (isControl(byte, before)) {
-            if (byte > kDelete) shown.pop_back();  // its lead is nothing by itself
-            shown += escaped(byte);
         } else {
-            shown += c;
+            shown += commands(next.code) ? escaped(next.code) : std::string(bytes);
         }
-        before = byte;
+        text.remove_prefix(next.bytes);
     }
     return shown;
 }

@@ -1,10 +1,12 @@
 #include "settings/profile_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -23,6 +25,14 @@ std::string contents(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file) failErrno(path, errno);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+// The file that the library takes for the name: one in the directory that INIDIR names comes first.
+std::string pathOf(const std::string& profile) {
+    const char* directory = std::getenv("INIDIR");
+    if (directory == nullptr || *directory == '\0') return profile;
+    const std::string candidate = std::string(directory) + "/" + profile;
+    return ::access(candidate.c_str(), R_OK) == 0 ? candidate : profile;
 }
 
 // What is missing behind the last line. Lines are ended as the first one is.
@@ -49,6 +59,20 @@ std::string sectionIn(std::string_view line) {
 }
 
 }  // namespace
+
+void requireReadable(const std::string& profile) {
+    constexpr off_t kLongest = 1 << 20;
+    const std::string path = pathOf(profile);
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) return;
+    if (S_ISDIR(status.st_mode)) failErrno(path, EISDIR);
+    if (!S_ISREG(status.st_mode)) {
+        failAt(path, "is no regular file, which a profile is", "copy it into a file first");
+    }
+    if (status.st_size > kLongest) {
+        failAt(path, "has more than 1 megabyte, too much for a profile", "check the file");
+    }
+}
 
 std::vector<std::string> sectionsOf(const std::string& path) {
     const std::string text = contents(path);

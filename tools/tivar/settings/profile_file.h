@@ -8,6 +8,10 @@
 
 namespace tool {
 
+// Fails for what the library would read without an end, or not at all: a profile is a regular file
+// of a sensible length. One that is missing is left to the library.
+void requireReadable(const std::string& profile);
+
 // The names in brackets, as far as a section can have them, in the file's order.
 std::vector<std::string> sectionsOf(const std::string& path);
 

@@ -42,12 +42,18 @@ std::string listModes(const Settings& settings) {
     return list;
 }
 
+// Before the library reads it.
+const char* checkedName(const std::string& profile) {
+    if (!profile.empty()) requireReadable(profile);
+    return profile.c_str();
+}
+
 }  // namespace
 
 Settings::Settings(const Library& loaded, const std::string& profileName, const std::string& mode)
     : library(loaded),
       profile(profileName),
-      handle(loaded.createSetup(0, profileName.c_str(), mode.c_str(), nullptr)),
+      handle(loaded.createSetup(0, checkedName(profileName), mode.c_str(), nullptr)),
       record(static_cast<SetupRecord*>(loaded.globalLock(handle))) {
     if (record == nullptr) throw std::bad_alloc();
     if (profile.empty()) {
