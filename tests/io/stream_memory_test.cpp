@@ -190,6 +190,18 @@ TEST(MemoryStream, WhatLaysBehindTheShownSizeSurvivesTheFirstGrowth) {
     EXPECT_EQ(shown.block(), (Bytes{'a', 'b', 'c', 0xFF, '4', 0, 0, 0, 0, 0, 0, 0}));
 }
 
+TEST(MemoryStream, OfWhatLaysBehindTheShownSizeOnlyTheFirstStepSurvives) {
+    // Two bytes shown, and a place that takes three steps of three.
+    BlockStream block(bytesOfText("0123456789ABCDEF"), 2, 3, kCreateToWrite);
+    EXPECT_EQ(oxlSeek(block.stream, 9, SEEK_END), 9);
+    EXPECT_EQ(writeText(block.stream, "x"), 1);
+    EXPECT_EQ(recordOf(block.stream).limit, 10);
+    EXPECT_EQ(oxlSeek(block.stream, 0, SEEK_SET), 0);
+    EXPECT_EQ(readText(block.stream, 20), std::string("01234\0\0\0\0x", 10));
+    EXPECT_EQ(block.close(), 0);
+    EXPECT_EQ(block.block(), (Bytes{'0', '1', '2', '3', '4', 0, 0, 0, 0, 'x', 0xFF}));
+}
+
 TEST(MemoryStream, ThatCannotGrowStopsAtItsLimit) {
     for (const std::string& text : {std::string("abcde"), pattern(40000)}) {
         BlockStream block(Bytes(4, '#'), 4, 0, kCreateToWrite);
