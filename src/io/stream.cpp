@@ -68,10 +68,10 @@ bool attachFile(StreamRecord& stream, FILE* file) {
     stream.data = static_cast<uint8_t*>(GlobalLock(stream.buffer));
     stream.high = -1;
     stream.limit = kStreamBufferSize - 1;
-    stream.filePosition = -1;
     stream.lineFormat = 2;
     if (stream.data == nullptr) {
-        if (stream.borrowed == 0) std::fclose(file);
+        const bool standard = file == stdin || file == stdout;
+        if (stream.borrowed == 0 && !standard) std::fclose(file);
         return false;
     }
     refreshLength(stream);
