@@ -194,16 +194,15 @@ void change(Input& input, Profile& profile) {
                                   profile.name.c_str());
     }
     profile.requireUnhidden();
-    MaybeText expected = profile.text;
-    if (!section.empty()) expected = fuzz::plainProfileWrite(profile.text, section, key, value);
+    const Text expected = fuzz::plainProfileWrite(profile.text, section, key, value);
     const Bytes after = fuzz::readFile(profile.path);
     const Text found(after.begin(), after.end());
     if (fuzz::HeapWatch::refused()) {
-        require(found == profile.text.value_or("") || found == expected.value_or(""),
+        require(found == profile.text.value_or("") || found == expected,
                 "the old or the complete new profile is there");
     } else {
-        requireSame(after, bytesOf(expected.value_or("")), "the new profile");
-        if (!section.empty() && key && value) requireReadable(profile, section, *key, *value);
+        requireSame(after, bytesOf(expected), "the new profile");
+        if (key && value) requireReadable(profile, section, *key, *value);
     }
     if (fuzz::fileExists(profile.path)) profile.text = found;
 }

@@ -74,8 +74,10 @@ bool startsSection(const Text& line) {
     return !line.empty() && line[0] == '[';
 }
 
-Text sectionName(const Text& section) {
-    return cleaned(section.substr(0, kLongestLine), false);
+// A line that says nothing names no section.
+bool isHeaderOf(const Text& line, const Text& section) {
+    const Text name = cleaned(line, false);
+    return !name.empty() && isSame(name, section);
 }
 
 struct Entry {
@@ -133,7 +135,8 @@ Text endingOf(const Text& file) {
 bool isEntryOf(const Text& line, const Text& key) {
     const Text text = upToZero(line);
     const std::size_t equals = text.find('=');
-    return equals != Text::npos && isSame(trimmed(text.substr(0, equals)), key);
+    const bool isEntry = equals != Text::npos && !cleaned(line, true).empty();
+    return isEntry && isSame(trimmed(text.substr(0, equals)), key);
 }
 
 }  // namespace
@@ -145,12 +148,10 @@ PlainAnswer plainProfileString(const std::optional<Text>& file, const Text& sect
     const Text fallback = defaultText.substr(0, room - 1);
     PlainAnswer answer = {static_cast<std::int32_t>(fallback.size()), Bytes(room)};
     put(answer.buffer, 0, fallback);
-    const Text wanted = sectionName(section);
+    const Text wanted = cleaned(section, false);
     const Lines lines = linesOf(file.value_or(""));
     for (std::size_t i = 0; i < lines.size();) {
-        const Text& line = lines[i++];
-        const bool skipped = upToZero(line).empty() || line[0] == ';';
-        if (skipped || !isSame(cleaned(line, false), wanted)) continue;
+        if (!isHeaderOf(lines[i++], wanted)) continue;
         if (!key) return listKeys(lines, i, answer.result, room);
         for (; i < lines.size() && !startsSection(lines[i]); ++i) {
             const std::optional<Entry> entry = entryOf(lines[i]);
@@ -189,13 +190,13 @@ std::int32_t plainProfileInt(const std::optional<Text>& file, const Text& sectio
 Text plainProfileWrite(const std::optional<Text>& file, const Text& section,
                        const std::optional<Text>& key, const std::optional<Text>& value) {
     const Text ending = file ? endingOf(*file) : "\n";
-    const Text wanted = sectionName(section);
+    const Text wanted = cleaned(section, false);
     const Lines lines = linesOf(file.value_or(""));
     Text out;
     bool found = false;
     for (std::size_t i = 0; i < lines.size();) {
         const Text header = lines[i++];
-        if (!startsSection(header) || !isSame(cleaned(header, false), wanted)) {
+        if (!startsSection(header) || !isHeaderOf(header, wanted)) {
             out += header + ending;
             continue;
         }

@@ -97,9 +97,9 @@ EscapeResult setYResolution(const EscapeCall& call) {
 EscapeResult setInches(const EscapeCall& call, double& inches, TextId key, const char* prefix,
                        int digits) {
     double value = 0;
-    const bool inRange =
-        readInput(call, value) && value >= kSmallestInches && value <= kLargestInches;
-    if (!inRange) return kRefused;
+    if (!readInput(call, value)) return kRefused;
+    // What is no number is neither below nor above a limit.
+    if (value < kSmallestInches || value > kLargestInches) return kRefused;
     inches = value;
     char text[40];
     copyBounded(text, sizeof text, prefix);

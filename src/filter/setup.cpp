@@ -20,6 +20,14 @@ namespace {
 constexpr size_t kNameSize = sizeof SetupRecord{}.filterName;
 static_assert(sizeof(SetupRecord) == 1376);
 
+// The profile's path goes into the record. One that does not fit is not found: cut, it would name
+// another file.
+bool findProfile(SetupRecord& record, const char* path) {
+    if (!isEmpty(path) && ::strnlen(path, kNameSize) == kNameSize) return false;
+    if (!isEmpty(path)) copyBounded(record.profilePath, kNameSize, path);
+    return GetProfileDirectory(record.profilePath, export_szDLLName) == 0;
+}
+
 // The mode's section: the caller's choice, or the one that the filter's own section names.
 void chooseMode(SetupRecord& record, const char* modeName) {
     if (!isEmpty(modeName)) {
@@ -43,9 +51,8 @@ MemHandle CreateSetup(HostWord, const char* profilePath, const char* modeName,
     hRaster = handle;
     lpRaster = static_cast<SetupRecord*>(GlobalLock(handle));
     strupr(szFilter);
-    if (!isEmpty(profilePath)) copyBounded(lpRaster->profilePath, kNameSize, profilePath);
     copyBounded(lpRaster->filterName, kNameSize, isEmpty(filterName) ? szFilter : filterName);
-    if (GetProfileDirectory(lpRaster->profilePath, export_szDLLName) != 0) {
+    if (!findProfile(*lpRaster, profilePath)) {
         lpRaster->profilePath[0] = '\0';
         UseDefaultSettings(lpRaster);
     } else {

@@ -64,6 +64,13 @@ int64_t fileOffset(const EmbeddedStream& stream, const SectorTable& sectors, boo
     return (int64_t{holder} + 1) * kSectorSize + static_cast<int64_t>(place % kSectorSize);
 }
 
+// Nothing is read of a sector at no place of the file.
+int32_t readAt(OxlStream stream, int64_t place, uint8_t* buffer, uint32_t count) {
+    if (place > INT32_MAX) return 0;
+    if (oxlSeek(stream, static_cast<int32_t>(place), SEEK_SET) != place) return 0;
+    return oxlRead(stream, buffer, static_cast<int32_t>(count));
+}
+
 int32_t readEmbedded(OxlStream stream, EmbeddedStream& embedded, uint8_t* buffer, uint32_t count) {
     const SectorTable sectors(embedded.sectorTable);
     const SectorTable miniSectors(embedded.miniSectorTable);
@@ -76,9 +83,7 @@ int32_t readEmbedded(OxlStream stream, EmbeddedStream& embedded, uint8_t* buffer
         const uint32_t offset = embedded.position % unitSize;
         const uint32_t wanted = std::min(unitSize - offset, count);
         const int64_t place = fileOffset(embedded, sectors, mini, unit, offset);
-        if (place > INT32_MAX) break;
-        oxlSeek(stream, static_cast<int32_t>(place), SEEK_SET);
-        const int32_t read = oxlRead(stream, buffer, static_cast<int32_t>(wanted));
+        const int32_t read = readAt(stream, place, buffer, wanted);
         // Kept: a short read advances by what was wanted, and is the last.
         buffer += wanted;
         count -= wanted;

@@ -68,10 +68,10 @@ bool attachFile(StreamRecord& stream, FILE* file) {
     stream.data = static_cast<uint8_t*>(GlobalLock(stream.buffer));
     stream.high = -1;
     stream.limit = kStreamBufferSize - 1;
-    stream.filePosition = -1;
     stream.lineFormat = 2;
     if (stream.data == nullptr) {
-        if (stream.borrowed == 0) std::fclose(file);
+        const bool standard = file == stdin || file == stdout;
+        if (stream.borrowed == 0 && !standard) std::fclose(file);
         return false;
     }
     refreshLength(stream);
@@ -134,14 +134,20 @@ bool attach(StreamRecord& stream, const char* name, OxlStreamDesc* descriptor) {
     return stream.document == nullptr && attachMemory(stream, descriptor);
 }
 
+// Grows the block by steps until it holds the byte at index.
+bool growToIndex(StreamRecord& stream) {
+    if (stream.growStep <= 0) return false;
+    const int64_t limit = stream.limit;
+    const int64_t missing = stream.index - limit;
+    const int64_t steps = (missing + stream.growStep - 1) / stream.growStep;
+    // Only one step keeps bytes of the caller's that lie behind the limit: it goes first.
+    return growMemory(stream, limit + stream.growStep) &&
+           (steps == 1 || growMemory(stream, limit + steps * stream.growStep));
+}
+
 // Makes the byte at index usable for writing.
 bool makeRoom(StreamRecord& stream) {
-    if (isMemory(stream)) {
-        if (stream.growStep <= 0) return false;
-        const int64_t missing = int64_t{stream.index} - stream.limit;
-        const int64_t steps = (missing + stream.growStep - 1) / stream.growStep;
-        return growMemory(stream, stream.limit + steps * stream.growStep);
-    }
+    if (isMemory(stream)) return growToIndex(stream);
     if (flushBuffer(stream) == kFailed) return false;
     if (stream.index > stream.limit) {
         // A buffer that was only read: a new one starts where it ended.

@@ -49,10 +49,16 @@ void moveBehind(StreamRecord& stream, int32_t count) {
     stream.dirty = 0;
 }
 
+// A write that came short is told, and what it left counts for the length.
+int32_t failShort(StreamRecord& stream) {
+    refreshLength(stream);
+    return fail(stream);
+}
+
 int32_t flushFile(StreamRecord& stream) {
     if (stream.dirty == 0) return 0;
     const int32_t count = stream.high + 1;
-    if (putAtBase(stream, stream.data, count) != count) return fail(stream);
+    if (putAtBase(stream, stream.data, count) != count) return failShort(stream);
     moveBehind(stream, count);
     return count;
 }
@@ -120,15 +126,15 @@ int32_t writeBuffersDirectly(StreamRecord& stream, const uint8_t* source, int32_
     moveBehind(stream, flushed);
     if (flushed == whole) return whole;
     // As had they come one by one, too: the buffer that could not be flushed stays full.
-    stream.filePosition = -1;
     std::memcpy(stream.data, source + flushed, kStreamBufferSize);
     stream.high = stream.limit;
     stream.index = kStreamBufferSize;
     stream.dirty = 1;
-    return fail(stream);
+    return failShort(stream);
 }
 
 void refreshLength(StreamRecord& stream) {
+    stream.filePosition = -1;
     const long position = std::ftell(stream.file);
     if (position < 0 || std::fseek(stream.file, 0, SEEK_END) != 0) return;
     const long end = std::ftell(stream.file);

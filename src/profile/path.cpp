@@ -29,8 +29,12 @@ char* s_getpath(char* destination, size_t capacity, const char* path) {
 
 char* s_getname(char* destination, size_t capacity, const char* path) {
     const char* separator = lastSeparator(path, "\\/:");
-    copyBounded(destination, capacity, separator == nullptr ? path : separator + 1);
-    if (char* extension = std::strrchr(destination, '.')) *extension = '\0';
+    const char* name = separator == nullptr ? path : separator + 1;
+    const char* extension = std::strrchr(name, '.');
+    const size_t length = extension == nullptr ? std::strlen(name) : size_t(extension - name);
+    const size_t kept = length < capacity ? length : capacity - 1;
+    std::memcpy(destination, name, kept);
+    destination[kept] = '\0';
     return destination;
 }
 

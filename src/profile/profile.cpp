@@ -24,6 +24,23 @@ bool canOpen(const char* name) {
     return oxlOpen(name, nullptr, OXL_EXISTS) != static_cast<OxlStream>(-1);
 }
 
+// Cut to its field, a path would name another file: it must fit.
+bool fits(const char* path, size_t capacity) {
+    return ::strnlen(path, capacity) < capacity;
+}
+
+// The profile's own name, or one made of the module's; false when it does not fit.
+bool chooseProfile(char (&wanted)[kPathSize], const char* name, const char* path) {
+    constexpr char kExtension[] = ".ini";
+    if (!fits(name, kPathSize)) return false;
+    copyBounded(wanted, kPathSize, name);
+    if (wanted[0] != '\0' || path == nullptr) return true;
+    s_getname(wanted, kPathSize, path);
+    const bool hasRoom = fits(wanted, kPathSize - std::strlen(kExtension));
+    if (hasRoom) std::strcat(wanted, kExtension);
+    return hasRoom;
+}
+
 // The answer of a profile query as it forms in the caller's buffer.
 struct Answer {
     char* buffer;
@@ -45,11 +62,10 @@ void stripQuotes(char* value) {
 }
 
 // Reads up to the line that names the section.
-bool findSection(OxlStream stream, const CleanText& section) {
+bool findSection(OxlStream stream, const SectionName& section) {
     ProfileLine line;
     while (readProfileLine(stream, line)) {
-        const bool skipped = line.text[0] == '\0' || line.text[0] == ';';
-        if (!skipped && namesSection(line, section)) return true;
+        if (namesSection(line, section)) return true;
     }
     return false;
 }
@@ -134,14 +150,8 @@ void INIclose(OxlStream stream) {
 }
 
 int32_t GetProfileDirectory(char* name, const char* path) {
-    if (name == nullptr) return 1;
     char wanted[kPathSize];
-    copyBounded(wanted, sizeof wanted, name);
-    if (wanted[0] == '\0' && path != nullptr) {
-        constexpr char kExtension[] = ".ini";
-        s_getname(wanted, sizeof wanted - sizeof kExtension + 1, path);
-        std::strcat(wanted, kExtension);
-    }
+    if (name == nullptr || !chooseProfile(wanted, name, path)) return 1;
     char candidate[kPathSize];
     const char* directory = std::getenv("INIDIR");
     const bool usable = !isEmpty(directory) && std::strlen(directory) < kPathSize;
@@ -160,12 +170,12 @@ int32_t GetPrivateProfileString(const char* section, const char* key, const char
     std::memset(buffer, 0, static_cast<size_t>(size));
     copyBounded(buffer, static_cast<size_t>(size), defaultText);
     Answer answer{buffer, size, static_cast<int32_t>(std::strlen(buffer))};
-    if (isEmpty(file)) return answer.result;
     char name[kLongestPath];
+    if (isEmpty(file) || !fits(file, sizeof name)) return answer.result;
     copyBounded(name, sizeof name, file);
     const OxlStream stream = INIopen(name, 0, OXL_READ);
-    const CleanText wanted(section, kCleanHeader);
-    bool found = stream == 0;
+    const SectionName wanted(section);
+    bool found = stream == 0 || !wanted;
     while (!found && findSection(stream, wanted)) {
         if (key == nullptr) listKeys(stream, answer);
         found = key == nullptr || findValue(stream, key, answer);

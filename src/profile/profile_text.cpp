@@ -45,9 +45,17 @@ void cleanLine(char* line, int32_t mask) {
     trimText(line);
 }
 
-CleanText::CleanText(const char* source, int32_t mask) {
-    copyBounded(text, sizeof text, source);
+CleanLine::CleanLine(const ProfileLine& line, int32_t mask) {
+    copyBounded(text, sizeof text, line.text);
     cleanLine(text, mask);
+}
+
+SectionName::SectionName(const char* name)
+    : block(allocateScratch(uint64_t{std::strlen(name)} + 1)) {
+    if (!block) return;
+    auto* copy = reinterpret_cast<char*>(block.data);
+    std::memcpy(copy, name, std::strlen(name));
+    cleanLine(copy, kCleanHeader);
 }
 
 bool readProfileLine(OxlStream stream, ProfileLine& line) {
@@ -57,8 +65,9 @@ bool readProfileLine(OxlStream stream, ProfileLine& line) {
     return true;
 }
 
-bool namesSection(const ProfileLine& line, const CleanText& section) {
-    return stricmp(CleanText(line.text, kCleanHeader).text, section.text) == 0;
+bool namesSection(const ProfileLine& line, const SectionName& section) {
+    const CleanLine name(line, kCleanHeader);
+    return !name.isEmpty() && stricmp(name.text, section.text()) == 0;
 }
 
 }  // namespace tivar

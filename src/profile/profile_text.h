@@ -3,6 +3,8 @@
 
 #include <tivar/stream.h>
 
+#include "base/memory.h"
+
 namespace tivar {
 
 constexpr int32_t kProfileLine = 256;  // longer lines are read as several
@@ -13,15 +15,24 @@ enum CleanMask { kCleanHeader = 0, kKeepBrackets = 1, kKeepQuotes = 4, kCleanEnt
 // strips blanks. A doubled quote always leaves one.
 void cleanLine(char* line, int32_t mask);
 
-// A name or a line's text in a buffer of its own, cleaned.
-struct CleanText {
-    CleanText(const char* source, int32_t mask);
-    char text[kProfileLine + 1];
-};
-
 struct ProfileLine {
     char text[kProfileLine + 1];
     int32_t length;  // zero bytes in the line count
+};
+
+// A line's text in a buffer of its own, cleaned.
+struct CleanLine {
+    CleanLine(const ProfileLine& line, int32_t mask);
+    bool isEmpty() const { return text[0] == '\0'; }
+    char text[kProfileLine + 1];
+};
+
+// A section's name, of any length, cleaned; false without memory for it.
+struct SectionName {
+    explicit SectionName(const char* name);
+    explicit operator bool() const { return static_cast<bool>(block); }
+    const char* text() const { return reinterpret_cast<const char*>(block.data); }
+    OwnedBlock block;
 };
 
 // False at the end of the file. A last line without a line ending is not a line.
@@ -31,8 +42,9 @@ inline bool startsSection(const ProfileLine& line) {
     return line.text[0] == '[';
 }
 
-// Whether the line names the section, whose name is cleaned; case does not matter.
-bool namesSection(const ProfileLine& line, const CleanText& section);
+// Whether the line names the section; case does not matter. A line that is empty when it is cleaned
+// names none.
+bool namesSection(const ProfileLine& line, const SectionName& section);
 
 // Cuts the comment and strips blanks at both ends.
 void trimText(char* text);

@@ -22,7 +22,7 @@ namespace {
 
 // What to change: key and value given sets an entry, value null removes it, key null the section.
 struct Change {
-    CleanText section;
+    const SectionName& section;
     const char* key;
     const char* value;
 };
@@ -56,7 +56,7 @@ bool isEntryOf(const ProfileLine& line, const char* key) {
     char name[kProfileLine + 1];
     std::memcpy(name, line.text, sizeof name);
     char* equals = std::strchr(name, '=');
-    if (equals == nullptr) return false;
+    if (equals == nullptr || CleanLine(line, kCleanEntry).isEmpty()) return false;
     *equals = '\0';
     trimText(name);
     return stricmp(name, key) == 0;
@@ -126,7 +126,7 @@ bool copyProfile(OxlStream source, Output& output, const Change& change) {
 void appendSection(Output& output, const Change& change) {
     putLine(output, "", 0);
     put(output, "[", 1);
-    put(output, change.section.text, std::strlen(change.section.text));
+    put(output, change.section.text(), std::strlen(change.section.text()));
     putLine(output, "]", 1);
     putEntry(output, change);
 }
@@ -204,10 +204,12 @@ using namespace tivar;
 int32_t WritePrivateProfileString(const char* section, const char* key, const char* value,
                                   const char* file) {
     char path[PATH_MAX];
-    if (isEmpty(section) || isEmpty(file) || std::strlen(file) >= sizeof path) return 0;
+    if (section == nullptr || isEmpty(file) || std::strlen(file) >= sizeof path) return 0;
+    const SectionName name(section);
+    if (!name) return 0;
     copyBounded(path, sizeof path, file);
     const OxlStream source = INIopen(path, sizeof path, OXL_READ);
-    rewriteProfile(source, path, {CleanText(section, kCleanHeader), key, value});
+    rewriteProfile(source, path, {name, key, value});
     INIclose(source);
     return 0;
 }

@@ -266,8 +266,8 @@ bool same(double a, double b) {
 
 // Sane and hostile numbers alike.
 double anySize(support::Random& random) {
-    constexpr double kOdd[] = {0, -1, 1e-12, 1e12, -1e300, kInfinite, 0.5};
-    if (random() % 8 == 0) return kOdd[random() % 7];
+    const double kOdd[] = {0, -1, 1e-12, 1e12, -1e300, kInfinite, 0.5, std::nan("")};
+    if (random() % 8 == 0) return kOdd[random() % 8];
     return static_cast<double>(random() % 100000) / 100;
 }
 

@@ -173,6 +173,27 @@ TEST_F(Escapes, SizesAreSavedInTheirOddFormats) {
     }
 }
 
+TEST_F(Escapes, ASizeThatIsNoNumberIsTaken) {
+    const double none = std::nan("");
+    EXPECT_EQ(savedAs(13, none, "Width"), ".3nan");
+    EXPECT_EQ(savedAs(14, none, "Height"), "nan");
+    const SetupGuard setup;
+    for (const auto& s : kInches) {
+        EXPECT_EQ(setTo(setup.handle, s.escape, none), 1);
+        EXPECT_TRUE(std::isnan(setup.record->*s.field));
+    }
+}
+
+TEST_F(Escapes, WithoutAModeASavedSettingGoesToASectionWithoutAName) {
+    directory.write("p.ini", "[Slides]\nDriver=TIVAR.1\n");
+    const SetupGuard setup("p.ini");
+    EXPECT_STREQ(setup->modeName, "");
+    EXPECT_EQ(setTo(setup.handle, 11, 100, 1), 1);
+    EXPECT_EQ(setTo(setup.handle, 12, 101, 1), 1);
+    EXPECT_EQ(directory.read("p.ini"),
+              "[Slides]\nDriver=TIVAR.1\n\n[]\nX Resolution=100\n\n[]\nY Resolution=101\n");
+}
+
 TEST_F(Escapes, ALocaleWithACommaChangesNoText) {
     const CommaLocale locale;
     if (!locale.active()) GTEST_SKIP() << "no locale could be made";
@@ -356,7 +377,9 @@ TEST_F(Escapes, TheColourModeReadsAsItIsSet) {
     EXPECT_EQ(xEscapeSetup(setup.handle, 57, 4, nullptr, nullptr, 1), -1)
         << "nowhere to read it to";
     int32_t read = 9;
-    EXPECT_EQ(xEscapeSetup(setup.handle, 57, 8, nullptr, &read, 1), -1);
+    setTo(setup.handle, 1, 101);
+    for (const int32_t size : {8, 3, 5, 0, -4})
+        EXPECT_EQ(xEscapeSetup(setup.handle, 57, size, nullptr, &read, 1), -1) << size;
     EXPECT_EQ(read, 9);
 }
 

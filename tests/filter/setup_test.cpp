@@ -144,6 +144,17 @@ TEST_F(Setup, APathMayFillItsField) {
     EXPECT_EQ(setup->colorMode, 106);
 }
 
+TEST_F(Setup, APathAboveItsFieldIsNotFound) {
+    std::string path;
+    while (path.size() < 138) path += "./";
+    path += "p.ini";
+    const SetupGuard there(path.c_str());
+    EXPECT_EQ(there->profilePath, path);
+    // Cut to the field it would name the same profile.
+    const SetupGuard setup((path + "x").c_str());
+    expectDefaults(*setup.record);
+}
+
 TEST_F(Setup, WithoutMemoryThereIsNoRecord) {
     testing::internal::CaptureStdout();
     const support::FailingCall noMemory("calloc");

@@ -356,6 +356,32 @@ TEST(EmbeddedRead, AShortFileEndsTheReadBehindTheWantedCount) {
     EXPECT_EQ(readText(file.stream, 100), pattern(1100).substr(1000));
 }
 
+// A read of 3000 bytes that comes to such a sector behind two good ones.
+TEST(EmbeddedRead, ASectorThatCannotBeCountsAsAShortRead) {
+    for (const uint32_t impossible :
+         {uint32_t{4}, uint32_t{100}, uint32_t{0x3FFFFF}, uint32_t{0x400000}, uint32_t{0x800000},
+          kEndOfChain, uint32_t{0xFFFFFFFF}}) {
+        SCOPED_TRACE(impossible);
+        FileStream file(container(4), OXL_READ);
+        const Embedded embedded(file.stream, {1, impossible}, {}, 0, 0, 5000);
+        std::string read(3000, '#');
+        EXPECT_EQ(oxlRead(file.stream, read.data(), 3000), 1536);
+        EXPECT_EQ(embedded.position(), 1536u);
+        EXPECT_EQ(read, pattern(1024) + std::string(1976, '#'));
+        EXPECT_NE(embedded.embedded().flag, 0);
+    }
+}
+
+TEST(EmbeddedRead, AMiniSectorThatCannotBeCountsAsAShortRead) {
+    // Mini sector 8 lies in the mini stream's second sector, which is nowhere.
+    FileStream file(container(2), OXL_READ);
+    const Embedded embedded(file.stream, {kEndOfChain}, {8, 0, 0, 0, 0, 0, 0, 0, 0}, 0, 0, 1000);
+    std::string read(1000, '#');
+    EXPECT_EQ(oxlRead(file.stream, read.data(), 1000), 128);
+    EXPECT_EQ(embedded.position(), 128u);
+    EXPECT_EQ(read, miniText(0, 0) + std::string(936, '#'));
+}
+
 // Containers made by another program.
 class RealContainer : public testing::Test {
   protected:

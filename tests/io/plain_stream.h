@@ -60,8 +60,10 @@ class Stream {
             if (index_ > limit_) {
                 if (error_ != 0) return 0;
                 // A block that cannot grow takes no more.
-                const bool stuck = isMemory() && growStep_ == 0;
-                if (stuck || flush() == -1) return fail();
+                if (isMemory() && growStep_ == 0) return fail();
+                do {
+                    if (flush() == -1) return fail();
+                } while (isMemory() && index_ > limit_);
                 // A clean buffer, read to its last byte: a new one starts here.
                 if (!isMemory() && index_ > limit_) startBuffer(base_ + index_);
             }

@@ -94,12 +94,29 @@ TEST(DirectWrite, ThatIsCutShortKeepsTheBuffersThatWentThrough) {
         setrlimit(RLIMIT_FSIZE, &limit);
         const int32_t written = oxlWrite(stream, text.data(), 5 * kBuffer);
         const int32_t base = recordOf(stream).base;
+        const int32_t length = recordOf(stream).length;
         limit.rlim_cur = limit.rlim_max;
         setrlimit(RLIMIT_FSIZE, &limit);
-        return {written, base, oxlClose(stream)};
+        return {written, base, length, oxlClose(stream)};
     });
-    EXPECT_EQ(results, (std::vector<int32_t>{-1, 3 * kBuffer, 0}));
+    EXPECT_EQ(results, (std::vector<int32_t>{-1, 3 * kBuffer, 3 * kBuffer + kBuffer / 2, 0}));
     EXPECT_EQ(directory.read("file"), text.substr(0, 4 * kBuffer));
+}
+
+TEST(WriteBuffers, OneBehindTheOtherNeedNoSeek) {
+    const TempDirectory directory;
+    const OxlStream stream = oxlOpen(directory.path("file").c_str(), nullptr, kCreateToWrite);
+    const std::string text = pattern(20 * kBuffer);
+    {
+        const FailingCall noSeek("fseek");
+        size_t done = 0;
+        for (const size_t part : {size_t{100}, size_t{kBuffer}, size_t{5 * kBuffer}, size_t{1}})
+            for (int i = 0; i < 3; ++i, done += part)
+                ASSERT_EQ(writeText(stream, text.substr(done, part)), static_cast<int32_t>(part));
+        EXPECT_FALSE(noSeek.happened());
+    }
+    EXPECT_EQ(oxlClose(stream), 0);
+    EXPECT_EQ(directory.read("file"), text.substr(0, 303 + 18 * kBuffer));
 }
 
 TEST(FillBuffer, BehindAMemoryBlockThereIsNothing) {

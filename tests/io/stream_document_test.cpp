@@ -137,12 +137,14 @@ TEST(DocumentStream, WhatTheProcedureDoesNotServeOpensAFileThatTheProcedureThenR
 
 TEST(DocumentStream, WhatNobodyServesIsNoStream) {
     const TempDirectory directory;
-    for (const std::string& name : {directory.path("missing"), std::string()}) {
+    const std::string missing = directory.path("missing");
+    for (const char* name : {missing.c_str(), "", static_cast<const char*>(nullptr)}) {
         RecordingDocument document;
         document.answers[support::kDocOpen] = {0};
         OxlStreamDesc descriptor = document.descriptor();
-        EXPECT_EQ(oxlOpen(name.c_str(), &descriptor, OXL_READ), 0u);
-        EXPECT_EQ(document.log, "open 7 " + name + " 0\n");
+        EXPECT_EQ(oxlOpen(name, &descriptor, OXL_READ), 0u);
+        EXPECT_EQ(document.log,
+                  std::string("open 7 ") + (name == nullptr ? "(none)" : name) + " 0\n");
     }
 }
 

@@ -96,10 +96,18 @@ TEST(MemoryStream, ADescriptorThatShowsMoreThanTheBlockIsHeldToIt) {
 
 TEST(MemoryStream, ABlockOfZerosHoldsNothing) {
     for (const size_t size : {0u, 1u, 5u}) {
-        BlockStream block(Bytes(size), size, 4, OXL_READ);
-        EXPECT_EQ(readText(block.stream, 3), "");
-        EXPECT_EQ(block.close(), 0);
-        EXPECT_EQ(block.block(), Bytes(size));
+        for (const int32_t mode : {OXL_READ, OXL_WRITE, OXL_UPDATE}) {
+            BlockStream block(Bytes(size), size, 4, mode);
+            EXPECT_EQ(block.descriptor.size, 0u);
+            EXPECT_EQ(oxlSeek(block.stream, 0, SEEK_END), 0);
+            EXPECT_EQ(readText(block.stream, 3), "");
+            EXPECT_EQ(block.close(), 0);
+            if (mode == OXL_READ) {
+                EXPECT_EQ(block.block(), Bytes(size));
+            } else {
+                EXPECT_EQ(block.block()[0], 0xFF);
+            }
+        }
     }
 }
 
@@ -190,6 +198,18 @@ TEST(MemoryStream, WhatLaysBehindTheShownSizeSurvivesTheFirstGrowth) {
     EXPECT_EQ(shown.block(), (Bytes{'a', 'b', 'c', 0xFF, '4', 0, 0, 0, 0, 0, 0, 0}));
 }
 
+TEST(MemoryStream, OfWhatLaysBehindTheShownSizeOnlyTheFirstStepSurvives) {
+    // Two bytes shown, and a place that takes three steps of three.
+    BlockStream block(bytesOfText("0123456789ABCDEF"), 2, 3, kCreateToWrite);
+    EXPECT_EQ(oxlSeek(block.stream, 9, SEEK_END), 9);
+    EXPECT_EQ(writeText(block.stream, "x"), 1);
+    EXPECT_EQ(recordOf(block.stream).limit, 10);
+    EXPECT_EQ(oxlSeek(block.stream, 0, SEEK_SET), 0);
+    EXPECT_EQ(readText(block.stream, 20), std::string("01234\0\0\0\0x", 10));
+    EXPECT_EQ(block.close(), 0);
+    EXPECT_EQ(block.block(), (Bytes{'0', '1', '2', '3', '4', 0, 0, 0, 0, 'x', 0xFF}));
+}
+
 TEST(MemoryStream, ThatCannotGrowStopsAtItsLimit) {
     for (const std::string& text : {std::string("abcde"), pattern(40000)}) {
         BlockStream block(Bytes(4, '#'), 4, 0, kCreateToWrite);
@@ -230,6 +250,20 @@ TEST(MemoryStream, AGrowthWithoutMemoryLeavesTheCallersBlock) {
     EXPECT_EQ(block.block(), bytesOfText("a"));
 }
 
+TEST(MemoryStream, ThatCannotGrowPrintsNothing) {
+    testing::internal::CaptureStdout();
+    {
+        BlockStream block({'#'}, 1, 4096, kCreateToWrite);
+        const FailingCall noMemory("realloc", 1, support::Failure::kFromThenOn);
+        EXPECT_EQ(writeText(block.stream, "abc"), -1);
+        EXPECT_EQ(oxlSeek(block.stream, 100, SEEK_SET), -1);
+        EXPECT_EQ(FlushOxlIO(block.stream), -1);
+        EXPECT_EQ(block.close(), -1);
+    }
+    std::fflush(stdout);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
 TEST(MemoryStream, ASizeBeyond31BitsIsNoRoom) {
     BlockStream block(bytesOfText("abcdefgh"), 8, INT32_MAX, kCreateToWrite);
     EXPECT_EQ(oxlSeek(block.stream, 8, SEEK_SET), -1);
@@ -241,7 +275,8 @@ TEST(MemoryStream, ASizeBeyond31BitsIsNoRoom) {
 TEST(MemoryStream, PlacesInFrontOfItsStartAreNeverTouched) {
     BlockStream block(bytesOfText("abcd\xFF"), 5, 4, OXL_UPDATE);
     for (const int32_t offset : {-5, -100, INT32_MIN}) {
-        oxlSeek(block.stream, offset, SEEK_END);
+        EXPECT_EQ(oxlSeek(block.stream, offset, SEEK_END), -1);
+        EXPECT_EQ(errorOf(block.stream), -1);
         readText(block.stream, 10);
         oxlSeek(block.stream, offset, SEEK_END);
         writeText(block.stream, "");

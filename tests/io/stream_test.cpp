@@ -438,6 +438,26 @@ TEST(StreamError, AFailedFlushCanBeRepeatedFromItsStart) {
     EXPECT_EQ(directory.read("file"), pattern(20000));
 }
 
+// Created without a write bit, a stream seeks no further than its length.
+TEST(StreamError, WhatAShortWriteLeftCountsForTheLength) {
+    const TempDirectory directory;
+    const std::string path = directory.path("file");
+    for (const bool closing : {false, true}) {
+        const std::vector<int32_t> results = inChild([&]() -> std::vector<int32_t> {
+            signal(SIGXFSZ, SIG_IGN);
+            const rlimit limit = {kBuffer + 100, kBuffer + 100};
+            setrlimit(RLIMIT_FSIZE, &limit);
+            const OxlStream stream = oxlOpen(path.c_str(), nullptr, OXL_CREATE);
+            writeText(stream, pattern(20000));
+            const int32_t told = closing ? FillOxlIOBuf(stream) : FlushOxlIO(stream);
+            return {told, recordOf(stream).length, oxlSeek(stream, kBuffer + 100, SEEK_SET),
+                    oxlSeek(stream, kBuffer + 101, SEEK_SET)};
+        });
+        EXPECT_EQ(results, (std::vector<int32_t>{-1, kBuffer + 100, kBuffer + 100, -1}));
+        std::filesystem::remove(path);
+    }
+}
+
 TEST(StreamError, AReadersStreamTakesBytesItCannotWrite) {
     FileStream file("abc", OXL_READ);
     EXPECT_EQ(writeText(file.stream, "XY"), 2);
@@ -655,6 +675,25 @@ TEST(StandardStreams, StdoutWritesThereAndIsClosedWithItsStream) {
         EXPECT_EQ(directory.read("out"), "abc");
         EXPECT_EQ(directory.names(), (std::set<std::string>{"out"}));
     }
+}
+
+TEST(StandardStreams, StayOpenWhenTheirStreamCannotBeOpened) {
+    const TempDirectory directory;
+    const std::vector<int32_t> results = inChild([&]() -> std::vector<int32_t> {
+        redirect(directory.path("out"), O_RDWR | O_CREAT, STDOUT_FILENO);
+        redirect(directory.path("out"), O_RDWR, STDIN_FILENO);
+        std::vector<int32_t> told;
+        for (const char* name : {"stdin", "stdout"}) {
+            // The first allocation is the record's, the second the buffer's.
+            const FailingCall noMemory("calloc", 2);
+            told.push_back(oxlOpen(name, nullptr, kCreateToWrite) == 0);
+            told.push_back(noMemory.happened());
+        }
+        told.push_back(fcntl(STDIN_FILENO, F_GETFD));
+        told.push_back(fcntl(STDOUT_FILENO, F_GETFD));
+        return told;
+    });
+    EXPECT_EQ(results, (std::vector<int32_t>{1, 1, 1, 1, 0, 0}));
 }
 
 TEST(StandardStreams, StdinIsReadFromAFile) {

@@ -64,6 +64,9 @@ const Layout kLayouts[] = {
     {"C[CS]C", 2, {0, -2, -2, -2, 1, -1, 2, -2, -2, -2, 3, -1}},
     {"C[{L2C}]S", 1, {0, -1, -1, -1, -2, -2, -2, -2, -2, -2, 1, 2}},
     {"[C]C[C]", 1, {-2, 0, -2}},
+    // A bracket that nothing closes stays open into the next record.
+    {"C[S", 2, {0, -1, -2, -2, -2, -1, -2, -2}},
+    {"]C[2C", 2, {0, -2, -2, 1, -2, -2}},
     // A format that begins with a nested record takes its alignment from that record alone.
     {"{C}LC", 2, {0, -1, -1, -1, 1, 2, 3, 4, 5, 6, -1, -1, 7, 8, 9, 10, 11}},
     {"{SS}L", 1, {0, 1, 2, 3, 4, 5, 6, 7}},

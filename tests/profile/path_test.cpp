@@ -62,6 +62,9 @@ TEST(PathSplit, WhatDoesNotFitIsCutAndTerminated) {
         s_getname(destination, capacity, "/usr/longname");
         EXPECT_EQ(destination, std::string("longname").substr(0, capacity - 1));
         EXPECT_EQ(destination[capacity < 9 ? capacity : 9], '#');
+        // The last extension is the whole name's, not that of what fits.
+        s_getname(destination, capacity, "/usr/a.long.name");
+        EXPECT_EQ(destination, std::string("a.long").substr(0, capacity - 1));
     }
 }
 

@@ -51,8 +51,32 @@ TEST_F(Profile, CommentsAndOtherNamesAreNoHeaders) {
 
 // Of the name only brackets are left: no line that says nothing may answer to it.
 TEST_F(Profile, EmptyLinesAndCommentsHaveNoName) {
-    directory.write("p.ini", "\n;comment\nkey=value\n");
-    EXPECT_EQ(get("[]", "key", "none"), "none");
+    for (const char* line : {"", ";comment", " ", "[]", "[ ] ; comment", " ;comment", "\"", "]["}) {
+        directory.write("p.ini", std::string(line) + "\nkey=value\n");
+        for (const char* section : {"[]", " ", "[ ]", ";comment"})
+            EXPECT_EQ(get(section, "key", "none"), "none") << line << '|' << section;
+    }
+}
+
+TEST_F(Profile, ALongSectionNameIsComparedWhole) {
+    const std::string full(256, 's');
+    directory.write("p.ini", full + "\nkey=value\n");
+    EXPECT_EQ(get(full.c_str(), "key", "none"), "value");
+    EXPECT_EQ(get((full + "s").c_str(), "key", "none"), "none");
+    // What cleaning takes away does not make a name long.
+    const std::string blanks(300, ' ');
+    EXPECT_EQ(get((blanks + full + "]").c_str(), "key", "none"), "value");
+    directory.write("p.ini", "[s]\nkey=value\n");
+    EXPECT_EQ(get((blanks + "s").c_str(), "key", "none"), "value");
+}
+
+TEST_F(Profile, APathThatIsTooLongIsNotFound) {
+    directory.write("p.ini", "[s]\nkey=value\n");
+    std::string path;
+    while (path.size() < 4090) path += "./";
+    path += "p.ini";
+    EXPECT_EQ(get("s", "key", "none", path.c_str()), "value");
+    EXPECT_EQ(get("s", "key", "none", (path + "x").c_str()), "none");
 }
 
 TEST_F(Profile, EntriesAreReadLineByLine) {
@@ -439,9 +463,29 @@ TEST_F(ProfileDirectory, APathMayFillTheName) {
     EXPECT_EQ(completed(name, nullptr), "0:" + path);
 }
 
-TEST_F(ProfileDirectory, ALongModuleNameIsCut) {
+TEST_F(ProfileDirectory, ALongModuleNameIsNotFound) {
+    const std::string longest(139, 'm');
+    directory.write(longest + ".ini", "");
+    directory.write("a.ini", "");
+    EXPECT_EQ(completed("", longest.c_str()), "0:" + longest + ".ini");
+    EXPECT_EQ(completed("", (longest + "." + std::string(1000, 'x')).c_str()),
+              "0:" + longest + ".ini");
+    EXPECT_EQ(completed("", (longest + "m").c_str()), "1:");
     EXPECT_EQ(completed("", std::string(1000, 'm').c_str()), "1:");
+    EXPECT_EQ(completed("", ("a." + std::string(1000, 'b') + ".so").c_str()), "1:");
     EXPECT_EQ(GetProfileDirectory(nullptr, "x"), 1);
+}
+
+TEST_F(ProfileDirectory, ANameAboveItsFieldIsNotFound) {
+    std::string name;
+    while (name.size() < 138) name += "./";
+    name += "p.ini";
+    directory.write("p.ini", "");
+    EXPECT_EQ(completed(name, nullptr), "0:" + name);
+    std::string longer = name + "x";
+    ASSERT_EQ(longer.size(), 144u);
+    EXPECT_EQ(GetProfileDirectory(longer.data(), nullptr), 1);
+    EXPECT_EQ(longer, name + "x");
 }
 
 }  // namespace

@@ -1,13 +1,17 @@
 #include "profile/profile_text.h"
 
+#include "base/text.h"
+#include "support/failing_call.h"
 #include "support/temp_directory.h"
 
 namespace {
 
 using namespace tivar;
 
-std::string cleaned(const std::string& text, int32_t mask) {
-    return CleanText(text.c_str(), mask).text;
+std::string cleaned(const char* text, int32_t mask) {
+    ProfileLine line = {};
+    copyBounded(line.text, sizeof line.text, text);
+    return CleanLine(line, mask).text;
 }
 
 TEST(CleanLine, RemovesWhatTheMaskDoesNotKeep) {
@@ -43,8 +47,12 @@ TEST(CleanLine, RemovesWhatTheMaskDoesNotKeep) {
     }
 }
 
-TEST(CleanLine, ALongNameIsCutToALine) {
-    EXPECT_EQ(cleaned(std::string(1000, 's'), kCleanHeader), std::string(256, 's'));
+TEST(SectionName, IsCleanedWhateverItsLength) {
+    const std::string name(1000, 's');
+    EXPECT_EQ(SectionName((" [" + name + "] ; x").c_str()).text(), name);
+    EXPECT_STREQ(SectionName("").text(), "");
+    const support::FailingCall noMemory("calloc");
+    EXPECT_FALSE(SectionName("s"));
 }
 
 TEST(TrimText, CutsTheCommentAndStripsBlanks) {
@@ -75,7 +83,7 @@ TEST(ReadProfileLine, StopsAtTheEndOfTheFile) {
 }
 
 TEST(NamesSection, ComparesCleanedTextWithoutRegardToCase) {
-    const CleanText wanted("[\"Tivar\"]", kCleanHeader);
+    const SectionName wanted("[\"Tivar\"]");
     const struct {
         ProfileLine line;
         bool expected;
@@ -84,6 +92,7 @@ TEST(NamesSection, ComparesCleanedTextWithoutRegardToCase) {
                  {{"[tivar2]", 8}, false},
                  {{"[ti var]", 8}, false}};
     for (const auto& c : cases) EXPECT_EQ(namesSection(c.line, wanted), c.expected) << c.line.text;
+    EXPECT_FALSE(namesSection({"[]", 2}, SectionName(" ")));
 }
 
 }  // namespace

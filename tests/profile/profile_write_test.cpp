@@ -222,7 +222,6 @@ TEST_F(ProfileWrite, AProfileUnderTheNameItselfGoesBeforeIniDir) {
 TEST_F(ProfileWrite, UnusableArgumentsChangeNothing) {
     const std::string before = "[s]\nkey=1\n";
     EXPECT_EQ(rewritten(before, nullptr, "key", "9"), before);
-    EXPECT_EQ(rewritten(before, "", "key", "9"), before);
     EXPECT_EQ(WritePrivateProfileString("s", "key", "9", nullptr), 0);
     EXPECT_EQ(WritePrivateProfileString("s", "key", "9", ""), 0);
     EXPECT_EQ(WritePrivateProfileString("s", "key", "9", std::string(10000, 'x').c_str()), 0);
@@ -231,9 +230,29 @@ TEST_F(ProfileWrite, UnusableArgumentsChangeNothing) {
     EXPECT_EQ(directory.read("p.ini"), before);
 }
 
-TEST_F(ProfileWrite, ALongSectionNameIsCut) {
-    EXPECT_EQ(rewritten("[t]\n", std::string(5000, 's').c_str(), "key", "9"),
-              "[t]\n\n[" + std::string(256, 's') + "]\nkey=9\n");
+TEST_F(ProfileWrite, ALongSectionNameIsWrittenAndComparedWhole) {
+    const std::string name(5000, 's');
+    EXPECT_EQ(rewritten("[t]\n", name.c_str(), "key", "9"), "[t]\n\n[" + name + "]\nkey=9\n");
+    // Its first 256 characters would name this section.
+    const std::string shorter = "[" + std::string(206, 's') + "]\nkey=1\n";
+    EXPECT_EQ(rewritten(shorter, (std::string(50, '[') + name).c_str(), "key", "9"),
+              shorter + "\n[" + name + "]\nkey=9\n");
+}
+
+// Only the reader tests for an empty name; a header that says nothing is nobody's.
+TEST_F(ProfileWrite, AnEmptySectionNameIsAppendedEveryTime) {
+    for (const char* section : {"", " ", "[]", "; none"}) {
+        const std::string once = rewritten("[t]\nb=2\n", section, "key", "9");
+        EXPECT_EQ(once, "[t]\nb=2\n\n[]\nkey=9\n");
+        EXPECT_EQ(rewritten(once, section, "key", "9"), once + "\n[]\nkey=9\n");
+        EXPECT_EQ(rewritten(once, section, "key", nullptr), once);
+        EXPECT_EQ(rewritten(once, section, nullptr, nullptr), once);
+    }
+}
+
+TEST_F(ProfileWrite, ALineThatIsEmptyAfterCleaningIsNoEntry) {
+    EXPECT_EQ(rewritten("[s]\n;=1\n ; a=2\n", "s", "", "9"), "[s]\n;=1\n ; a=2\n=9\n");
+    EXPECT_EQ(rewritten("[s]\n;=1\n=2\n", "s", "", nullptr), "[s]\n;=1\n");
 }
 
 mode_t modeOf(const char* path) {
@@ -268,11 +287,8 @@ TEST_F(ProfileWrite, ASymbolicLinkStaysALink) {
     EXPECT_EQ(other.names(), Names{"target.ini"});
 }
 
-TEST_F(ProfileWrite, AnUnreadableProfileIsNotReplaced) {
-    directory.write("p.ini", "[s]\nkey=1\n");
-    chmod("p.ini", 0);
-    chmod(directory.path().c_str(), 0777);
-    // Root reads everything.
+// Root may read and write everything.
+void writeAsNobody() {
     const bool wasRoot = geteuid() == 0;
     if (wasRoot) {
         ASSERT_EQ(seteuid(65534), 0);
@@ -281,7 +297,24 @@ TEST_F(ProfileWrite, AnUnreadableProfileIsNotReplaced) {
     if (wasRoot) {
         ASSERT_EQ(seteuid(0), 0);
     }
+}
+
+TEST_F(ProfileWrite, AnUnreadableProfileIsNotReplaced) {
+    directory.write("p.ini", "[s]\nkey=1\n");
+    chmod("p.ini", 0);
+    chmod(directory.path().c_str(), 0777);
+    writeAsNobody();
     chmod("p.ini", 0600);
+    EXPECT_EQ(directory.read("p.ini"), "[s]\nkey=1\n");
+    EXPECT_EQ(directory.names(), Names{"p.ini"});
+}
+
+TEST_F(ProfileWrite, AProfileInADirectoryThatCannotBeWrittenStaysAsItWas) {
+    directory.write("p.ini", "[s]\nkey=1\n");
+    chmod("p.ini", 0666);
+    chmod(directory.path().c_str(), 0555);
+    writeAsNobody();
+    chmod(directory.path().c_str(), 0700);
     EXPECT_EQ(directory.read("p.ini"), "[s]\nkey=1\n");
     EXPECT_EQ(directory.names(), Names{"p.ini"});
 }
