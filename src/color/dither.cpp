@@ -129,8 +129,8 @@ struct ColorSource {
     ColorSource(const DitherSource& source, bool asCopy, bool needed)
         : copy(asCopy || (needed && !canServe(source)) ? copyOf(source) : 0), handle(copy.handle) {
         BitmapSize size;
-        const bool serves = !asCopy && canServe(source) &&
-                            measureBitmap(source.width, source.height, 24, size);
+        const bool serves =
+            !asCopy && canServe(source) && measureBitmap(source.width, source.height, 24, size);
         if (serves) handle = source.bits;
     }
     // The reduction takes widths of 16 bits. What is wider is read in rows that run into padding,
