@@ -320,6 +320,16 @@ TEST(CellOutput, HeightsAreComparedBeforeTheyAreTruncated) {
     expectAsModel({}, drawn(Drawing::kNoise, 8, 20, 15), 0, {20, 14, 100});
 }
 
+TEST(CellOutput, AHeightThatIsNoNumberScalesNothing) {
+    model::Settings settings;
+    settings.sizeMode = 603;
+    settings.resolutionMode = 310;
+    settings.yResolution = 0;
+    const Output output = actualOutput(settings, drawn(Drawing::kNoise, 8, 5, 5), 0, {30, 20, 100});
+    EXPECT_EQ(output.progress, std::vector<int32_t>{50});
+    expectAsModel(settings, drawn(Drawing::kNoise, 8, 5, 5), 0, {30, 20, 100});
+}
+
 TEST(CellOutput, NegativeResolutionIsReadAsUnsigned) {
     // The window is next to nothing at 4294967196 per inch: a file of no pixels.
     const Target target = {30, 20, static_cast<uint32_t>(-100)};

@@ -276,6 +276,22 @@ TEST(EndImage, PaletteHasTheColoursOfItsDepthAndNoMore) {
     }
 }
 
+TEST(EndImage, OneBitImageCopiesSixBytes) {
+    BodyHost host;
+    host.send(support::colorsBlock(0, {1, 2, 3, 4, 5, 6, 7, 8, 9}));
+    host.begin({8, 2, 1});
+    // What the palette's block holds, slack included, when the next one is asked for.
+    Bytes palette(8, 99);
+    {
+        const FailingCall second("calloc", 2, [&] {
+            const auto block = reinterpret_cast<MemHandle>(support::lastZeroed);
+            std::memcpy(palette.data(), GlobalLock(block), palette.size());
+        });
+        host.send(support::endImageBlock());
+    }
+    EXPECT_EQ(palette, (Bytes{1, 2, 3, 4, 5, 6, 0, 0}));
+}
+
 TEST(EndImage, FreesItsImageAndItsPalette) {
     for (const int bits : {1, 4, 8, 24}) {
         BodyHost host;
