@@ -193,6 +193,29 @@ TIVAR_API int32_t dd_entry32(HostWord reserved1, int32_t code, void* block, Host
 TIVAR_API int32_t InquireSupport(int32_t opcode, int32_t gdpId);
 TIVAR_API int32_t InqGDPSupport(int32_t gdpId); /* 0 */
 
+/* Colour models of cells. The last two are four bytes a cell, rows not padded. */
+enum {
+    CELLS_INDEXED = 0,
+    CELLS_RGB = 1,
+    CELLS_CMYK = 2,     /* cyan, magenta, yellow, black */
+    CELLS_RGB_ALPHA = 3 /* the fourth byte is dropped */
+};
+
+/* Writes one picture of cells to the open device's output, as a cell array outside of an image
+ * does, and reports its progress to the status hook. image: rows of width cells of 1, 4, 8, 24 or
+ * 32 bits, first row first, padded to a multiple of 4 bytes; the block stays the caller's.
+ *
+ * resolution is in pixels per inch: the target is the device window's size in inches, brought to
+ * pixels by the settings' sizes and resolutions; with 0 it is width x height. Depth and file are
+ * those of the settings. Shallower cells than 24 bits take the device's colours; CMYK cells and
+ * those with alpha become RGB when the file is shallower than they are, in image itself unless the
+ * picture is shrunk.
+ *
+ * Failures, and a host that cancels, end the output without a word. Nothing happens without a
+ * device, its settings or an image. */
+TIVAR_API void RasterWriteCellData(MemHandle image, uint32_t width, uint32_t height,
+                                   uint32_t resolution, int16_t bits, int16_t model);
+
 /* Attribute bundles and character sets, published for the host; the library reads none of them. */
 TIVAR_API extern const uint8_t dtr_def[120];
 TIVAR_API extern const uint8_t ln_def[824];

@@ -127,12 +127,16 @@ MemHandle copyOf(const DitherSource& source) {
 // can serve, else a working copy.
 struct ColorSource {
     ColorSource(const DitherSource& source, bool asCopy, bool needed)
-        : copy(asCopy || (needed && source.bitsPerPixel != 24) ? copyOf(source) : 0),
-          handle(copy.handle) {
+        : copy(asCopy || (needed && !canServe(source)) ? copyOf(source) : 0), handle(copy.handle) {
         BitmapSize size;
-        const bool serves = !asCopy && source.bitsPerPixel == 24 &&
-                            measureBitmap(source.width, source.height, 24, size);
+        const bool serves =
+            !asCopy && canServe(source) && measureBitmap(source.width, source.height, 24, size);
         if (serves) handle = source.bits;
+    }
+    // The reduction takes widths of 16 bits. What is wider is read in rows that run into padding,
+    // which is zero in the working copy and may be anything in the source.
+    static bool canServe(const DitherSource& source) {
+        return source.bitsPerPixel == 24 && source.width <= UINT16_MAX;
     }
     OwnedBlock copy;
     MemHandle handle;

@@ -29,7 +29,8 @@ uint32_t rlGetPixel(const uint8_t* rows, int32_t stride, uint32_t x, uint32_t y,
 int32_t rlSetPixel(uint8_t* rows, int32_t stride, uint32_t x, uint32_t y, int16_t bitsPerPixel,
                    uint32_t value, const uint32_t* indexMap, const uint8_t* colorTable,
                    int16_t colorCount) {
-    if (tracesPixels()) std::fprintf(stderr, "(%u,%u): ", x, y);
+    if (tracesPixels())
+        std::fprintf(stderr, "(%d,%d): ", static_cast<int32_t>(x), static_cast<int32_t>(y));
     if (rows == nullptr) return 0;
     uint8_t* row = rows + static_cast<ptrdiff_t>(stride) * static_cast<ptrdiff_t>(y);
     storePixel(row, x, bitsPerPixel,

@@ -95,19 +95,25 @@ void copyRow(const CellArray& array, const uint8_t* source, uint8_t* image, uint
     if (array.bits == kTrueColorBits) transformRow(array.width, image + start, bytes);
 }
 
-void storeRows(const CellArray& array, Destination& to) {
+// False without memory, which is found only once the place of the next row is settled.
+bool storeRows(const CellArray& array, Destination& to) {
     if (array.bottomUp && to.nextRow == 0) to.nextRow = to.height - 1;
+    const Locked<uint8_t> image(to.image);
+    if (!image) {
+        push_er(TIVAR_ERR_NO_MEMORY);
+        return false;
+    }
     const int64_t room = array.bottomUp ? to.nextRow : to.height - to.nextRow;
     const int64_t count = std::max<int64_t>(std::min<int64_t>(array.rows, room), 0);
     const int64_t step = array.bottomUp ? -1 : 1;
     // Kept: from the bottom up, the first row lands one above the last row's place.
     int64_t row = array.bottomUp ? to.nextRow - 1 : to.nextRow;
     to.nextRow += step * count;
-    if (array.rowBytes == 0) return;
-    const Locked<uint8_t> image(to.image);
+    if (array.rowBytes == 0) return true;
     const uint8_t* source = array.data;
     for (int64_t i = 0; i < count; ++i, row += step, source += array.sourceStride)
         copyRow(array, source, image.data, GlobalSize(to.image), row);
+    return true;
 }
 
 // Rows of an image that a primitive began.
@@ -119,12 +125,13 @@ void addToImage(const CellArray& array) {
 
 // The array is the picture: its own rows are the image's height.
 void writeAlone(const CellArray& array) {
+    lpEMData->imageMemory = allocateCells(array.width, array.bits, array.rows);
     Destination to = {lpEMData->imageMemory, array.rows, 0};
-    storeRows(array, to);
+    if (!storeRows(array, to)) return;
     RasterWriteCellData(lpEMData->imageMemory, array.width, array.rows,
                         static_cast<uint32_t>(lpEMData->viewportResolution),
                         static_cast<int16_t>(array.bits),
-                        array.bits == kTrueColorBits ? kModelRgb : kModelIndexed);
+                        array.bits == kTrueColorBits ? CELLS_RGB : CELLS_INDEXED);
     GlobalFree(lpEMData->imageMemory);
     lpEMData->imageMemory = 0;
 }
@@ -135,13 +142,7 @@ void* d_ca(void* block) {
     if (lpEMData == nullptr || block == nullptr) return block;
     const CellArray array = readCellArray(block);
     if (array.data == nullptr) return block;
-    const bool pending = lpEMData->imagePending != 0;
-    if (!pending) lpEMData->imageMemory = allocateCells(array.width, array.bits, array.rows);
-    if (lpEMData->imageMemory == 0) {
-        push_er(TIVAR_ERR_NO_MEMORY);
-        return block;
-    }
-    if (pending)
+    if (lpEMData->imagePending != 0)
         addToImage(array);
     else
         writeAlone(array);

@@ -7,7 +7,6 @@
 
 #include "base/memory.h"
 #include "base/numbers.h"
-#include "driver/cells.h"
 #include "driver/device_state.h"
 #include "driver/window.h"
 #include "export/bmp_writer.h"
@@ -24,7 +23,8 @@ struct Work {
     MemHandle image;
     MemHandle made;
     MemHandle palette;
-    uint32_t width;  // of the target
+    double exactHeight;  // of the target
+    uint32_t width;      // of the target, truncated
     uint32_t height;
     int16_t bits;
     int16_t outputBits;
@@ -63,6 +63,7 @@ void negotiate(Work& work, uint32_t resolution) {
     work.outputModel = format.swapRedBlue;
     // Without a resolution the array keeps its own size, whatever page the settings hold.
     if (resolution == 0) return;
+    work.exactHeight = format.height;
     work.width = saturate<uint32_t>(format.width);
     work.height = saturate<uint32_t>(format.height);
 }
@@ -74,12 +75,12 @@ MemHandle copyDeviceColors() {
 }
 
 void convertModel(Work& work) {
-    if (work.model != kModelCmyk && work.model != kModelRgbAlpha) return;
+    if (work.model != CELLS_CMYK && work.model != CELLS_RGB_ALPHA) return;
     if (work.outputBits >= work.bits) return;
-    const auto convert = work.model == kModelCmyk ? rlCMYKtoRGB : rlALPHAtoRGB;
+    const auto convert = work.model == CELLS_CMYK ? rlCMYKtoRGB : rlALPHAtoRGB;
     convert(work.current(), work.width, work.height);
     work.bits = kTrueColorBits;
-    work.model = kModelRgb;
+    work.model = CELLS_RGB;
 }
 
 void convertDepth(Work& work) {
@@ -87,13 +88,14 @@ void convertDepth(Work& work) {
     work.replace(rlChangeColorResolution(work.current(), work.width, work.height, work.bits,
                                          work.outputBits, &work.palette));
     if (work.palette != oldPalette) GlobalFree(oldPalette);
-    work.model = work.outputBits >= kTrueColorBits ? kModelRgb : kModelIndexed;
+    work.model = work.outputBits >= kTrueColorBits ? CELLS_RGB : CELLS_INDEXED;
 }
 
 // Brings the picture to its output form; false when the host cancels. Heights alone decide about
-// scaling, and the width follows.
+// scaling, and the width follows. Kept: they decide before they are truncated, so that 28 rows at
+// 100 an inch, 28.000000000000004, are stretched to 28.
 bool prepare(Work& work, uint32_t width, uint32_t height) {
-    if (work.height < height) {
+    if (work.exactHeight < height) {
         work.replace(rlShrinkBitmap(work.image, work.bits, width, height, work.width, work.height));
         if (!reportStep(work)) return false;
     }
@@ -103,11 +105,11 @@ bool prepare(Work& work, uint32_t width, uint32_t height) {
         convertDepth(work);
         if (!reportStep(work)) return false;
     }
-    if (work.outputModel == kModelCmyk && work.outputBits == 32) {
+    if (work.outputModel == CELLS_CMYK && work.outputBits == 32) {
         rlRGB4toCMYK(work.current(), work.width, work.height);
-        work.model = kModelCmyk;
+        work.model = CELLS_CMYK;
     }
-    if (work.height > height) {
+    if (work.exactHeight > height) {
         work.replace(rlStretchBitmap(work.current(), work.outputBits, width, height, work.width,
                                      work.height));
         if (!reportStep(work)) return false;
@@ -133,16 +135,23 @@ void writeFile(const Work& work) {
 }
 
 }  // namespace
+}  // namespace tivar
+
+using namespace tivar;
 
 void RasterWriteCellData(MemHandle image, uint32_t width, uint32_t height, uint32_t resolution,
                          int16_t bits, int16_t model) {
     if (lpEMData == nullptr || lpSetup == nullptr || image == 0) return;
     useDeviceSettings();
-    Work work = {image, 0, 0, width, height, bits, 0, model, 0, 0};
+    Work work = {};
+    work.image = image;
+    work.exactHeight = height;
+    work.width = width;
+    work.height = height;
+    work.bits = bits;
+    work.model = model;
     negotiate(work, resolution);
     if (prepare(work, width, height)) writeFile(work);
     GlobalFree(work.palette);
     GlobalFree(work.made);
 }
-
-}  // namespace tivar

@@ -111,6 +111,10 @@ void* d_noop(void* block) {
 
 void esc_mode(int32_t) {}
 
+int32_t supportOf(const int32_t* table, int32_t gdpId) {
+    return gdpId >= -7 && gdpId <= -1 ? table[-gdpId] : kNoSupport;
+}
+
 }  // namespace tivar
 
 using namespace tivar;
@@ -139,5 +143,5 @@ int32_t InquireSupport(int32_t opcode, int32_t gdpId) {
 }
 
 int32_t InqGDPSupport(int32_t gdpId) {
-    return gdpId >= -7 && gdpId <= -1 ? GDPSupport[-gdpId] : kNoSupport;
+    return supportOf(GDPSupport, gdpId);
 }

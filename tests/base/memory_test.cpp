@@ -271,7 +271,9 @@ TEST(PointerMemory, SizeZeroFreesWhatWasThere) {
     lastAllocation = 1;
     void* pointer = oxlPtrGlobalAlloc(8);
     lastAllocation = 1;
+    const long blocks = support::liveBlocks;
     EXPECT_EQ(oxlPtrGlobalReAlloc(pointer, 0, 66), nullptr);
+    EXPECT_EQ(support::liveBlocks, blocks - 1);
     EXPECT_EQ(lastAllocation, 1u);
 }
 

@@ -170,9 +170,20 @@ TEST(Conversion, OtherDepthsReadAsZeroAndStoreNothing) {
     EXPECT_EQ(converted({255, 255, 255, 255}, {2, 1, 16, 8}), Bytes(4, 0));
 }
 
+TEST(Conversion, ATableWithoutAMapIsNotUsedAtDepth24And32) {
+    const Block table(kTwoColors);
+    const Bytes pixels = {1, 2, 3, 4, 0, 0, 0, 1};
+    EXPECT_EQ(converted(pixels, {2, 1, 32, 32, 0, table.handle, 2}), pixels);
+    EXPECT_EQ(converted(pixels, {2, 1, 32, 24, 0, table.handle, 2}),
+              (Bytes{1, 2, 3, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(converted(pixels, {2, 1, 24, 32, 0, table.handle, 2}),
+              (Bytes{1, 2, 3, 0, 4, 0, 0, 0}));
+}
+
 TEST(Conversion, RefusesZeroHandlesAndImpossibleSizes) {
     const Block bits(Bytes{1, 2, 3, 4});
     EXPECT_EQ(convert(0, {4, 1, 8, 8}), 0u);
+    EXPECT_EQ(convert(0, {0, 0, 8, 8}), 0u);
     EXPECT_EQ(convert(bits.handle, {0x08000000, 1, 1, 32}), 0u);
     EXPECT_EQ(convert(bits.handle, {32768, 32768, 1, 32}), 0u);
     EXPECT_EQ(convert(bits.handle, {65536, 65536, 8, 1}), 0u);
@@ -383,6 +394,8 @@ TEST(ColorResolution, RefusesZeroAndNull) {
     const Block bits(Bytes{1, 2, 3, 4});
     MemHandle handle = table.handle;
     EXPECT_EQ(rlChangeColorResolution(0, 4, 1, 8, 24, &handle), 0u);
+    EXPECT_EQ(rlChangeColorResolution(0, 0, 0, 24, 8, &handle), 0u);
+    EXPECT_EQ(rlChangeColorResolution(0, 4, 1, 8, 1, &handle), 0u);
     EXPECT_EQ(handle, table.handle);
     EXPECT_EQ(rlChangeColorResolution(bits.handle, 4, 1, 8, 24, nullptr), 0u);
 }

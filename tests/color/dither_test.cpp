@@ -184,6 +184,8 @@ TEST(DitherTable, For1BitIsEightGreys) {
     EXPECT_EQ(choice.count, 8);
     EXPECT_EQ(choice.table, kMono);
     EXPECT_EQ(chosen(kThreeColors, 0).count, 8);
+    // 2 to the power 16 passes 16 bits and is 0.
+    EXPECT_EQ(chosen(kThreeColors, 16).table, kMono);
 }
 
 TEST(DitherTable, For1BitIsTheCallersWhereThereIsOne) {
@@ -232,6 +234,20 @@ TEST(DitherTable, BeyondOneBitIgnoresAndReplacesTheCallersTable) {
     EXPECT_EQ(chosen(kThreeColors, 4, 0, given.handle).table, filledUp(joined(kOwn, kFixed), 16));
 }
 
+// The reduction takes widths of 16 bits: it sees rows of 32769 pixels, the third of which crosses
+// the byte that pads the first row. What the source holds there is no colour of the picture.
+TEST(DitherTable, OfAVeryWidePictureKnowsNothingOfItsPadding) {
+    constexpr uint32_t kWidth = 98305;
+    Picture black = {Bytes(size_t{kWidth * 3 + 1} * 3, 0), kWidth, 3, 24};
+    black.bits[kWidth * 3] = 0xFF;
+    for (const int level : {0, 3}) {
+        const DebugLevel debug(level);
+        CapturedText errors(stderr);
+        CapturedText output(stdout);
+        EXPECT_EQ(chosen(black, 4).table, filledUp(joined({0, 0, 0}, kFixed), 16)) << level;
+    }
+}
+
 TEST(DitherTable, RefusesZeroAndNull) {
     const Block bits(kThreeColors.bits);
     MemHandle table = 0;
@@ -239,6 +255,9 @@ TEST(DitherTable, RefusesZeroAndNull) {
     EXPECT_EQ(rlDitherGetCT(0, 4, 1, 24, 4, 0, &table, &count), -1);
     EXPECT_EQ(rlDitherGetCT(bits.handle, 4, 1, 24, 4, 0, nullptr, &count), -1);
     EXPECT_EQ(rlDitherGetCT(bits.handle, 4, 1, 24, 4, 0, &table, nullptr), -1);
+    // No pixel would be read.
+    EXPECT_EQ(rlDitherGetCT(0, 4, 1, 24, 1, 0, &table, &count), -1);
+    EXPECT_EQ(rlDitherGetCT(0, 0, 0, 24, 4, 0, &table, &count), -1);
     EXPECT_EQ(table, 0u);
     EXPECT_EQ(count, 5);
 }
@@ -323,6 +342,15 @@ TEST(DitheredBitmap, ANearlyGreyEntryIsNotFoundAgain) {
               (Bytes{2, 2, 0, 0}));
 }
 
+TEST(DitheredBitmap, OfAVeryWidePictureKnowsNothingOfItsPadding) {
+    constexpr uint32_t kWidth = 98305;
+    Picture black = {Bytes(size_t{kWidth * 3 + 1} * 3, 0), kWidth, 3, 24};
+    black.bits[kWidth * 3] = 0xFF;
+    const Dithered result = bitmap(black, 4);
+    EXPECT_EQ(result.table, filledUp(joined({0, 0, 0}, kFixed), 16));
+    EXPECT_TRUE(support::sameBytes(result.bits, Bytes(size_t{49156} * 3, 0)));
+}
+
 TEST(DitheredBitmap, OfNoPixelsIsEmpty) {
     EXPECT_EQ(bitmap({{}, 0, 3, 24}, 4).bits, Bytes());
     EXPECT_EQ(bitmap({{}, 3, 0, 24}, 1).bits, Bytes());
@@ -334,6 +362,8 @@ TEST(DitheredBitmap, RefusesZeroAndNullAndImpossibleSizes) {
     const Block table(kFixed);
     MemHandle handle = table.handle;
     EXPECT_EQ(rlDitherBitmap(0, 4, 1, 24, 4, 0, &handle), 0u);
+    EXPECT_EQ(rlDitherBitmap(0, 4, 1, 24, 1, 0, &handle), 0u);
+    EXPECT_EQ(rlDitherBitmap(0, 0, 0, 24, 4, 0, &handle), 0u);
     EXPECT_EQ(handle, table.handle);
     EXPECT_EQ(rlDitherBitmap(bits.handle, 4, 1, 24, 4, 0, nullptr), 0u);
     EXPECT_EQ(rlDitherBitmap(bits.handle, 65536, 65536, 24, 4, 0, &handle), 0u);
@@ -409,6 +439,9 @@ TEST(GivenTable, ZeroHandlesAreRefused) {
     const Block table(kFixed);
     EXPECT_EQ(rlDitherGivenCT(0, 4, 1, 24, 4, 0, table.handle, 8), 0u);
     EXPECT_EQ(rlDitherGivenCT(bits.handle, 4, 1, 24, 4, 0, 0, 8), 0u);
+    EXPECT_EQ(rlDitherGivenCT(bits.handle, 4, 1, 24, 1, 0, 0, 8), 0u);
+    EXPECT_EQ(rlDitherGivenCT(bits.handle, 0, 0, 24, 4, 0, 0, 8), 0u);
+    EXPECT_EQ(rlDitherGivenCT(0, 0, 0, 24, 4, 0, table.handle, 8), 0u);
     EXPECT_EQ(rlDitherGivenCT(bits.handle, 65536, 65536, 24, 4, 0, table.handle, 8), 0u);
 }
 

@@ -125,6 +125,7 @@ TEST(ColorReduction, MissingPixelsCountAsBlack) {
 TEST(ColorReduction, RefusesZeroAndNull) {
     uint16_t count = 7;
     EXPECT_EQ(rlReduceColorTable(0, 4, 4, &count), 0u);
+    EXPECT_EQ(rlReduceColorTable(0, 0, 0, &count), 0u);
     EXPECT_EQ(count, 7);
     const Block block(colors({{1, 2, 3}}));
     EXPECT_EQ(rlReduceColorTable(block.handle, 1, 1, nullptr), 0u);

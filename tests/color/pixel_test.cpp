@@ -184,4 +184,11 @@ TEST(SetPixel, PrintsItsPlaceAtDepthsThatStoreNothingToo) {
     EXPECT_EQ(errors.text(), "(0,1): ");
 }
 
+TEST(SetPixel, PrintsItsPlaceAsSignedNumbers) {
+    const DebugLevel level(4);
+    CapturedText errors(stderr);
+    rlSetPixel(nullptr, 4, 0xFFFFFFFF, 0x80000000, 8, 1, nullptr, nullptr, 0);
+    EXPECT_EQ(errors.text(), "(-1,-2147483648): ");
+}
+
 }  // namespace

@@ -187,6 +187,7 @@ TEST(Scaling, RefusesZeroAndImpossibleSizes) {
     const Block source(Bytes{1, 2, 3, 4});
     for (const auto scale : {rlShrinkBitmap, rlStretchBitmap}) {
         EXPECT_EQ(scale(0, 8, 4, 1, 2, 1), 0u);
+        EXPECT_EQ(scale(0, 8, 0, 0, 0, 0), 0u);
         EXPECT_EQ(scale(source.handle, 8, 4, 1, 65536, 65536), 0u);
         EXPECT_EQ(scale(source.handle, 8, 65536, 65536, 4, 1), 0u);
         EXPECT_EQ(scale(source.handle, 32, 4, 1, 0x40000000, 1), 0u);

@@ -431,6 +431,40 @@ TEST(CellArray, PendingImageWithoutMemoryPushes300) {
     EXPECT_EQ(lpEMData->nextRow, 0);
 }
 
+TEST(CellArray, PendingImageWithoutMemoryHasItsNextRowSettledFromTheBottomUp) {
+    BodyHost host(0, 1e9);
+    host.begin({65536, 65536, 8});
+    EXPECT_EQ(host.send(support::cellArrayBlock({4, 1, 8, 5, 1}, ramp(4))), 300);
+    EXPECT_EQ(lpEMData->nextRow, 65535);
+    EXPECT_EQ(host.send(support::cellArrayBlock({4, 1, 8, 5, 1}, ramp(4))), 300);
+    EXPECT_EQ(lpEMData->nextRow, 65535);
+}
+
+TEST(StandAloneArray, WithoutMemoryLeavesTheNextRowAlone) {
+    BodyHost host(0, 1e9);
+    EXPECT_EQ(host.send(support::cellArrayBlock({65536, 65536, 8, 5, 1}, ramp(4))), 300);
+    EXPECT_EQ(lpEMData->nextRow, 0);
+}
+
+TEST(StandAloneArray, CellsAndRowsAreUnsigned) {
+    // As signed numbers both would be fewer than the window's and the image's.
+    BodyHost host(0, 3);
+    EXPECT_EQ(host.send(support::cellArrayBlock({0x80000000, 1, 8}, ramp(4))), 0);
+    host.begin({4, 2, 8});
+    host.add({4, 0xFFFFFFFF, 8}, ramp(8));
+    EXPECT_EQ(host.image(), ramp(8));
+    EXPECT_EQ(lpEMData->nextRow, 2);
+    EXPECT_EQ(host.closeAndTakeFile(), model::writeBmp({}, 4, 1, 8, {}, ramp(4), false));
+}
+
+TEST(StandAloneArray, FreesItsImage) {
+    BodyHost host(0, 9);
+    host.add({4, 1, 8}, ramp(4));
+    const long blocks = support::liveBlocks;
+    host.add({4, 1, 8}, ramp(4));
+    EXPECT_EQ(support::liveBlocks, blocks);
+}
+
 TEST(CellArray, EmptyArraysWriteAnEmptyPicture) {
     constexpr CellArrayShape kEmpty[] = {{0, 5, 8}, {5, 0, 8}, {0, 0, 8}, {0, 0, 24}};
     for (const CellArrayShape& shape : kEmpty) {

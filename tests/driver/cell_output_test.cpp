@@ -2,7 +2,6 @@
 // scaling, conversion, the file and the progress that the host sees.
 #include <algorithm>
 
-#include "driver/cells.h"
 #include "model/plain_model.h"
 #include "support/drawn_picture.h"
 #include "support/driver_host.h"
@@ -69,18 +68,18 @@ Output expectedOutput(model::Settings settings, const model::Bitmap& source, int
                              target.resolution, 0};
     const int outputBits = model::negotiate(settings, format, source.bits);
     const uint32_t width = target.resolution == 0 ? source.width : model::toUnsigned(format.width);
-    const uint32_t height =
-        target.resolution == 0 ? source.height : model::toUnsigned(format.height);
+    const double exactHeight = target.resolution == 0 ? source.height : format.height;
+    const uint32_t height = model::toUnsigned(exactHeight);
 
     Way way{source, colorModel, colors, source.bits < 24, {}};
-    if (height < source.height) {
+    if (exactHeight < source.height) {
         way.image = model::scale(source, width, height);
         way.step();
     }
     if ((way.model == 2 || way.model == 3) && outputBits < source.bits)
         convertModel(way, width * height);
     if (outputBits != way.image.bits) convertDepth(way, width, height, outputBits, colors);
-    if (height > source.height) {
+    if (exactHeight > source.height) {
         const model::Bitmap asSource{source.width, source.height, outputBits, way.image.data};
         way.image = model::scale(asSource, width, height);
         way.step();
@@ -112,8 +111,8 @@ Output actualOutput(const model::Settings& settings, const model::Bitmap& source
                     const Target& target) {
     OutputHost host(settings, target);
     const Block image(source.data);
-    tivar::RasterWriteCellData(image.handle, source.width, source.height, target.resolution,
-                               static_cast<int16_t>(source.bits), static_cast<int16_t>(colorModel));
+    RasterWriteCellData(image.handle, source.width, source.height, target.resolution,
+                        static_cast<int16_t>(source.bits), static_cast<int16_t>(colorModel));
     Output output;
     for (const support::StatusCall& call : host.hook.calls) {
         EXPECT_EQ(call, support::progressCall(call[3]));
@@ -152,6 +151,7 @@ constexpr Target kTargets[] = {
     {23, 17, 72},    // sizes that do not come out even
     {31, 29, 333},   //
     {60, 50, 1000},  // beyond the highest resolution
+    {40, 28, 100},   // 28.000000000000004 rows
 };
 
 TEST(CellOutput, EveryDepthFormatAndSizeComesOutAsThePlainModelSays) {
@@ -230,10 +230,51 @@ TEST(CellOutput, OneCmykCellBecomesRgb) {
     settings.colorFormat = 222;
     OutputHost host(settings);
     const Block image(Bytes{10, 20, 30, 100});
-    tivar::RasterWriteCellData(image.handle, 1, 1, 0, 32, tivar::kModelCmyk);
+    RasterWriteCellData(image.handle, 1, 1, 0, 32, CELLS_CMYK);
     // 255 - max(channel, black), stored blue first; the fourth byte is what the cell left behind.
     const Bytes file = host.closeAndTakeFile();
     EXPECT_EQ(Bytes(file.begin() + 54, file.end()), (Bytes{155, 155, 155, 100}));
+}
+
+TEST(CellOutput, OneCellWithAlphaLosesIt) {
+    model::Settings settings;
+    settings.colorFormat = 222;
+    OutputHost host(settings);
+    const Block image(Bytes{10, 20, 30, 100});
+    RasterWriteCellData(image.handle, 1, 1, 0, 32, CELLS_RGB_ALPHA);
+    const Bytes file = host.closeAndTakeFile();
+    EXPECT_EQ(Bytes(file.begin() + 54, file.end()), (Bytes{30, 20, 10, 100}));
+    EXPECT_EQ(image.contents(), (Bytes{30, 20, 10, 100})) << "it is the caller's own";
+}
+
+TEST(CellOutput, CmykCellsGetAPaletteOfTheirColours) {
+    OutputHost host;
+    // White, black, cyan, red; the table lists them in the order of their cells.
+    const Block image(Bytes{0, 0, 0, 0, 0, 0, 0, 255, 255, 0, 0, 0, 0, 255, 255, 0});
+    RasterWriteCellData(image.handle, 4, 1, 0, 32, CELLS_CMYK);
+    EXPECT_EQ(host.closeAndTakeFile(),
+              model::writeBmp({}, 4, 1, 8, {0, 0, 0, 0, 255, 255, 255, 0, 0, 255, 255, 255},
+                              {3, 0, 1, 2}, false));
+}
+
+TEST(CellOutput, CellsWithAlphaGetAPaletteOfTheirColours) {
+    OutputHost host;
+    const Block image(Bytes{255, 255, 255, 1, 0, 0, 0, 2, 0, 255, 255, 3, 255, 0, 0, 4});
+    RasterWriteCellData(image.handle, 4, 1, 0, 32, CELLS_RGB_ALPHA);
+    EXPECT_EQ(host.closeAndTakeFile(),
+              model::writeBmp({}, 4, 1, 8, {0, 0, 0, 0, 255, 255, 255, 0, 0, 255, 255, 255},
+                              {3, 0, 1, 2}, false));
+}
+
+TEST(CellOutput, FourChannelCellsThatShrinkAreConvertedInACopy) {
+    // 100 an inch: two cells become one, the last.
+    OutputHost host({}, {1, 1, 100});
+    const Bytes cells = {0, 0, 0, 0, 0, 255, 255, 0, 9, 9, 9, 9, 9, 9, 9, 9};
+    const Block image(cells);
+    RasterWriteCellData(image.handle, 2, 2, 100, 32, CELLS_CMYK);
+    EXPECT_EQ(image.contents(), cells);
+    EXPECT_EQ(host.closeAndTakeFile(),
+              model::writeBmp({}, 1, 1, 8, {255, 0, 0}, {0, 0, 0, 0}, false));
 }
 
 TEST(CellOutput, ResolutionsAndSizesOfTheSettings) {
@@ -258,6 +299,37 @@ TEST(CellOutput, ResolutionsAndSizesOfTheSettings) {
     }
 }
 
+// 28 rows at 100 an inch are 28.000000000000004, more than the picture's 28.
+TEST(CellOutput, HeightsAreComparedBeforeTheyAreTruncated) {
+    const Target target = {20, 28, 100};
+    Bytes cells;
+    Bytes rows;
+    for (int row = 0; row < 28; ++row) {
+        for (int column = 0; column < 12; ++column)
+            cells.push_back(static_cast<uint8_t>(column < 10 ? row * 5 + column * 7 : 0));
+        for (int column = 0; column < 20; ++column)
+            rows.push_back(static_cast<uint8_t>(row * 5 + column / 2 * 7));
+    }
+    const Output output = actualOutput({}, {10, 28, 8, cells}, 0, target);
+    EXPECT_EQ(output.progress, (std::vector<int32_t>{20, 50}));
+    EXPECT_EQ(output.file, model::writeBmp({}, 20, 28, 8, deviceColors(), rows, false));
+    expectAsModel({}, {10, 28, 8, cells}, 0, target);
+    // 14 rows are 14.000000000000002 at 100 an inch; a picture of 15 is shrunk to 14.
+    EXPECT_EQ(actualOutput({}, drawn(Drawing::kNoise, 8, 20, 14), 0, {20, 14, 100}).progress,
+              (std::vector<int32_t>{20, 50}));
+    expectAsModel({}, drawn(Drawing::kNoise, 8, 20, 15), 0, {20, 14, 100});
+}
+
+TEST(CellOutput, AHeightThatIsNoNumberScalesNothing) {
+    model::Settings settings;
+    settings.sizeMode = 603;
+    settings.resolutionMode = 310;
+    settings.yResolution = 0;
+    const Output output = actualOutput(settings, drawn(Drawing::kNoise, 8, 5, 5), 0, {30, 20, 100});
+    EXPECT_EQ(output.progress, std::vector<int32_t>{50});
+    expectAsModel(settings, drawn(Drawing::kNoise, 8, 5, 5), 0, {30, 20, 100});
+}
+
 TEST(CellOutput, NegativeResolutionIsReadAsUnsigned) {
     // The window is next to nothing at 4294967196 per inch: a file of no pixels.
     const Target target = {30, 20, static_cast<uint32_t>(-100)};
@@ -279,7 +351,7 @@ TEST(CellOutput, WindowCornersAreTruncatedAndMayLieEitherWay) {
         host.enterBody({support::windowBlock(window)});
         host.send(support::colorsBlock(0, deviceColors()));
         const Block image(source.data);
-        tivar::RasterWriteCellData(image.handle, 10, 10, 100, 8, 0);
+        RasterWriteCellData(image.handle, 10, 10, 100, 8, 0);
         EXPECT_TRUE(host.closeAndTakeFile() == expected);
     }
 }
@@ -308,7 +380,7 @@ TEST(CellOutput, CellArrayOf32BitsIsIndexed) {
 TEST(CellOutput, LeavesTheCallersImageItsOwn) {
     const OutputHost host;
     const Block image(Bytes{1, 2, 3, 4});
-    tivar::RasterWriteCellData(image.handle, 4, 1, 0, 8, 0);
+    RasterWriteCellData(image.handle, 4, 1, 0, 8, 0);
     EXPECT_EQ(image.contents(), (Bytes{1, 2, 3, 4}));
 }
 
@@ -318,7 +390,7 @@ TEST(CellOutput, WritesWithTheDevicesSettingsWhateverRecordWasUsedMeanwhile) {
     OutputHost host(settings);
     const support::CurrentSettings other;
     const Block image(Bytes{1, 2, 3, 4});
-    tivar::RasterWriteCellData(image.handle, 4, 1, 0, 8, 0);
+    RasterWriteCellData(image.handle, 4, 1, 0, 8, 0);
     EXPECT_EQ(lpRaster, host.settings.record);
     EXPECT_EQ(hRaster, host.settings.handle);
     EXPECT_TRUE(host.closeAndTakeFile() ==
@@ -376,8 +448,8 @@ TEST(CellOutput, CancelAtAnyReportWritesNothing) {
             OutputHost host(settings, given.target);
             const Block image(drawn(Drawing::kGradient, given.bits, 12, 10).data);
             host.hook.cancelFrom = report;
-            tivar::RasterWriteCellData(image.handle, 12, 10, given.target.resolution,
-                                       static_cast<int16_t>(given.bits), given.bits == 24 ? 1 : 0);
+            RasterWriteCellData(image.handle, 12, 10, given.target.resolution,
+                                static_cast<int16_t>(given.bits), given.bits == 24 ? 1 : 0);
             Calls expected;
             for (size_t i = 0; i <= report; ++i)
                 expected.push_back(support::progressCall(given.progress[i]));
@@ -398,7 +470,7 @@ TEST(CellOutput, CancelThatTheHostTakesBackGoesOn) {
     const Block image(source.data);
     host.hook.cancelFrom = 0;
     host.hook.confirmation = 0;
-    tivar::RasterWriteCellData(image.handle, 12, 10, 0, 8, 0);
+    RasterWriteCellData(image.handle, 12, 10, 0, 8, 0);
     EXPECT_EQ(host.hook.calls, (Calls{support::progressCall(20), support::kCancelQuestion,
                                       support::progressCall(50), support::kCancelQuestion}));
     EXPECT_TRUE(host.closeAndTakeFile() ==
@@ -413,7 +485,7 @@ TEST(CellOutput, WithoutAHookOrACallBackNothingIsAsked) {
             lpEMData->statusHook = nullptr;
         else
             host.hook.words[STATUS_PROC] = 0;
-        tivar::RasterWriteCellData(image.handle, 4, 1, 0, 8, 0);
+        RasterWriteCellData(image.handle, 4, 1, 0, 8, 0);
         EXPECT_TRUE(host.hook.calls.empty());
         EXPECT_TRUE(host.closeAndTakeFile() ==
                     model::writeBmp({}, 4, 1, 8, deviceColors(), {1, 2, 3, 4}, false));
@@ -424,9 +496,9 @@ TEST(CellOutput, WithoutAHookOrACallBackNothingIsAsked) {
 
 TEST(CellOutput, WithoutAnImageOrADeviceNothingHappens) {
     const Block image(Bytes{1, 2, 3, 4});
-    tivar::RasterWriteCellData(image.handle, 4, 1, 0, 8, 0);
+    RasterWriteCellData(image.handle, 4, 1, 0, 8, 0);
     OutputHost host;
-    tivar::RasterWriteCellData(0, 4, 1, 0, 8, 0);
+    RasterWriteCellData(0, 4, 1, 0, 8, 0);
     EXPECT_TRUE(host.hook.calls.empty());
     EXPECT_EQ(host.closeAndTakeFile(), Bytes{});
 }
@@ -434,7 +506,7 @@ TEST(CellOutput, WithoutAnImageOrADeviceNothingHappens) {
 TEST(CellOutput, ShortImageIsWrittenAsFarAsItsRowsGo) {
     OutputHost host;
     const Block image(Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
-    tivar::RasterWriteCellData(image.handle, 4, 5, 0, 8, 0);
+    RasterWriteCellData(image.handle, 4, 5, 0, 8, 0);
     EXPECT_TRUE(host.closeAndTakeFile() ==
                 model::writeBmp({}, 4, 5, 8, deviceColors(), {1, 2, 3, 4, 5, 6, 7, 8}, false));
 }
@@ -456,12 +528,12 @@ TEST(CellOutput, UnsupportedDepthsAndHugeSizesDoNoHarm) {
             model::Settings settings;
             settings.colorFormat = format;
             OutputHost host(settings, {30, 20, 100});
-            tivar::RasterWriteCellData(image.handle, 4, 4, 0, bits, 0);
-            tivar::RasterWriteCellData(image.handle, 4, 4, 100, bits, 2);
+            RasterWriteCellData(image.handle, 4, 4, 0, bits, 0);
+            RasterWriteCellData(image.handle, 4, 4, 100, bits, 2);
         }
         OutputHost host;
-        tivar::RasterWriteCellData(image.handle, 0xFFFFFFFF, 0xFFFFFFFF, 0, 8, 0);
-        tivar::RasterWriteCellData(image.handle, 0, 0xFFFFFFFF, 0, 24, 1);
+        RasterWriteCellData(image.handle, 0xFFFFFFFF, 0xFFFFFFFF, 0, 8, 0);
+        RasterWriteCellData(image.handle, 0, 0xFFFFFFFF, 0, 24, 1);
     }
 }
 
@@ -476,7 +548,7 @@ TEST(CellOutput, ExhaustedHeapEndsTheOutputQuietly) {
             testing::internal::CaptureStdout();
             {
                 const support::FailingCall failing("calloc", nth);
-                tivar::RasterWriteCellData(image.handle, 12, 10, 100, bits, bits == 24 ? 1 : 0);
+                RasterWriteCellData(image.handle, 12, 10, 100, bits, bits == 24 ? 1 : 0);
             }
             testing::internal::GetCapturedStdout();
             EXPECT_EQ(lpEMData->errors.overflowCount, 0);

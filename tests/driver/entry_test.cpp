@@ -352,6 +352,14 @@ TEST(InquireSupport, LooksUpTheLow16BitsWithTheirSign) {
     lpEMData->deviceState = DEV_CLOSED;
 }
 
+TEST(InqGDPSupport, OnlyIdentifiersOfPrimitivesLeadIntoTheTable) {
+    // A table that supports all, with more of the same behind it.
+    constexpr int32_t kTable[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    for (int32_t id = -7; id <= -1; ++id) EXPECT_EQ(tivar::supportOf(kTable, id), 1 - id);
+    for (const int32_t id : {0, 1, -8, INT32_MAX, INT32_MIN})
+        EXPECT_EQ(tivar::supportOf(kTable, id), 0) << id;
+}
+
 TEST(InqGDPSupport, NoPrimitiveIsReportedAsSupported) {
     for (const int32_t id : {-7, -6, -5, -4, -3, -2, -1, 0, 1, 7, -8, INT32_MAX, INT32_MIN})
         EXPECT_EQ(InqGDPSupport(id), 0) << id;

@@ -256,6 +256,52 @@ TEST(EndImage, OneBitImageTakesTwoColours) {
     EXPECT_EQ(Bytes(file.begin() + 54, file.begin() + 62), (Bytes{3, 2, 1, 0, 6, 5, 4, 0}));
 }
 
+// Bytes of the heap that a block of the size takes.
+size_t allocationOf(uint32_t size) {
+    GlobalFree(GlobalAlloc(66, size));
+    return support::lastAllocation;
+}
+
+TEST(EndImage, PaletteHasTheColoursOfItsDepthAndNoMore) {
+    for (const int bits : {1, 2, 4, 8}) {
+        BodyHost host;
+        host.begin({8, 2, bits});
+        size_t palette = 0;
+        {
+            // The first thing that the end asks for.
+            const FailingCall first("calloc", 1, [&] { palette = support::lastAllocation; });
+            host.send(support::endImageBlock());
+        }
+        EXPECT_EQ(palette, allocationOf(3u << bits)) << bits;
+    }
+}
+
+TEST(EndImage, OneBitImageCopiesSixBytes) {
+    BodyHost host;
+    host.send(support::colorsBlock(0, {1, 2, 3, 4, 5, 6, 7, 8, 9}));
+    host.begin({8, 2, 1});
+    // What the palette's block holds, slack included, when the next one is asked for.
+    Bytes palette(8, 99);
+    {
+        const FailingCall second("calloc", 2, [&] {
+            const auto block = reinterpret_cast<MemHandle>(support::lastZeroed);
+            std::memcpy(palette.data(), GlobalLock(block), palette.size());
+        });
+        host.send(support::endImageBlock());
+    }
+    EXPECT_EQ(palette, (Bytes{1, 2, 3, 4, 5, 6, 0, 0}));
+}
+
+TEST(EndImage, FreesItsImageAndItsPalette) {
+    for (const int bits : {1, 4, 8, 24}) {
+        BodyHost host;
+        const long blocks = support::liveBlocks;
+        host.begin({8, 2, bits});
+        host.send(support::endImageBlock());
+        EXPECT_EQ(support::liveBlocks, blocks) << bits;
+    }
+}
+
 TEST(EndImage, TrueColourImageTakesNoPaletteFromTheDevice) {
     // 8-bit output of a 24-bit image has a reduced table, whatever the device's colours are.
     const DrawnPicture drawn = support::drawPicture(Drawing::kFewColors, 24, 12, 10, 2);

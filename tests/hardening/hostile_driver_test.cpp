@@ -90,6 +90,26 @@ TEST(HostileArguments, InqGDPSupport) {
         EXPECT_EQ(InqGDPSupport(primitive), 0) << primitive;
 }
 
+TEST(HostileArguments, RasterWriteCellData) {
+    constexpr int16_t kModels[] = {0, 1, 2, 3, 4, -1, INT16_MAX, INT16_MIN};
+    const Block image(someRows(16, 4));
+    RasterWriteCellData(image.handle, 4, 4, 0, 32, CELLS_CMYK);
+    EXPECT_EQ(image.contents(), someRows(16, 4)) << "there is no device";
+    DriverHost closed;
+    closed.initialise();
+    RasterWriteCellData(image.handle, 4, 4, 0, 32, CELLS_CMYK);
+    for (const int16_t bits : kStrangeDepths) {
+        for (const int16_t model : kModels) {
+            DriverHost host;
+            host.enter(DEV_BODY);
+            RasterWriteCellData(0, 4, 4, 0, bits, model);
+            RasterWriteCellData(image.handle, 4, 4, 0, bits, model);
+            RasterWriteCellData(image.handle, 4, 4, kHuge, bits, model);
+            RasterWriteCellData(image.handle, kHuge, kHuge, 0, bits, model);
+        }
+    }
+}
+
 // ---- Data --------------------------------------------------------------------------------------
 
 // Every handler of the table, called on its own without a device and without a block.

@@ -263,6 +263,14 @@ Outcome initialisingRaster(Attempt& attempt) {
     return outcome;
 }
 
+Outcome writingCells(Attempt& attempt) {
+    support::DriverHost host;
+    host.enter(DEV_BODY);
+    const Block cells(Bytes(12 * 10 * 4, 77));
+    attempt([&] { RasterWriteCellData(cells.handle, 12, 10, 0, 32, CELLS_CMYK); });
+    return {{0}, {}};
+}
+
 Outcome initialisingCommon(Attempt& attempt) {
     const TempDirectory directory;
     Outcome outcome = CommonExport{settingsOf(221, 310, 331), Target::kMemory, directory}(attempt);
@@ -507,6 +515,7 @@ std::vector<Routine> exportAndDriverRoutines() {
         {"EndCellBitmap", {0}, ending},
         {"RLEWrite", {303}, encoding},
         {"RASTER_dd_entry32", {300}, initialisingRaster},
+        {"RasterWriteCellData", {0}, writingCells},
         {"dd_entry32", {0, 21, 303}, initialisingCommon},
     };
 }

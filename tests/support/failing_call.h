@@ -63,8 +63,9 @@ inline void* counted(void* block) {
     return block;
 }
 
-// Bytes that the last call of calloc asked for.
+// Bytes that the last call of calloc asked for, and what the last one to return gave.
 inline size_t lastAllocation = 0;
+inline void* lastZeroed = nullptr;
 
 }  // namespace support
 
@@ -94,7 +95,8 @@ extern "C" void* __real_calloc(size_t count, size_t size);
 extern "C" __attribute__((used)) inline void* __wrap_calloc(size_t count, size_t size) {
     support::lastAllocation = count * size;
     if (support::FailingCall::due("calloc")) return nullptr;
-    return support::counted(__real_calloc(count, size));
+    support::lastZeroed = support::counted(__real_calloc(count, size));
+    return support::lastZeroed;
 }
 
 extern "C" void* __real_malloc(size_t size);
