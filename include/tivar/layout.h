@@ -1,5 +1,4 @@
-/* The sizes and positions that the 32-bit interface fixes, checked where that interface is built.
- */
+/* The sizes and positions that the 32-bit interface fixes, checked where it is built. */
 #ifndef TIVAR_LAYOUT_H
 #define TIVAR_LAYOUT_H
 
