@@ -71,7 +71,7 @@ TIVAR_API int32_t ExportCellData(const char* fileName, CellPicture* picture,
 /* ---- Stages ---------------------------------------------------------------------------------- */
 
 /* What the negotiation settles. The file has the whole pixels of width and height, and one row more
- * where that height is odd. A picture of its own size then of h rows has its bottom row twice, or,
+ * where that height is odd. A picture of h rows at its own size then has its bottom row twice, or,
  * where h x ((h + 1) / h) in doubles stays below h + 1 (for one odd height in nine, such as 47, 55
  * and 77), a bottom row of 0. */
 typedef struct CellFormat {
