@@ -23,14 +23,14 @@ TIVAR_BEGIN_C
  * output. The host may set it. */
 TIVAR_API extern int16_t _debug_color_res;
 
-/* Bytes of a row: its bits rounded up to bytes, those to a multiple of 4. */
+/* Bytes of a row: its bits rounded up to bytes, those to a multiple of 4; 0 when 32 bits do not
+ * hold its bits. */
 TIVAR_API int32_t rlBytesPerLine(uint32_t width, int16_t bitsPerPixel);
 
-/* Bytes of a bitmap: rows times rlBytesPerLine; both are 0 when 32 bits do not hold the bits of a
- * row or the bytes of all rows. */
+/* Bytes of a bitmap: rows times rlBytesPerLine; 0 when 32 bits do not hold them. */
 TIVAR_API uint32_t rlCalcNewSize(uint32_t width, uint32_t height, int16_t bitsPerPixel);
 
-/* The value of pixel (x, y) of locked rows, stride bytes apart; 0 at other depths. */
+/* The value of pixel (x, y) of locked rows, stride bytes apart; 0 at other depths and for null. */
 TIVAR_API uint32_t rlGetPixel(const uint8_t* rows, int32_t stride, uint32_t x, uint32_t y,
                               int16_t bitsPerPixel);
 
@@ -43,23 +43,35 @@ TIVAR_API int32_t rlSetPixel(uint8_t* rows, int32_t stride, uint32_t x, uint32_t
 
 /* Index of the nearest entry by squared distance, lowest index on ties. Grey queries (components
  * within 4 of each other) see only exactly grey entries, others only coloured ones; 0 when none is
- * left. */
+ * left, and for a null table. */
 TIVAR_API uint32_t rlNearestRGBIndex(int16_t red, int16_t green, int16_t blue,
                                      const uint8_t* colorTable, int16_t colorCount);
 
-/* Map of 2^sourceBits 32-bit values, one for each source index; free it with rlFreeColormap.
+/* Map of 2^sourceBits 32-bit values, one for each source index: the nearest index of the
+ * destination table, or the packed RGB value where destBits is 24. Free it with rlFreeColormap.
  * Without a destination table and for a source not deeper than the destination, the source table
- * serves as both. 0 at depth 24 and 32, whose pixels need no map, and outside 0 to 15. */
+ * serves as both. 0 for sources of more than 15 bits, whose pixels need no map, or of fewer than
+ * 0. */
 TIVAR_API MemHandle rlBuildColormap(const uint8_t* sourceTable, int16_t sourceBits,
                                     const uint8_t* destTable, int16_t destBits, int16_t destCount);
-TIVAR_API int32_t rlFreeColormap(MemHandle map); /* 0 */
 
-/* Wrappers of memory.h: elementSize x count zeroed bytes; lock; unlock; free (1, or 0 for handle
- * 0); handle of a locked address. */
+/* Frees a map; map 0 is allowed. Always 0. */
+TIVAR_API int32_t rlFreeColormap(MemHandle map);
+
+/* A block of elementSize x count zeroed bytes; 0 without memory, for more than 32 bits hold, and
+ * for an elementSize below 0. */
 TIVAR_API MemHandle rlGetMemory(int16_t elementSize, uint32_t count);
+
+/* The same as GlobalLock of memory.h. */
 TIVAR_API void* rlLockMemory(MemHandle handle);
+
+/* The same as GlobalUnlock. */
 TIVAR_API int32_t rlUnlockMemory(MemHandle handle);
+
+/* Frees a block: 1, or 0 for handle 0. */
 TIVAR_API int32_t rlFreeNewData(MemHandle handle);
+
+/* The same as GlobalHandle. */
 TIVAR_API MemHandle rlPointertoHandle(const void* pointer);
 
 /* A table of at most *colorCount entries for a 24-bit bitmap, by median cut over a histogram of 5
@@ -75,23 +87,28 @@ TIVAR_API MemHandle rlChangeColorResolution(MemHandle bits, uint32_t width, uint
                                             int16_t sourceBits, int16_t destBits,
                                             MemHandle* colorTable);
 
-/* Converts pixel by pixel through an index map, the nearest entry of destTable, or directly. */
+/* Converts pixel by pixel through an index map, the nearest entry of destTable, or directly.
+ * destCount is the number of entries in destTable. */
 TIVAR_API MemHandle rlConvertBitmapDepth(MemHandle bits, uint32_t width, uint32_t height,
                                          int16_t sourceBits, int16_t destBits,
                                          MemHandle sourceTable, MemHandle destTable,
                                          int16_t destCount);
 
-/* 32-bit pixels in place: red, green, blue, x to cyan, magenta, yellow, 0, row by row; and, over
- * unpadded buffers, cyan, magenta, yellow, black or red, green, blue, alpha to unpadded 3-byte
- * pixels from the start of the buffer. */
+/* 32-bit pixels in place, from red, green, blue, any to cyan, magenta, yellow, 0: each is 255 less
+ * what it was. */
 TIVAR_API void rlRGB4toCMYK(MemHandle bits, uint32_t width, uint32_t height);
+
+/* 32-bit pixels of cyan, magenta, yellow, black to 3-byte pixels, each channel 255 less the greater
+ * of itself and black. They lie without row padding from the start of the same block. */
 TIVAR_API void rlCMYKtoRGB(MemHandle bits, uint32_t width, uint32_t height);
+
+/* The same from red, green, blue, alpha: the alpha is left out. */
 TIVAR_API void rlALPHAtoRGB(MemHandle bits, uint32_t width, uint32_t height);
 
 /* Error diffusion to fewer than 8 bits (R. Floyd, L. Steinberg, "An Adaptive Algorithm for Spatial
  * Greyscale", 1976), left to right on every row. *colorTable is the table to use, or 0: then 8
  * greys for 1 bit, else a reduced table and 8 fixed colours. It receives the table used. Kept:
- * 1-bit output stores bit 0 of the grey's index. */
+ * 1-bit output stores bit 0 of the grey's index, so that every other grey of the eight is white. */
 TIVAR_API MemHandle rlDitherBitmap(MemHandle bits, uint32_t width, uint32_t height,
                                    int16_t sourceBits, int16_t destBits, MemHandle sourceTable,
                                    MemHandle* colorTable);
@@ -111,9 +128,13 @@ TIVAR_API MemHandle rlDitherGivenCT(MemHandle bits, uint32_t width, uint32_t hei
 TIVAR_API void _rlDitherOneLine(uint8_t* row, uint8_t* nextRow, const uint8_t* table,
                                 uint32_t width, int16_t count);
 
-/* Resize by dropping and repeating pixels. Both do the same; the choice is made by the heights. */
+/* Resizes by dropping and repeating pixels, in both directions whichever way they go. 16-bit
+ * places: a source row beyond 32767 is read as 0 unless the height grows, and a width beyond 65535
+ * wraps. */
 TIVAR_API MemHandle rlShrinkBitmap(MemHandle bits, int16_t bitsPerPixel, uint32_t sourceWidth,
                                    uint32_t sourceHeight, uint32_t destWidth, uint32_t destHeight);
+
+/* The same. */
 TIVAR_API MemHandle rlStretchBitmap(MemHandle bits, int16_t bitsPerPixel, uint32_t sourceWidth,
                                     uint32_t sourceHeight, uint32_t destWidth, uint32_t destHeight);
 

@@ -4,10 +4,15 @@
  *
  * A session of the raster route:
  *
- *     HostWord init[16] = {0};                   DRIVER_INIT_* say what goes where
+ *     HostWord init[DRIVER_INIT_WORDS] = {0};       which DRIVER_INIT_* says what goes where
  *     RASTER_dd_entry32(0, DRV_INIT, init, 0);
- *     opcode 1 open, then for each picture: 3 begin picture, settings, 4 begin body, drawing, 5
- * end; opcode 2 close RASTER_dd_entry32(0, DRV_TERM, 0, 0);
+ *     RASTER_dd_entry32(0, DRV_DISPATCH, block, 0); for each of these opcodes:
+ *         OP_OPEN
+ *             OP_BEGIN_PICTURE, then the window, the scale, the background
+ *             OP_BEGIN_BODY, then colours and drawing
+ *             OP_END_PICTURE
+ *         OP_CLOSE
+ *     RASTER_dd_entry32(0, DRV_TERM, 0, 0);
  *
  * Initialising again without terminating leaves the old device state allocated. */
 #ifndef TIVAR_DRIVER_H
@@ -31,65 +36,95 @@ enum {
 /* Device states, one at a time; 0 before the first initialisation. */
 enum { DEV_CLOSED = 1, DEV_OPEN = 2, DEV_PICTURE = 4, DEV_BODY = 8, DEV_ENDED = 16 };
 
-/* Opcodes that do something. The others of the table are accepted and ignored. */
+/* Opcodes that do something; their blocks are described below. The others of the table are accepted
+ * and ignored. */
 enum {
     OP_OPEN = 1,
     OP_CLOSE = 2,
     OP_BEGIN_PICTURE = 3,
     OP_BEGIN_BODY = 4,
     OP_END_PICTURE = 5,
-    OP_SET_WINDOW = 518,     /* six doubles from byte 16 */
-    OP_SET_BACKGROUND = 519, /* red, green, blue at bytes 16 to 18 */
-    OP_SET_VIEWPORT = 520,   /* doubles at bytes 16, 24, 40, 48 */
-    OP_SET_SCALE = 521,      /* 16-bit mode at byte 16, double scale at byte 24 */
-    OP_QUERY_VIEWPORT = 765, /* replies 48 bytes */
-    OP_QUERY_WINDOW = 767,   /* replies 48 bytes */
-    OP_CELL_ARRAY = 1033,    /* see below */
-    OP_PRIMITIVE = 1034,     /* see below */
-    OP_SET_COLORS = 1314,    /* count word at byte 4, first index at 16, colours from 20 */
-    OP_POP_ERRORS = 3842,    /* wanted count at byte 16; replies a count and 8 bytes a record */
+    OP_SET_WINDOW = 518,
+    OP_SET_BACKGROUND = 519,
+    OP_SET_VIEWPORT = 520,
+    OP_SET_SCALE = 521,
+    OP_QUERY_VIEWPORT = 765,
+    OP_QUERY_WINDOW = 767,
+    OP_CELL_ARRAY = 1033,
+    OP_PRIMITIVE = 1034,
+    OP_SET_COLORS = 1314,
+    OP_POP_ERRORS = 3842,
     OP_EMPTY_ERRORS = 3843
 };
 
 /* A parameter block starts with its 32-bit opcode; numbers lie at fixed byte positions, in the
- * host's byte order, and need no alignment.
+ * host's byte order, and need no alignment. What is not listed is not read. The device's unit is
+ * the unit of its window; cells are pixels of the host.
  *
- * Cell array: doubles at 24 and 48, the y of its first and second corner; 32-bit cells per row at
- * 88, rows at 92, bits per cell at 96 (negative: by absolute value, -32768 for 1, and the address
- * of the data stands at 102, pointer-sized); else the data from 102, rows padded to a multiple of 4
- * bytes.
+ * OP_SET_WINDOW      16  six doubles: x, y, z of the first corner, x, y, z of the second; units
+ * OP_SET_BACKGROUND  16  three bytes: red, green, blue; stored, not drawn
+ * OP_SET_VIEWPORT    16  two doubles: x, y of the first corner; stored for the query
+ *                    40  two doubles: x, y of the second
+ * OP_SET_SCALE       16  16-bit mode: 1 metric, 0 and 2 no measure; others change nothing
+ *                    24  double, millimetres per unit: the measure is the whole number of units per
+ *                        inch nearest to 25.4 / scale; none for a scale of 0
+ * OP_CELL_ARRAY      24  double: y of the first corner
+ *                    48  double: y of the second corner
+ *                    88  32 bits: cells of a row
+ *                    92  32 bits: rows
+ *                    96  32 bits: precision, the bits of a cell
+ *                   102  the rows, each padded to a multiple of 4 bytes; with a negative precision
+ *                        their address instead, as wide as addresses are
+ * OP_PRIMITIVE       16  32 bits: -5 begins an image, -6 ends and writes it, others do nothing
+ *                    20  32 bits: n, the number of points; -6 reads nothing from here on
+ *                    24  n points of 24 bytes each
+ *              24 + 24n  32 bits: length of the data; not read, nor held against the 28 bytes
+ *              28 + 24n  -5, 28 bytes: cells of a row, rows and precision in 32 bits each, a flag
+ *                        in 16 bits, which is stored, 14 unused bytes
+ * OP_SET_COLORS       4  32 bits: 2 + 3 x colours
+ *                    16  32 bits: first index
+ *                    20  three bytes each: red, green, blue; changed in place by the colour mode
+ * OP_POP_ERRORS      16  32 bits: errors wanted
  *
- * Primitive: 32-bit identifier at 16, number of points n at 20, points of 24 bytes, the data's
- * length, then at 28 + 24n the data. -5 begins an image (32-bit cells per row, rows, bits per cell,
- * 16-bit flag; 28 bytes), -6 ends and writes it, others do nothing.
+ * A negative precision means the depth of its absolute value; -32768 stands for 1.
  *
- * Colours: the count word is 2 + 3 x colours. */
+ * Replies are appended to the reply buffer, one behind the other, and cut where it ends:
+ *
+ * OP_QUERY_WINDOW    six doubles as they were set
+ * OP_QUERY_VIEWPORT  six doubles; kept: x of the first corner, y of the second, 0, y of the first,
+ *                    x of the second, 0
+ * OP_POP_ERRORS      a 32-bit count, the lesser of those wanted and those there, and as many
+ *                    ErrorRecords, newest first; kept: there are none */
 
 /* Words of the block of DRV_INIT on the raster route. */
 enum {
-    DRIVER_INIT_NAME = 3,          /* address of the file name; "" = output to memory */
+    DRIVER_INIT_NAME = 3,          /* address of the file name, of at most 143 characters; "" =
+                                      output to memory; copied */
     DRIVER_INIT_REPLY_SIZE = 9,    /* bytes of the reply buffer */
-    DRIVER_INIT_REPLY = 10,        /* out: address of the reply buffer, the driver's */
-    DRIVER_INIT_SETUP = 13,        /* settings handle, the host's */
-    DRIVER_INIT_HOOK = 14,         /* address of a StatusHookRecord, or 0 */
-    DRIVER_INIT_CAPABILITIES = 15, /* address of 60 32-bit integers */
+    DRIVER_INIT_REPLY = 10,        /* out: address of that buffer, which DRV_TERM frees */
+    DRIVER_INIT_SETUP = 13,        /* settings handle; the host's, needed until DRV_TERM */
+    DRIVER_INIT_HOOK = 14,         /* address of a StatusHookRecord, needed until DRV_TERM, or 0 */
+    DRIVER_INIT_CAPABILITIES = 15, /* address of 60 32-bit integers to fill */
     DRIVER_INIT_WORDS = 16
 };
 
-/* Words of the block of DRV_INIT on the common-block route: 3, 13 and 14 as above (14 a status
- * block of export.h; 3's string is emptied; 13 is replaced by the metafile's setup handle, 0 here).
- */
-enum { COMMON_INIT_FIRST = 1, COMMON_INIT_SECOND = 5 };
+/* Words of the block of DRV_INIT on the common-block route, beside 3, 13 and 14 as above. There 14
+ * is the address of a status block of export.h, whose STATUS_MEMORY receives the block of output to
+ * memory at DRV_TERM; the string behind 3 is emptied; 13 is replaced by the metafile's setup
+ * handle, which is 0. */
+enum { COMMON_INIT_FIRST = 1, COMMON_INIT_SECOND = 5 }; /* handed to the platform's metafile */
 
 /* Handles an operation: takes and returns the host's parameter block. */
 typedef void* (*DriverHandler)(void* block);
 
+/* One opcode of the table. */
 typedef struct DriverOpcodeRow {
     uint32_t opcode;
     DriverHandler handler;
     uint32_t stateMask; /* device states that accept it */
 } DriverOpcodeRow;
 
+/* One capability: its place in the host's array and its value. */
 typedef struct DriverCapabilityRow {
     uint8_t index;
     int32_t value;
@@ -104,14 +139,16 @@ TIVAR_API extern const DriverCapabilityRow DriverCapabilityTable[46];
 /* Support of primitives by negated identifier: none. */
 TIVAR_API extern const int32_t GDPSupport[8];
 
+/* One error. */
 typedef struct ErrorRecord {
-    uint32_t sequence;
-    int16_t code;
-    int16_t padding; /* 0 */
+    uint32_t sequence; /* 0: nothing numbers the operations */
+    int16_t code;      /* TIVAR_ERR_NO_MEMORY, TIVAR_ERR_STREAM or TIVAR_ERR_CANCELLED */
+    int16_t padding;   /* 0 */
 } ErrorRecord;
 
 /* Kept: nothing sets the capacity, so every push lands in the record before entry 0, which is the
- * first record. */
+ * first record. That one is the newest error, and overflowCount how many there were since the stack
+ * was emptied. */
 typedef struct ErrorStack {
     uint32_t lastSequence;
     int16_t lastCode;
@@ -130,31 +167,32 @@ typedef HostWord StatusHookRecord;
 typedef struct EMData {
     OxlStream outputStream;
     MemHandle imageMemory;
-    int32_t imagePending;
+    int32_t imagePending; /* 1 between the primitives -5 and -6 */
     int32_t nextRow;
-    uint8_t colorTable[256][3];
+    uint8_t colorTable[256][3]; /* red, green, blue */
     uint8_t background[3];
     ErrorStack errors;
-    double deviceWindow[6];
-    double deviceViewport[6];
+    double deviceWindow[6];   /* units: x, y, z of the first corner, x, y, z of the second */
+    double deviceViewport[6]; /* the same; the third and sixth are not used */
     int32_t deviceState;
     uint32_t currentSequence;
-    uint32_t replyPosition;
-    uint32_t replySize;
+    uint32_t replyPosition; /* bytes of the reply buffer that are used */
+    uint32_t replySize;     /* bytes of the reply buffer */
     MemHandle hReply;
     uint8_t* lpReply;
     char outputFileName[144];
-    int32_t imageWidth;
-    int32_t imageHeight;
+    int32_t imageWidth;  /* cells */
+    int32_t imageHeight; /* rows */
     int32_t bitsPerCell;
     StatusHookRecord* statusHook;
-    int32_t colorDepth;
+    int32_t colorDepth; /* the settings' colorMode less 103 */
     MemHandle hSetup;
-    int32_t viewportResolution;
+    int32_t viewportResolution; /* units per inch, 0 = no measure */
     int16_t imageFlag;
     int8_t nameRefused; /* 1: the file name was too long, opening fails */
-    void* memoryBlock; /* output to memory: address of the block, the host's once the device closed;
-                          terminating an open device frees it */
+    void* memoryBlock;  /* output to memory: address of the block. Once the device has closed it is
+                           the host's, who frees GlobalHandle(memoryBlock); the next opening and
+                           DRV_TERM forget it. DRV_TERM of an open device frees it. */
     uint8_t reserved[28];
 } EMData;
 
@@ -163,7 +201,8 @@ typedef struct CommonBlock {
     int32_t state;                /* 1: the next DRV_INIT initialises afresh */
     int16_t lastError;            /* cleared before each operation */
     StatusHookRecord* statusHook; /* or null */
-    int32_t statusValue;          /* passed to the status call-back in place of a percentage */
+    int32_t statusValue;          /* stands for the percentage where the host is asked to cancel,
+                                     which without metafiles is nowhere */
 } CommonBlock;
 
 TIVAR_API extern MemHandle hEMData;
@@ -179,19 +218,30 @@ TIVAR_API int32_t RASTER_dd_entry(int16_t code, void* out, uint16_t reserved);
 TIVAR_API int32_t dd_entry(int16_t code, void* out, uint16_t reserved);
 
 /* The 32-bit entries; the low 16 bits of code count.
- * DRV_INIT: block as above; 0, or 300 (raster), 21, 22 or 303 (common block).
- * DRV_DISPATCH: runs the operation of the parameter block if the device state accepts it, else
- * ignores it; the code of the last error that it pushed, or 0. DRV_TERM: 0 (raster); 300 or 303
- * (common block: there is never a metafile to draw). DRV_VERSION: stores the version into block; 4.
- * Other codes: 0. A null block gives 0 (DRV_INIT: 300, common block 22) and changes nothing. */
+ *
+ * DRV_INIT      raster: 0, or TIVAR_ERR_NO_MEMORY, also where a word that is needed is 0.
+ *               Common block: 0, TIVAR_ERR_COMMON_MEMORY, TIVAR_ERR_COMMON_SETUP, or
+ *               TIVAR_ERR_STREAM when the output cannot be opened.
+ * DRV_DISPATCH  runs the operation of the parameter block if the device state accepts it, else
+ *               ignores it. The code of the last error that the operation met, or 0.
+ * DRV_TERM      raster: closes an open device and frees the device state; 0. Common block: closes
+ *               the output; TIVAR_ERR_NO_MEMORY, as there is never a metafile to draw, or
+ *               TIVAR_ERR_STREAM when closing fails.
+ * DRV_VERSION   stores the version into block (4 bytes); 4.
+ *
+ * Other codes do nothing; 0. A null block changes nothing; 0, for DRV_INIT the codes of a word or a
+ * setup that is missing. */
 TIVAR_API int32_t RASTER_dd_entry32(HostWord reserved1, int32_t code, void* block,
                                     HostWord reserved2);
 TIVAR_API int32_t dd_entry32(HostWord reserved1, int32_t code, void* block, HostWord reserved2);
 
-/* 2 when the operation would be carried out in the current state, else 0. Primitives:
+/* 2 when the raster route's device accepts the operation now and has a handler of its own for it,
+ * as it has for 771 to 774 and 2310, too, which change nothing; else 0. OP_PRIMITIVE is answered by
  * InqGDPSupport. */
 TIVAR_API int32_t InquireSupport(int32_t opcode, int32_t gdpId);
-TIVAR_API int32_t InqGDPSupport(int32_t gdpId); /* 0 */
+
+/* Support of a primitive, by its identifier: 0 for all of them, -5 and -6 included. */
+TIVAR_API int32_t InqGDPSupport(int32_t gdpId);
 
 /* Colour models of cells. The last two are four bytes a cell, rows not padded. */
 enum {

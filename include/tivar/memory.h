@@ -1,6 +1,6 @@
 /* Movable memory: allocate a block and get a handle, lock the handle to get its address, unlock,
  * resize, free. Blocks lie on the process heap, never move while allocated and are zero-filled;
- * locking does not count. Data is 8-aligned. Nothing here may be used from two threads at once. */
+ * locking does not count. Data is 8-aligned. One block is used by one thread at a time. */
 #ifndef TIVAR_MEMORY_H
 #define TIVAR_MEMORY_H
 
@@ -16,8 +16,7 @@ TIVAR_BEGIN_C
  * included, would pass 32 bits (silent). size 0 is a valid, empty block. */
 TIVAR_API MemHandle GlobalAlloc(uint32_t flags, uint32_t size);
 
-/* Address of the block's bytes; null for handle 0. Locking a locked block gives the same address.
- */
+/* Address of the block's bytes; null for handle 0. A locked block gives the same address again. */
 TIVAR_API void* GlobalLock(MemHandle handle);
 
 /* Ends a lock; always 0: no locks remain. */
@@ -44,8 +43,8 @@ TIVAR_API uint32_t GlobalCompact(uint32_t wanted);
  * memory. */
 TIVAR_API MemHandle GlobalPointerToHandle(void* pointer, uint32_t size);
 
-/* The same blocks for code that thinks in pointers: allocate and lock, or null (also for size 0).
- */
+/* The same blocks for code that thinks in pointers: allocate and lock; null without memory and for
+ * size 0. */
 TIVAR_API void* oxlPtrGlobalAlloc(uint32_t size);
 
 /* Frees what oxlPtrGlobalAlloc gave; null is allowed. Always 0. */

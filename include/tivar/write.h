@@ -23,7 +23,7 @@
 
 TIVAR_BEGIN_C
 
-/* ---- Results ----------------------------------------------------------------------------------- */
+/* ---- Results --------------------------------------------------------------------------------- */
 
 /* What a call comes to. Unless it is TIVAR_RESULT_OK, no complete file was left: a named file is as
  * it was before, there is no memory block, and a sink may have been given the beginning of a file. */
@@ -62,7 +62,7 @@ typedef struct TivarReport {
     uint64_t bytes;       /* length of the file */
 } TivarReport;
 
-/* ---- The picture ------------------------------------------------------------------------------- */
+/* ---- The picture ----------------------------------------------------------------------------- */
 
 /* Pixels in memory: bytes in the order of their names; of indices the leftmost pixel has the
  * highest bits of its byte. */
@@ -110,7 +110,7 @@ typedef struct TivarPicture {
     uint32_t flags; /* enum TivarPictureFlags */
 } TivarPicture;
 
-/* ---- The file ---------------------------------------------------------------------------------- */
+/* ---- The file -------------------------------------------------------------------------------- */
 
 enum TivarHeader {
     TIVAR_HEADER_DEFAULT = 0, /* TIVAR_HEADER_WINDOWS; TIVAR_HEADER_V4 for alpha */
@@ -197,7 +197,7 @@ typedef struct TivarOptions {
     void* context;          /* first argument of both */
 } TivarOptions;
 
-/* ---- Where it goes ----------------------------------------------------------------------------- */
+/* ---- Where it goes --------------------------------------------------------------------------- */
 
 /* Takes length bytes of the file, in the file's order. The result is how many it took: fewer end
  * the call with TIVAR_RESULT_SINK_FAILED. */
