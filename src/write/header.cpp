@@ -108,9 +108,13 @@ void putPalette(Bytes& bytes, const Job& job, const FileForm& form, const ColorT
     }
 }
 
-// The OS/2 header has no count: its palettes are always full.
+// The OS/2 header has no count: its palettes are always full. A reader takes 4 and 8 bits with two
+// entries for 1 bit: there are never fewer than three.
 uint32_t entriesOf(const Job& job, uint32_t colors) {
     if (job.options.bits > 8) return 0;
+    if (job.options.bits == 1) return 2;
+    constexpr uint32_t kFewest = 3;
+    colors = colors < kFewest ? kFewest : colors;
     const bool full =
         job.options.header == TIVAR_HEADER_OS2 || job.options.palette_length == TIVAR_PALETTE_FULL;
     return full ? 1u << job.options.bits : colors;
