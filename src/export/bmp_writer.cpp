@@ -7,7 +7,7 @@
 #include "base/memory.h"
 #include "color/bitmap.h"
 #include "export/bmp_writer.h"
-#include "export/red_blue.h"
+#include "color/red_blue.h"
 #include "export/rle.h"
 #include "io/stream_record.h"
 

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/beside.h"
 #include "base/memory.h"
 #include "base/text.h"
 #include "io/stream_record.h"
@@ -149,19 +150,6 @@ bool writeChanged(OxlStream source, FILE* file, const Change& change) {
     if (source != 0 && readFailed(source)) output.complete = false;
     const bool closed = oxlClose(output.stream) == 0;
     return closed && output.complete;
-}
-
-// A new file beside path that nobody else has, its name in name; -1 when it cannot be had. It is
-// the owner's alone until it takes the profile's place.
-int createBeside(const char* path, bool isNew, char* name, size_t capacity) {
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        const int length =
-            std::snprintf(name, capacity, "%s.%ld-%d", path, static_cast<long>(getpid()), attempt);
-        if (length < 0 || static_cast<size_t>(length) >= capacity) return -1;
-        const int file = open(name, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, isNew ? 0666 : 0600);
-        if (file >= 0 || access(name, F_OK) != 0) return file;
-    }
-    return -1;
 }
 
 // Completes the new file and puts it in the profile's place.

@@ -1,4 +1,4 @@
-#include "export/red_blue.h"
+#include "color/red_blue.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,43 @@
+#include "write/report.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "base/text.h"
+
+namespace tivar {
+namespace {
+
+constexpr size_t kFirstReportBytes = sizeof(TivarReport);
+
+}  // namespace
+
+bool isReport(const TivarReport* report) {
+    return report == nullptr || report->size >= kFirstReportBytes;
+}
+
+int32_t tell(TivarReport* to, const TivarReport& report) {
+    if (to == nullptr) return report.result;
+    const uint32_t size = to->size;
+    const size_t known = std::min<size_t>(size, sizeof report);
+    std::memcpy(to, &report, known);
+    std::memset(reinterpret_cast<uint8_t*>(to) + known, 0, size - known);
+    to->size = size;
+    return report.result;
+}
+
+void refuse(TivarReport& report, int32_t result, const char* field, const char* why) {
+    report.result = result;
+    copyBounded(report.field, sizeof report.field, field);
+    std::snprintf(report.text, sizeof report.text, "%s: %s", field, why);
+}
+
+void fail(TivarReport& report, int32_t result, int error) {
+    report.result = result;
+    report.system_error = error;
+    if (result == TIVAR_RESULT_OK) return;
+    copyBounded(report.text, sizeof report.text, tivar_result_text(result));
+}
+
+}  // namespace tivar

@@ -1,0 +1,23 @@
+// What a call tells its caller.
+#pragma once
+
+#include <tivar/write.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace tivar {
+
+// Whether the caller's report can be filled: it is null or has a size that a release had.
+bool isReport(const TivarReport* report);
+
+// Fills as much of the caller's report as its size says; null is allowed. Returns the result.
+int32_t tell(TivarReport* to, const TivarReport& report);
+
+// Sets result, field and text; why completes "FIELD: ...".
+void refuse(TivarReport& report, int32_t result, const char* field, const char* why);
+
+// Sets result and its text, with what the system says of error unless that is 0.
+void fail(TivarReport& report, int32_t result, int error);
+
+}  // namespace tivar

@@ -1,0 +1,280 @@
+#include "write/session.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "write/true_color.h"
+
+namespace tivar {
+namespace {
+
+constexpr int32_t kOk = TIVAR_RESULT_OK;
+
+// ---- What has to be done ----
+
+// Whether the palette follows from the picture's colours.
+bool looksAtColors(const Job& job) {
+    return job.source == PixelSource::kReduced &&
+           (job.options.colors == TIVAR_COLORS_BEST || job.options.colors == TIVAR_COLORS_FILTER);
+}
+
+// The length of encoded rows stands in the header. Where that cannot be put right afterwards, or
+// decides whether rows are encoded, they are encoded twice, the first time to be counted.
+bool countsFirst(const Job& job, const Target& target) {
+    return job.encoded &&
+           (job.options.encoding == TIVAR_ENCODING_SMALLEST || target.writeAt == nullptr);
+}
+
+bool diffuses(const Job& job) {
+    return job.options.dither == TIVAR_DITHER_DIFFUSE;
+}
+
+// Rows that come from the top go to their places in a file that has them the other way round.
+bool placesRows(const Job& job, const Target& target) {
+    const bool turned =
+        (job.picture.flags & TIVAR_ROWS_IN_ORDER) != 0 && job.options.row_order == TIVAR_BOTTOM_UP;
+    return turned && !job.encoded && !diffuses(job) && target.writeAt != nullptr;
+}
+
+// Whether the rows of a call-back are needed more than once, or in another order than it has.
+bool keepsPicture(const Job& job, const Target& target) {
+    if (job.picture.pixels != nullptr) return false;
+    const bool turned =
+        (job.picture.flags & TIVAR_ROWS_IN_ORDER) != 0 && job.options.row_order == TIVAR_BOTTOM_UP;
+    return looksAtColors(job) || countsFirst(job, target) || (turned && !placesRows(job, target));
+}
+
+uint64_t passesOf(const Job& job, const Target& target) {
+    return uint64_t{1} + (keepsPicture(job, target) ? 1 : 0) + (looksAtColors(job) ? 1 : 0) +
+           (countsFirst(job, target) ? 1 : 0);
+}
+
+// ---- The palette ----
+
+int32_t choosePalette(Session& session) {
+    session.table = {};
+    session.table.count = 2;
+    std::memset(session.table.entries[1], 0xFF, 3);
+    return kOk;
+}
+
+int32_t settlePalette(Session& session) {
+    const Job& job = session.job;
+    if (job.source == PixelSource::kIndices) {
+        prepareKeptIndices(session.kept, job, session.table);
+        return kOk;
+    }
+    if (job.source != PixelSource::kReduced) return kOk;
+    const int32_t result = choosePalette(session);
+    if (result != kOk) return result;
+    const int32_t dither = session.exact ? TIVAR_DITHER_NONE : job.options.dither;
+    const bool ready =
+        preparePaletteRows(session.reduced, session.table, job.picture.width, dither);
+    return ready ? kOk : int32_t{TIVAR_RESULT_NO_MEMORY};
+}
+
+// ---- Rows ----
+
+// The indices of row y: in the picture or in session.indexRow.
+const uint8_t* indicesOfRow(Session& session, uint32_t y, const uint8_t* row) {
+    if (session.job.source == PixelSource::kIndices)
+        return keptIndicesOf(session.kept, session.colors, row, session.indexRow.data);
+    const uint8_t* colors = colorsOf(session.colors, row, session.colorRow.data);
+    indexRow(session.reduced, y, colors, session.indexRow.data);
+    return session.indexRow.data;
+}
+
+// Row y as the file has it, form.rowBytes bytes with the padding zero: enum TivarResult.
+int32_t putRow(Session& session, uint32_t y, uint8_t* out) {
+    if (!goOn(session.watch)) return TIVAR_RESULT_CANCELLED;
+    const uint8_t* row = rowOf(session.source, y);
+    if (row == nullptr) return TIVAR_RESULT_ROW_FAILED;
+    const Job& job = session.job;
+    const auto bits = static_cast<uint32_t>(job.options.bits);
+    const uint64_t used = packedRowBytes(job.picture.width, bits);
+    std::memset(out + used, 0, static_cast<size_t>(session.form.rowBytes - used));
+    if (bits == 24) {
+        putColors24(session.colors, row, session.colorRow.data, out);
+    } else if (bits == 32) {
+        putColors32(session.colors, job.keepsAlpha, row, session.colorRow.data, out);
+    } else {
+        packIndices(indicesOfRow(session, y, row), job.picture.width, bits, out);
+    }
+    return kOk;
+}
+
+// The row that stands at place in the file.
+uint32_t rowAt(const Job& job, uint32_t place) {
+    return job.options.row_order == TIVAR_TOP_DOWN ? place : job.picture.height - 1 - place;
+}
+
+// ---- Raw files ----
+
+int32_t prepareBlock(Session& session) {
+    constexpr uint64_t kBlockBytes = 1u << 18;  // stays in the cache
+    const uint64_t rows = std::max<uint64_t>(kBlockBytes / session.form.rowBytes, 1);
+    session.blockRows = static_cast<uint32_t>(std::min<uint64_t>(rows, session.job.picture.height));
+    session.block = HeapBytes(session.form.rowBytes * session.blockRows);
+    return session.block ? kOk : int32_t{TIVAR_RESULT_NO_MEMORY};
+}
+
+int32_t putRawRows(Session& session, Output& output) {
+    const uint32_t height = session.job.picture.height;
+    for (uint32_t place = 0; place < height;) {
+        const uint32_t count = std::min(session.blockRows, height - place);
+        for (uint32_t i = 0; i < count; ++i) {
+            uint8_t* out = session.block.data + session.form.rowBytes * i;
+            const int32_t result = putRow(session, rowAt(session.job, place + i), out);
+            if (result != kOk) return result;
+        }
+        const int32_t result =
+            put(output, session.block.data, static_cast<size_t>(session.form.rowBytes * count));
+        if (result != kOk) return result;
+        place += count;
+        if (!advance(session.watch, count)) return TIVAR_RESULT_CANCELLED;
+    }
+    return kOk;
+}
+
+// Rows from the top, which the file has last: blocks are filled from their end.
+int32_t placeRawRows(Session& session, const Target& target) {
+    const uint32_t height = session.job.picture.height;
+    for (uint32_t y = 0; y < height;) {
+        const uint32_t count = std::min(session.blockRows, height - y);
+        for (uint32_t i = 0; i < count; ++i) {
+            uint8_t* out = session.block.data + session.form.rowBytes * (count - 1 - i);
+            const int32_t result = putRow(session, y + i, out);
+            if (result != kOk) return result;
+        }
+        y += count;
+        const uint64_t place = session.form.headerBytes + session.form.rowBytes * (height - y);
+        const int32_t result = target.writeAt(target.context, place, session.block.data,
+                                              static_cast<size_t>(session.form.rowBytes * count));
+        if (result != kOk) return result;
+        if (!advance(session.watch, count)) return TIVAR_RESULT_CANCELLED;
+    }
+    return kOk;
+}
+
+// ---- Encoded files ----
+
+int32_t putEncodedRows(Session& session, Output& output) {
+    const uint32_t height = session.job.picture.height;
+    for (uint32_t place = 0; place < height; ++place) {
+        if (!goOn(session.watch)) return TIVAR_RESULT_CANCELLED;
+        const uint32_t y = rowAt(session.job, place);
+        const uint8_t* row = rowOf(session.source, y);
+        if (row == nullptr) return TIVAR_RESULT_ROW_FAILED;
+        const uint64_t length =
+            encodeRow(session.encoder, indicesOfRow(session, y, row), place == height - 1);
+        const int32_t result = put(output, session.encoder.codes, static_cast<size_t>(length));
+        if (result != kOk) return result;
+        if (!advance(session.watch, 1)) return TIVAR_RESULT_CANCELLED;
+    }
+    return kOk;
+}
+
+// Encodes every row for nothing but its length; rows that come out longer than raw ones are not
+// encoded, if that is left to the library.
+int32_t countEncoded(Session& session) {
+    Output counter;
+    prepareOutput(counter, nullptr);
+    const int32_t result = putEncodedRows(session, counter);
+    if (result != kOk) return result;
+    const uint64_t raw = session.form.rowBytes * session.job.picture.height;
+    session.form.pixelBytes = counter.length;
+    if (session.job.options.encoding == TIVAR_ENCODING_SMALLEST && raw <= counter.length) {
+        session.job.encoded = false;
+        session.form = describeForm(session.job, session.table.count, false);
+    }
+    if (session.job.source == PixelSource::kReduced) beginRows(session.reduced);
+    return kOk;
+}
+
+// ---- The file ----
+
+int32_t prepareRows(Session& session) {
+    const uint32_t width = session.job.picture.width;
+    session.colorRow = HeapBytes(uint64_t{width} * 3);
+    const bool indexed = session.job.options.bits <= 8;
+    if (indexed) session.indexRow = HeapBytes(width);
+    if (!session.colorRow || (indexed && !session.indexRow)) return TIVAR_RESULT_NO_MEMORY;
+    if (session.job.encoded &&
+        !prepareEncoder(session.encoder, static_cast<uint32_t>(session.job.options.bits), width))
+        return TIVAR_RESULT_NO_MEMORY;
+    return kOk;
+}
+
+int32_t preparePicture(Session& session, const Target& target) {
+    const Job& job = session.job;
+    if (!prepareSource(session.source, job.picture)) return TIVAR_RESULT_NO_MEMORY;
+    prepareColors(session.colors, job);
+    if (!keepsPicture(job, target)) return kOk;
+    return keepPicture(session.source, session.watch);
+}
+
+int32_t putHeaders(Session& session, Output& output) {
+    uint8_t bytes[kMostHeaderBytes];
+    putHeader(session.job, session.form, session.table, bytes);
+    return put(output, bytes, session.form.headerBytes);
+}
+
+int32_t writeRaw(Session& session, const Target& target, Output& output) {
+    int32_t result = prepareBlock(session);
+    if (result != kOk) return result;
+    if (!placesRows(session.job, target)) return putRawRows(session, output);
+    result = flush(output);
+    return result != kOk ? result : placeRawRows(session, target);
+}
+
+int32_t writeEncoded(Session& session, const Target& target, Output& output) {
+    const bool counted = session.form.pixelBytes != 0;
+    int32_t result = putEncodedRows(session, output);
+    if (result == kOk) result = flush(output);
+    if (result != kOk || counted) return result;
+    session.form.pixelBytes = output.length - session.form.headerBytes;
+    if (fileBytes(session.form) > kMostFileBytes) return TIVAR_RESULT_TOO_LARGE;
+    uint8_t bytes[kMostHeaderBytes];
+    putHeader(session.job, session.form, session.table, bytes);
+    return target.writeAt(target.context, 0, bytes, session.form.headerBytes);
+}
+
+// Raw files that are too large are refused before anything is looked at.
+bool fitsFile(const Job& job) {
+    if (job.encoded) return true;
+    const FileForm form = describeForm(job, 0, false);
+    return fileBytes(form) <= kMostFileBytes;
+}
+
+int32_t prepareFile(Session& session, const Target& target) {
+    session.watch.total = passesOf(session.job, target) * session.job.picture.height;
+    int32_t result = preparePicture(session, target);
+    if (result == kOk) result = settlePalette(session);
+    if (result == kOk) result = prepareRows(session);
+    if (result != kOk) return result;
+    session.form = describeForm(session.job, session.table.count, session.job.encoded);
+    if (countsFirst(session.job, target)) result = countEncoded(session);
+    if (result == kOk && fileBytes(session.form) > kMostFileBytes) return TIVAR_RESULT_TOO_LARGE;
+    return result;
+}
+
+}  // namespace
+
+int32_t writeFile(Session& session, const Target& target) {
+    if (!fitsFile(session.job)) return TIVAR_RESULT_TOO_LARGE;
+    int32_t result = prepareFile(session, target);
+    if (result != kOk) return result;
+    const bool known = !session.job.encoded || session.form.pixelBytes != 0;
+    if (known && target.expect != nullptr)
+        result = target.expect(target.context, fileBytes(session.form));
+    if (result != kOk) return result;
+    Output output;
+    if (!prepareOutput(output, &target)) return TIVAR_RESULT_NO_MEMORY;
+    result = putHeaders(session, output);
+    if (result != kOk) return result;
+    result = session.job.encoded ? writeEncoded(session, target, output)
+                                 : writeRaw(session, target, output);
+    return result == kOk ? flush(output) : result;
+}
+
+}  // namespace tivar

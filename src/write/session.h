@@ -1,0 +1,38 @@
+// One call: the steps from the picture to the bytes of the file.
+#pragma once
+
+#include "write/header.h"
+#include "write/index_rows.h"
+#include "write/job.h"
+#include "write/output.h"
+#include "write/palette_rows.h"
+#include "write/rle_encoder.h"
+#include "write/row_colors.h"
+#include "write/rows.h"
+#include "write/source.h"
+#include "write/watch.h"
+
+namespace tivar {
+
+struct Session {
+    Job job;
+    Watch watch;
+    Source source;
+    RowColors colors;
+    ColorTable table;
+    bool exact;  // every pixel keeps its colour
+    FileForm form;
+    KeptIndices kept;
+    PaletteRows reduced;
+    RleEncoder encoder;
+    // Room for a row of colours and one of indices, and for rows on their way to the target.
+    HeapBytes colorRow;
+    HeapBytes indexRow;
+    HeapBytes block;
+    uint32_t blockRows;
+};
+
+// Writes the file of a session whose job is checked: enum TivarResult.
+int32_t writeFile(Session& session, const Target& target);
+
+}  // namespace tivar
