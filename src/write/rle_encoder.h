@@ -34,8 +34,8 @@ struct RleEncoder {
 // False without memory.
 bool prepareEncoder(RleEncoder& encoder, uint32_t bits, uint32_t width);
 
-// Encodes a row, an index a byte, into encoder.codes: their length. The codes of the last row of the
-// file end the bitmap, those of any other the line.
+// Encodes a row, an index a byte, into encoder.codes: their length. The codes of the last row of
+// the file end the bitmap, those of any other the line.
 uint64_t encodeRow(RleEncoder& encoder, const uint8_t* indices, bool last);
 
 }  // namespace tivar

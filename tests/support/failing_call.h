@@ -1,7 +1,6 @@
 // Makes a call that the code under test makes to the C library fail. The program is linked with
 // --wrap for each function below, which leads the calls here.
-#ifndef TESTS_SUPPORT_FAILING_CALL_H
-#define TESTS_SUPPORT_FAILING_CALL_H
+#pragma once
 
 #include <fcntl.h>
 #include <stdarg.h>
@@ -144,5 +143,3 @@ extern "C" __attribute__((used)) inline size_t __wrap_fread(void* data, size_t s
     close(kept);
     return result;
 }
-
-#endif
