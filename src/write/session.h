@@ -25,9 +25,11 @@ struct Session {
     KeptIndices kept;
     PaletteRows reduced;
     RleEncoder encoder;
-    // Room for a row of colours and one of indices, and for rows on their way to the target.
-    Block<uint8_t> colorRow;
-    Block<uint8_t> indexRow;
+    // Room for a row of colours and one of indices for every thread, and for rows on their way to the
+    // target.
+    int threads;
+    Block<uint8_t> colorRows;
+    Block<uint8_t> indexRows;
     Block<uint8_t> block;
     uint32_t blockRows;
 };
