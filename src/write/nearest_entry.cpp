@@ -99,4 +99,26 @@ EntryList buildList(NearestEntry& nearest, uint32_t cell) {
     return list;
 }
 
+#ifdef TIVAR_SSE2
+void spreadEntries(const ColorTable& table, FlightEntries& entries) {
+    entries.count = table.count;
+    for (uint32_t i = 0; i < table.count; ++i) {
+        EntryGroup group;
+        for (uint32_t copy = 0; copy < kGroupEntries; ++copy)
+            putEntry(group, copy, i, table.entries[i]);
+        entries.at[i] = group;
+    }
+}
+
+uint64_t nearestOfMany(NearestEntry& nearest, const __m128i (&color)[3]) {
+    int16_t channels[3][8];
+    for (int c = 0; c < 3; ++c) storeLanes(channels[c], color[c]);
+    uint64_t indices = 0;
+    for (int i = 0; i < 8; ++i)
+        indices |= uint64_t{nearestEntry(nearest, channels[0][i], channels[1][i], channels[2][i])}
+                   << 8 * i;
+    return indices;
+}
+#endif
+
 }  // namespace tivar

@@ -126,4 +126,42 @@ inline uint32_t nearestEntry(NearestEntry& nearest, int red, int green, int blue
     return nearest.indices[list.first * kGroupEntries + bestPlace];
 }
 
+#ifdef TIVAR_SSE2
+// The few entries for searches of eight colours at once, each one in all places of its group.
+struct FlightEntries {
+    uint32_t count;
+    EntryGroup at[kMostGroups * kGroupEntries];
+};
+
+void spreadEntries(const ColorTable& table, FlightEntries& entries);
+
+// The first nearest entries of eight colours, whose channels stand in a vector each, a byte each
+// with the first lowest.
+inline uint64_t nearestOfFew(const FlightEntries& entries, const __m128i (&color)[3]) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i redGreen[2] = {_mm_unpacklo_epi16(color[0], color[1]),
+                                 _mm_unpackhi_epi16(color[0], color[1])};
+    const __m128i blue[2] = {_mm_unpacklo_epi16(color[2], zero),
+                             _mm_unpackhi_epi16(color[2], zero)};
+    __m128i keys[2] = {_mm_set1_epi32(kNoEntryBias), _mm_set1_epi32(kNoEntryBias)};
+    for (uint32_t i = 0; i < entries.count; ++i) {
+        const EntryGroup& entry = entries.at[i];
+        for (int half = 0; half < 2; ++half) {
+            const __m128i sum =
+                _mm_add_epi32(_mm_madd_epi16(loadLanes(entry.redGreen), redGreen[half]),
+                              _mm_madd_epi16(loadLanes(entry.blue), blue[half]));
+            keys[half] = lesserKeys(keys[half], _mm_add_epi32(sum, loadLanes(entry.bias)));
+        }
+    }
+    const __m128i places = _mm_set1_epi32(kMostGroups * kGroupEntries - 1);
+    const __m128i found =
+        _mm_packs_epi32(_mm_and_si128(keys[0], places), _mm_and_si128(keys[1], places));
+    uint64_t indices;
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(&indices), _mm_packus_epi16(found, found));
+    return indices;
+}
+
+uint64_t nearestOfMany(NearestEntry& nearest, const __m128i (&color)[3]);
+#endif
+
 }  // namespace tivar
