@@ -6,17 +6,19 @@ bool preparePaletteRows(PaletteRows& rows, const ColorTable& table, uint32_t wid
                         int32_t dither) {
     rows.width = width;
     rows.dither = dither;
+    if (dither == TIVAR_DITHER_DIFFUSE) return prepareDiffusion(rows.diffusion, width, table);
     return rows.nearest.prepare(table);
 }
 
-void beginRows(PaletteRows&) {}
-
-bool dependOnOrder(const PaletteRows&) {
-    return false;
+bool beginAgain(PaletteRows& rows, const ColorTable& table) {
+    return !dependOnOrder(rows) || prepareDiffusion(rows.diffusion, rows.width, table);
 }
 
-void indexRow(PaletteRows& rows, uint32_t, const uint8_t* colors, uint8_t* indices) {
-    mapRow(rows.nearest, colors, rows.width, indices);
+void indexGroup(PaletteRows& rows, const RowGroup& colors, uint8_t* const* indices) {
+    if (rows.dither == TIVAR_DITHER_DIFFUSE)
+        return diffuseRows(rows.diffusion, colors.rows, indices, colors.count);
+    for (uint32_t i = 0; i < colors.count; ++i)
+        mapRow(rows.nearest, colors.rows[i], rows.width, indices[i]);
 }
 
 }  // namespace tivar

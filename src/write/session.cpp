@@ -106,38 +106,55 @@ int32_t settlePalette(Session& session) {
 
 // ---- Rows ----
 
-uint8_t* colorRowOf(const Session& session, int worker) {
-    return session.colorRows.data +
-           size_t{session.job.picture.width} * 3 * static_cast<size_t>(worker);
+uint8_t* colorRowOf(const Session& session, uint32_t slot) {
+    return session.colorRows.data + size_t{session.job.picture.width} * 3 * slot;
 }
 
-uint8_t* indexRowOf(const Session& session, int worker) {
-    return session.indexRows.data + size_t{session.job.picture.width} * static_cast<size_t>(worker);
+uint8_t* indexRowOf(const Session& session, uint32_t slot) {
+    return session.indexRows.data + size_t{session.job.picture.width} * slot;
 }
 
-// The indices of row y: in the picture or in the worker's row.
-const uint8_t* indicesOfRow(Session& session, int worker, uint32_t y, const uint8_t* row) {
-    uint8_t* indices = indexRowOf(session, worker);
-    if (session.job.source == PixelSource::kIndices)
-        return keptIndicesOf(session.kept, session.colors, row, indices);
-    const uint8_t* colors = colorsOf(session.colors, row, colorRowOf(session, worker));
-    indexRow(session.reduced, y, colors, indices);
-    return indices;
+// Rows of the picture become rows of indices: in the picture or in the slots from slot on.
+void makeIndices(Session& session, uint32_t slot, RowGroup& group) {
+    if (session.job.source == PixelSource::kIndices) {
+        for (uint32_t i = 0; i < group.count; ++i)
+            group.rows[i] = keptIndicesOf(session.kept, session.colors, group.rows[i],
+                                          indexRowOf(session, slot + i));
+        return;
+    }
+    uint8_t* indices[kFlightRows];
+    for (uint32_t i = 0; i < group.count; ++i) {
+        group.rows[i] = colorsOf(session.colors, group.rows[i], colorRowOf(session, slot + i));
+        indices[i] = indexRowOf(session, slot + i);
+    }
+    indexGroup(session.reduced, group, indices);
+    std::copy(indices, indices + group.count, group.rows);
 }
 
-// Row y as the file has it, form.rowBytes bytes with the padding zero.
-void makeRow(Session& session, int worker, uint32_t y, const uint8_t* row, uint8_t* out) {
+// Rows of the picture become rows as the file has them, with the padding zero.
+void makeRows(Session& session, uint32_t slot, RowGroup& group, uint8_t* const* out) {
     const Job& job = session.job;
     const auto bits = static_cast<uint32_t>(job.options.bits);
     const uint64_t used = packedRowBytes(job.picture.width, bits);
-    std::memset(out + used, 0, static_cast<size_t>(session.form.rowBytes - used));
-    if (bits == 24) {
-        putColors24(session.colors, row, colorRowOf(session, worker), out);
-    } else if (bits == 32) {
-        putColors32(session.colors, job.keepsAlpha, row, colorRowOf(session, worker), out);
-    } else {
-        packIndices(indicesOfRow(session, worker, y, row), job.picture.width, bits, out);
+    if (bits <= 8) makeIndices(session, slot, group);
+    for (uint32_t i = 0; i < group.count; ++i) {
+        const uint8_t* row = group.rows[i];
+        uint8_t* colors = colorRowOf(session, slot + i);
+        std::memset(out[i] + used, 0, static_cast<size_t>(session.form.rowBytes - used));
+        if (bits <= 8) packIndices(row, job.picture.width, bits, out[i]);
+        if (bits == 24) putColors24(session.colors, row, colors, out[i]);
+        if (bits == 32) putColors32(session.colors, job.keepsAlpha, row, colors, out[i]);
     }
+}
+
+// Asks for a row of the picture and puts it into the group: enum TivarResult.
+int32_t addRow(Session& session, RowGroup& group, uint32_t y) {
+    if (!goOn(session.watch)) return TIVAR_RESULT_CANCELLED;
+    const uint8_t* row = rowOf(session.source, y, group.count);
+    if (row == nullptr) return TIVAR_RESULT_ROW_FAILED;
+    group.places[group.count] = y;
+    group.rows[group.count++] = row;
+    return kOk;
 }
 
 // The row that stands at place in the file.
@@ -150,7 +167,8 @@ uint32_t rowAt(const Job& job, uint32_t place) {
 int32_t prepareBlock(Session& session) {
     // What one thread makes stays in the cache; what several make is worth starting them.
     const uint64_t blockBytes = session.threads > 1 ? 1u << 22 : 1u << 18;
-    const uint64_t rows = std::max<uint64_t>(blockBytes / session.form.rowBytes, 1);
+    const uint64_t groups = blockBytes / (session.form.rowBytes * session.groupRows);
+    const uint64_t rows = std::max<uint64_t>(groups, 1) * session.groupRows;
     session.blockRows = static_cast<uint32_t>(std::min<uint64_t>(rows, session.job.picture.height));
     const bool obtained = session.block.obtain(session.form.rowBytes * session.blockRows);
     return obtained ? kOk : int32_t{TIVAR_RESULT_NO_MEMORY};
@@ -175,7 +193,9 @@ void makeRowsTogether(Session& session, const BlockRows& rows) {
     auto make = [&](int worker, uint32_t first, uint32_t last) {
         for (uint32_t i = first; i < last; ++i) {
             const uint32_t y = pictureRow(rows, i);
-            makeRow(session, worker, y, memoryRow(session.source, y), rowInBlock(session, i));
+            RowGroup group = {1, {y}, {memoryRow(session.source, y)}};
+            uint8_t* out = rowInBlock(session, i);
+            makeRows(session, static_cast<uint32_t>(worker), group, &out);
         }
     };
     const uint32_t grain = std::max(kPixelsOfPart / session.job.picture.width, 1u);
@@ -183,13 +203,16 @@ void makeRowsTogether(Session& session, const BlockRows& rows) {
 }
 
 int32_t makeRowsInTurn(Session& session, const BlockRows& rows, bool backwards) {
-    for (uint32_t n = 0; n < rows.count; ++n) {
-        const uint32_t i = backwards ? rows.count - 1 - n : n;
-        const uint32_t y = pictureRow(rows, i);
-        if (!goOn(session.watch)) return TIVAR_RESULT_CANCELLED;
-        const uint8_t* row = rowOf(session.source, y);
-        if (row == nullptr) return TIVAR_RESULT_ROW_FAILED;
-        makeRow(session, 0, y, row, rowInBlock(session, i));
+    for (uint32_t n = 0; n < rows.count;) {
+        RowGroup group = {};
+        uint8_t* out[kFlightRows];
+        for (; group.count < session.groupRows && n < rows.count; ++n) {
+            const uint32_t i = backwards ? rows.count - 1 - n : n;
+            out[group.count] = rowInBlock(session, i);
+            const int32_t result = addRow(session, group, pictureRow(rows, i));
+            if (result != kOk) return result;
+        }
+        makeRows(session, 0, group, out);
     }
     return kOk;
 }
@@ -241,16 +264,20 @@ int32_t placeRawRows(Session& session, const Target& target) {
 
 int32_t putEncodedRows(Session& session, Output& output) {
     const uint32_t height = session.job.picture.height;
-    for (uint32_t place = 0; place < height; ++place) {
-        if (!goOn(session.watch)) return TIVAR_RESULT_CANCELLED;
-        const uint32_t y = rowAt(session.job, place);
-        const uint8_t* row = rowOf(session.source, y);
-        if (row == nullptr) return TIVAR_RESULT_ROW_FAILED;
-        const uint64_t length =
-            encodeRow(session.encoder, indicesOfRow(session, 0, y, row), place == height - 1);
-        const int32_t result = put(output, session.encoder.codes.data, static_cast<size_t>(length));
-        if (result != kOk) return result;
-        if (!advance(session.watch, 1)) return TIVAR_RESULT_CANCELLED;
+    for (uint32_t place = 0; place < height;) {
+        RowGroup group = {};
+        for (uint32_t at = place; group.count < session.groupRows && at < height; ++at) {
+            const int32_t result = addRow(session, group, rowAt(session.job, at));
+            if (result != kOk) return result;
+        }
+        makeIndices(session, 0, group);
+        for (uint32_t i = 0; i < group.count; ++i) {
+            const uint64_t length = encodeRow(session.encoder, group.rows[i], ++place == height);
+            const int32_t result =
+                put(output, session.encoder.codes.data, static_cast<size_t>(length));
+            if (result != kOk) return result;
+        }
+        if (!advance(session.watch, group.count)) return TIVAR_RESULT_CANCELLED;
     }
     return kOk;
 }
@@ -268,8 +295,9 @@ int32_t countEncoded(Session& session) {
         session.job.encoded = false;
         session.form = describeForm(session.job, session.table.count, false);
     }
-    if (session.job.source == PixelSource::kReduced) beginRows(session.reduced);
-    return kOk;
+    const bool again =
+        session.job.source != PixelSource::kReduced || beginAgain(session.reduced, session.table);
+    return again ? kOk : int32_t{TIVAR_RESULT_NO_MEMORY};
 }
 
 // ---- The file ----
@@ -285,7 +313,8 @@ int threadsOf(const Session& session) {
 int32_t prepareRows(Session& session) {
     const uint32_t width = session.job.picture.width;
     session.threads = threadsOf(session);
-    const uint64_t pixels = uint64_t{width} * static_cast<uint64_t>(session.threads);
+    const uint64_t pixels =
+        uint64_t{width} * std::max(static_cast<uint32_t>(session.threads), session.groupRows);
     const bool indexed = session.job.options.bits <= 8;
     if (!session.colorRows.obtain(pixels * 3) || (indexed && !session.indexRows.obtain(pixels)))
         return TIVAR_RESULT_NO_MEMORY;
@@ -297,7 +326,9 @@ int32_t prepareRows(Session& session) {
 
 int32_t preparePicture(Session& session, const Target& target) {
     const Job& job = session.job;
-    if (!prepareSource(session.source, job.picture)) return TIVAR_RESULT_NO_MEMORY;
+    session.groupRows = diffuses(job) ? kFlightRows : 1;
+    if (!prepareSource(session.source, job.picture, session.groupRows))
+        return TIVAR_RESULT_NO_MEMORY;
     prepareColors(session.colors, job);
     if (!keepsPicture(job, target)) return kOk;
     return keepPicture(session.source, session.watch);
