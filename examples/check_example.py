@@ -144,12 +144,84 @@ def check_export_depths(example):
     example.run(code=2)
 
 
+def blended(x, y):
+    return x * 255 // 332, y * 255 // 220, 128
+
+
+def check_write_file(example):
+    for bits in (1, 4, 8, 16, 24, 32):
+        name = f"{bits}.bmp"
+        said = example.run(name, str(bits))[0]
+        check_header(name, 40, bits)
+        with Image.open(name) as picture:
+            expect(f"size of {name}", picture.size, (333, 221))
+        expect("what it says", said.startswith(f"{bits} bits"), True)
+        expect("length", said.endswith(f" {os.path.getsize(name)} bytes\n"), True)
+    check_pixels("24.bmp", (333, 221), blended)
+    check_pixels("32.bmp", (333, 221), blended)
+    check_pixels("16.bmp", (333, 221), blended, tolerance=4)
+    check_pixels("8.bmp", (333, 221), blended, tolerance=24)
+    errors = example.run("none/picture.bmp", code=1)[1]
+    expect("word about the missing directory", errors, "write_file: No such file or directory\n")
+    errors = example.run("5.bmp", "5", code=1)[1]
+    expect("word about the depth", "options.bits" in errors, True)
+    expect("refused file", os.path.exists("5.bmp"), False)
+    example.run(code=2)
+
+
+def check_write_memory(example):
+    colours = ((255, 255, 255), (0, 0, 0), (200, 0, 0), (255, 220, 0))
+    example.run("flag.bmp")
+    check_header("flag.bmp", 40, 4)
+    check_pixels("flag.bmp", (64, 64), lambda x, y: colours[y // 16])
+    # A row is a run of 64 pixels and its end, and there are four colours.
+    expect("length", os.path.getsize("flag.bmp"), 54 + 4 * 4 + 64 * 4)
+    example.run("none/flag.bmp", code=1)
+    example.run(code=2)
+
+
+def check_write_rows(example):
+    done = subprocess.run([example.program], capture_output=True, check=True, timeout=60)
+    Path("rings.bmp").write_bytes(done.stdout)
+    check_header("rings.bmp", 40, 1)
+    expect("length", len(done.stdout), 54 + 8 + 252 * 2000)
+    with Image.open("rings.bmp") as picture:
+        mean = sum(i * n for i, n in enumerate(picture.convert("L").histogram())) / 2000**2
+    expect("tone, which the rings have everywhere", abs(mean - 127.5) < 1.5, True)
+
+
+def check_write_cancel(example):
+    said = example.run("whole.bmp", "101")[0]
+    expect("progress", [int(line.split()[0]) for line in said.splitlines()][-1], 100)
+    whole = Path("whole.bmp").read_bytes()
+    errors = example.run("whole.bmp", "40", code=1)[1]
+    expect("word of the cancel", errors, "write_cancel: cancelled\n")
+    expect("the file that was there", Path("whole.bmp").read_bytes(), whole)
+    expect("files", os.listdir("."), ["whole.bmp"])
+    example.run(code=2)
+
+
+def check_write_threads(example):
+    example.run(".")
+    for bits in (1, 4, 8, 24):
+        check_header(f"{bits}.bmp", 40, bits)
+    check_pixels("24.bmp", (256, 256), lambda x, y: (x ^ y, x ^ y, 0))
+    check_pixels("8.bmp", (256, 256), lambda x, y: (x ^ y, x ^ y, 0))
+    example.run("none", code=1)
+    example.run(code=2)
+
+
 CHECKS = {
     "driver_picture": check_driver_picture,
     "export_depths": check_export_depths,
     "export_document": check_export_document,
     "export_file": check_export_file,
     "export_memory": check_export_memory,
+    "write_cancel": check_write_cancel,
+    "write_file": check_write_file,
+    "write_memory": check_write_memory,
+    "write_rows": check_write_rows,
+    "write_threads": check_write_threads,
 }
 
 

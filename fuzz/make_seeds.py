@@ -378,41 +378,96 @@ def ask(section, key, size=40):
     return seed
 
 
-def change(section, key, value):
+def change(section, key, value, failing=0):
     seed = Seed().u8(3).add(name_of(section)).one_in(8, key is None)
     if key is not None:
         seed.add(name_of(key))
     seed.one_in(4, value is None)
     if value is not None:
         seed.add(value_of(value))
-    return seed.one_in(8)
+    seed.one_in(8, failing > 0)
+    return seed.u8(failing) if failing else seed
+
+
+ESCAPES = [1, 11, 12, 13, 14, 18, 19, 57, 16, 17]
+
+
+def use_settings(mode, *escapes, filter_name="tivar", saves=True, failing=0):
+    """Settings of a mode, and up to four escapes with a number each."""
+    seed = Seed().u8(7).add(name_of(mode)).one_in(8, failing > 0)
+    if failing:
+        seed.u8(failing)
+    seed.one_in(2, saves).add(name_of(filter_name))
+    for escape, number in escapes:
+        seed.u8(ESCAPES.index(escape)).wild(int(number)).number(number)
+    return seed
 
 
 def profiles():
     plain = "[TIVAR]\nMode=x\nWidth=6.5\n\n; note\n[Other]\na=1 ; b\nb=\"two\"\n"
     dos = plain.replace("\n", "\r\n")
-    def on(text, *operations):
-        seed = raw_profile(text).one_in(4)
+    def on(text, *operations, in_directory=False):
+        seed = (Seed().one_in(16, True) if text is None else raw_profile(text)).one_in(
+            4, in_directory)
         for operation in operations:
             seed.add(operation)
         return seed
     yield "ask", on(plain, ask("TIVAR", "Width"), ask("other", "B"), ask("other", None, 3))
+    yield "ask-for-lists", on(plain, *[ask("TIVAR", None, size) for size in (0, 1, 9, 10, 11)])
+    yield "ask-between-the-lines", on("[a]\n\n;c\nno entry\n[]\n[a]\nb=1\n", ask("a", "b"),
+                                      ask("[]", "b"), ask("", "b"))
     yield "hexadecimal", on("[a]\nb=0x1F\nc=12abc\nd=-5\n", ask("a", "b"), ask("a", "c"),
                             ask("a", "d"))
+    yield "hexadecimal-in-other-dress", on("[a]\nb=0xfg\nc=0X1f\nd=0x\ne=07\n",
+                                           *[ask("a", key) for key in "bcde"])
+    yield "number-too-large", on("[a]\nb=99999999999999\n", ask("a", "b"))
+    yield "quotes", on("[\"a\"]\nb=\"\"c\"\"\nd=\"\ne=f\"\nempty=\n", ask("a", "b"), ask("a", "d"),
+                       ask("\"a\"", "e"), ask("a", "empty"))
     yield "replace", on(plain, change("tivar", "Width", "7"), ask("TIVAR", "Width"))
     yield "append", on(dos, change("Other", "new", "1"), change("Third", "x", "y"))
+    yield "append-without-a-name", on(plain, change("", "a", "1"), change("[]", "a", "2"))
     yield "remove-entry", on(dos, change("Other", "a", None), change("Other", "b", None))
+    yield "remove-one-of-many", on("[a]\nb=1\nc=2\nd=3\n", change("a", "b", None))
     yield "remove-section", on(plain, change("TIVAR", None, None))
+    yield "remove-last-section", on(plain, change("Other", None, None))
+    yield "line-ends-in-a-name", on("[ab]\nc=1\n", ask("a\rb", "c"), change("a\nb", "c", "2"))
     yield "blanks-around", on("[ tivar ]\n Width = 1\n\"Width\"=2\n", change("TIVAR", "Width", "3"),
                               ask("TIVAR", "Width"))
     yield "no-line-ending", on("[a]\nb=1", change("a", "c", "2"))
+    yield "no-line", on("", change("a", "b", "c"), ask("a", "b"))
     yield "carriage-returns", on("[a]\rb=1\r", change("a", "c", "2"))
+    yield "one-carriage-return", on("\r", change("a", "c", "2"), ask("a", "c"))
     yield "long-line", on("[a]\nb=" + "v" * 200 + "\n", change("a", "c", "2"), ask("a", "b", 255))
+    yield "line-as-long-as-its-buffer", Seed().one_in(16).one_in(4).one_in(4).u8(0, 2).u8(
+        7, 250, 250).one_in(2, True).u8(7, 100, 155).one_in(2, True).one_in(4).add(
+            change("a", "c", "2")).add(ask("a", "c"))
     yield "same-section-twice", on("[a]\nb=1\n[a]\nb=2\n[c]\n[a]\nb=3\n", change("a", "b", "4"))
-    yield "missing", Seed().one_in(16, True).one_in(4).add(change("a", "b", "c")).add(ask("a", "b"))
+    yield "missing", on(None, ask("a", "b"), change("a", "b", "c"), ask("a", "b"))
+    yield "in-the-directory", on(plain, ask("TIVAR", "Width"), change("TIVAR", "Width", "7"),
+                                 use_settings("TIVAR"), in_directory=True)
+    yield "missing-in-the-directory", on(None, ask("a", "b"), use_settings("m"), in_directory=True)
+    for failing in range(1, 6):
+        yield f"change-without-memory-{failing}", on(plain, change("tivar", "Width", "7", failing))
+    yield "missing-without-memory", on(None, change("a", "b", "c", 3))
+    yield "in-the-directory-without-memory", on(plain, change("a", "b", "c", 4), in_directory=True)
     mode = "[tivar]\n~Mode=m\n[m]\nDriver=TIVAR.1\nColor Format=222\nWidth=3\nHeight=1e9\n"
     yield "settings", on(mode, Seed().u8(7).add(name_of("m")).one_in(8).one_in(2, True).add(
         name_of("tivar")).raw(bytes(range(60))))
+    yield "settings-saved", on(mode, use_settings("m", (1, 103), (11, 100), (12, 50), (13, 4)),
+                               use_settings("m", (14, 5), (18, 2), (19, 2), (57, 0)))
+    yield "settings-kept", on(mode, use_settings("m", (14, 5), (16, 0), (17, 0), (1, 101),
+                                                 filter_name="", saves=False))
+    yield "settings-read", on(mode, use_settings("m", (18, 2), (16, 0), (19, 0), (17, 0)),
+                              use_settings("m", (19, 2), (17, 0)))
+    yield "settings-refused", on(mode, use_settings("m", (1, 0), (11, 0), (13, 200), (18, 9)),
+                                 use_settings("m", (1, 200), (12, 500), (13, 0), (18, -1)))
+    yield "settings-of-no-color-mode", on(mode + "Color Mode=5\n", use_settings("m", (57, 0)))
+    yield "settings-of-the-named-mode", on(mode, use_settings("", (11, 99)))
+    yield "settings-of-no-mode", on("[tivar]\na=1\n", use_settings("", (11, 99)))
+    yield "settings-out-of-range", on(mode + "X Resolution=9\nY Resolution=500\n",
+                                      use_settings("m"))
+    yield "settings-without-a-profile", on(None, use_settings("m", (14, 2)))
+    yield "settings-without-memory", on(mode, use_settings("m", failing=1))
 
 
 # --- Colour library and writer --------------------------------------------------------------------

@@ -9,6 +9,7 @@
 #include "base/numbers.h"
 #include "color/bitmap.h"
 #include "color/debug.h"
+#include "color/depth.h"
 #include "color/pixel.h"
 #include "color/row_converter.h"
 
@@ -43,7 +44,7 @@ void convertRows(const SourceBitmap& source, int16_t sourceBits, uint8_t* dest,
 // is the number of entries wanted and receives the number produced.
 MemHandle reducedTable(MemHandle bits, uint32_t width, uint32_t height, int16_t sourceBits,
                        int16_t destBits, MemHandle oldTable, uint16_t* tableSize) {
-    if (sourceBits == 24 && destBits >= 8)
+    if (sourceBits == kTrueColorBits && destBits >= kDeepestIndexedBits)
         return rlReduceColorTable(bits, static_cast<uint16_t>(width), static_cast<uint16_t>(height),
                                   tableSize);
     if (destBits <= 4) return 0;
@@ -102,7 +103,7 @@ MemHandle rlChangeColorResolution(MemHandle bits, uint32_t width, uint32_t heigh
         tableSize = entriesOfDepth(destBits);
         newTable = reducedTable(bits, width, height, sourceBits, destBits, oldTable, &tableSize);
     }
-    if (destBits < 8 && sourceBits > destBits)
+    if (destBits < kDeepestIndexedBits && sourceBits > destBits)
         result = rlDitherBitmap(bits, width, height, sourceBits, destBits, oldTable, &newTable);
     else
         result = rlConvertBitmapDepth(bits, width, height, sourceBits, destBits, oldTable, newTable,
@@ -128,7 +129,7 @@ MemHandle rlConvertBitmapDepth(MemHandle bits, uint32_t width, uint32_t height, 
             rlBuildColormap(from.data(), sourceBits, to.data(), destBits, destCount));
         auto* values = reinterpret_cast<uint32_t*>(map.data);
         PixelTarget target = {destBits, values, to.data(), destCount};
-        if (values != nullptr && to.data() != nullptr && destBits >= 24) {
+        if (values != nullptr && to.data() != nullptr && destBits >= kTrueColorBits) {
             resolveEntries(values, entriesOfDepth(sourceBits), destTable);
             target.colorTable = nullptr;
         }
@@ -142,7 +143,7 @@ MemHandle rlConvertBitmapDepth(MemHandle bits, uint32_t width, uint32_t height, 
 void rlRGB4toCMYK(MemHandle bits, uint32_t width, uint32_t height) {
     const Locked<uint8_t> buffer(bits);
     BitmapSize row;
-    if (!buffer || !measureBitmap(width, 1, 32, row)) return;
+    if (!buffer || !measureBitmap(width, 1, kFourByteBits, row)) return;
     const uint64_t size = GlobalSize(bits);
     const uint64_t pixels = std::min(uint64_t{width} * height, size / 4 + 1);
     const uint64_t bytes = std::min(pixels * 4, size);

@@ -14,6 +14,7 @@
 #include "color/bitmap.h"
 #include "color/color_transform.h"
 #include "color/debug.h"
+#include "color/depth.h"
 #include "color/dither_rows.h"
 #include "color/pixel.h"
 
@@ -94,7 +95,7 @@ ChosenTable chooseTable(MemHandle copy, uint32_t width, uint32_t height, uint16_
 // Diffuses the working copy's rows, as greys for a 1-bit target.
 void ditherRows(uint8_t* rows, uint32_t width, uint32_t height, int16_t destBits,
                 const uint8_t* table, int16_t count) {
-    const auto stride = static_cast<size_t>(rlBytesPerLine(width, 24));
+    const auto stride = static_cast<size_t>(rlBytesPerLine(width, kTrueColorBits));
     const auto pixels = static_cast<int32_t>(width);
     if (printsDots()) std::fputs("Dithering...each(.) represents one scan line\n", stdout);
     if (destBits == 1 && height > 0) rev_rgb(pixels, rows, kTurnGrey);
@@ -119,8 +120,8 @@ struct DitherSource {
 };
 
 MemHandle copyOf(const DitherSource& source) {
-    return rlConvertBitmapDepth(source.bits, source.width, source.height, source.bitsPerPixel, 24,
-                                source.table, 0, 0);
+    return rlConvertBitmapDepth(source.bits, source.width, source.height, source.bitsPerPixel,
+                                kTrueColorBits, source.table, 0, 0);
 }
 
 // A bitmap of 24 bits with the source's colours, for choosing a table: the source itself where it
@@ -129,14 +130,14 @@ struct ColorSource {
     ColorSource(const DitherSource& source, bool asCopy, bool needed)
         : copy(asCopy || (needed && !canServe(source)) ? copyOf(source) : 0), handle(copy.handle) {
         BitmapSize size;
-        const bool serves =
-            !asCopy && canServe(source) && measureBitmap(source.width, source.height, 24, size);
+        const bool serves = !asCopy && canServe(source) &&
+                            measureBitmap(source.width, source.height, kTrueColorBits, size);
         if (serves) handle = source.bits;
     }
     // The reduction takes widths of 16 bits. What is wider is read in rows that run into padding,
     // which is zero in the working copy and may be anything in the source.
     static bool canServe(const DitherSource& source) {
-        return source.bitsPerPixel == 24 && source.width <= UINT16_MAX;
+        return source.bitsPerPixel == kTrueColorBits && source.width <= UINT16_MAX;
     }
     OwnedBlock copy;
     MemHandle handle;
@@ -151,8 +152,8 @@ MemHandle ditherCopy(MemHandle copy, const DitherSource& source, int16_t destBit
     if (!rows || table.data() == nullptr) return 0;
     printTable(table.data(), count);
     ditherRows(rows.data, source.width, source.height, destBits, table.data(), count);
-    return rlConvertBitmapDepth(copy, source.width, source.height, 24, destBits, 0, chosen.handle,
-                                count);
+    return rlConvertBitmapDepth(copy, source.width, source.height, kTrueColorBits, destBits, 0,
+                                chosen.handle, count);
 }
 
 // The fast way, which falls back on the plain one when there is no memory for its rows.

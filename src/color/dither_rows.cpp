@@ -7,6 +7,7 @@
 
 #include "base/memory.h"
 #include "color/color_transform.h"
+#include "color/depth.h"
 #include "color/nearest.h"
 #include "color/row_converter.h"
 #include "color/rows.h"
@@ -39,8 +40,9 @@ struct RowLoader {
               uint32_t rowWidth)
         : source(bitmap),
           width(rowWidth),
-          map(rlBuildColormap(sourceTable, sourceBits, nullptr, 24, 0)),
-          converter(sourceBits, {24, reinterpret_cast<const uint32_t*>(map.data), nullptr, 0},
+          map(rlBuildColormap(sourceTable, sourceBits, nullptr, kTrueColorBits, 0)),
+          converter(sourceBits,
+                    {kTrueColorBits, reinterpret_cast<const uint32_t*>(map.data), nullptr, 0},
                     rowWidth) {}
     void load(uint32_t y, uint8_t* row) { converter.convert(source.row(y), row); }
 

@@ -7,6 +7,7 @@
 #include "base/memory.h"
 #include "color/bitmap.h"
 #include "color/debug.h"
+#include "color/depth.h"
 #include "color/pixel.h"
 
 namespace tivar {
@@ -87,24 +88,28 @@ void mirrorInside(uint8_t* row, uint32_t width) {
     }
 }
 
-void mirrorInside(const FlipTarget& target, uint64_t start, uint32_t width) {
-    uint8_t* row = target.data + start;
-    if (target.bitsPerPixel == 8)
-        mirrorInside<1>(row, width);
-    else if (target.bitsPerPixel == 24)
-        mirrorInside<3>(row, width);
-    else
-        mirrorInside<4>(row, width);
+// Null for depths that have no such way.
+auto mirrorInsideAt(int16_t bitsPerPixel) -> void (*)(uint8_t* row, uint32_t width) {
+    switch (bytesPerPixel(bitsPerPixel)) {
+        case 1:
+            return mirrorInside<1>;
+        case 3:
+            return mirrorInside<3>;
+        case 4:
+            return mirrorInside<4>;
+        default:
+            return nullptr;
+    }
 }
 
 // Kept: pixel x trades places with pixel width - x, so pixel 0 goes just past the row.
 void mirrorRows(const FlipTarget& target, uint64_t top, uint64_t bottom, uint32_t width) {
-    const bool inside = target.bitsPerPixel >= 8 && isStoredDepth(target.bitsPerPixel) &&
-                        bottom + target.stride <= target.room;
-    if (inside && width > 1 && !tracesPixels()) {
+    const auto mirror = mirrorInsideAt(target.bitsPerPixel);
+    const bool inside = bottom + target.stride <= target.room;
+    if (mirror != nullptr && inside && width > 1 && !tracesPixels()) {
         mirrorPixels(target, top, bottom, width, 1);
-        mirrorInside(target, top, width);
-        if (bottom != top) mirrorInside(target, bottom, width);
+        mirror(target.data + top, width);
+        if (bottom != top) mirror(target.data + bottom, width);
         return;
     }
     // Behind the last pixel of the memory there is nothing to trade.

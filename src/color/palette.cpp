@@ -3,6 +3,7 @@
 
 #include "base/memory.h"
 #include "base/numbers.h"
+#include "color/depth.h"
 #include "color/pixel.h"
 
 namespace tivar {
@@ -66,7 +67,8 @@ MemHandle rlBuildColormap(const uint8_t* sourceTable, int16_t sourceBits, const 
     for (uint32_t i = 0; i < entries; ++i) {
         const uint8_t* entry = sourceTable + size_t{i} * 3;
         const uint32_t packed = packRgb(entry[0], entry[1], entry[2]);
-        values[i] = destBits == 24 ? packed : nearestToPacked(packed, destTable, destCount);
+        values[i] =
+            destBits == kTrueColorBits ? packed : nearestToPacked(packed, destTable, destCount);
     }
     return map.release();
 }

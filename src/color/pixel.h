@@ -5,6 +5,8 @@
 
 #include <cstddef>
 
+#include "color/depth.h"
+
 namespace tivar {
 
 constexpr uint32_t packRgb(uint32_t red, uint32_t green, uint32_t blue) {
@@ -20,16 +22,11 @@ constexpr uint8_t blueOf(uint32_t packed) {
     return static_cast<uint8_t>(packed >> 8);
 }
 
-// Pixels of other depths read as 0 and store nothing.
-constexpr bool isStoredDepth(int16_t bitsPerPixel) {
-    return bitsPerPixel == 1 || bitsPerPixel == 4 || bitsPerPixel == 8 || bitsPerPixel == 24 ||
-           bitsPerPixel == 32;
-}
-
 inline uint32_t nearestToPacked(uint32_t packed, const uint8_t* table, int16_t count) {
     return rlNearestRGBIndex(redOf(packed), greenOf(packed), blueOf(packed), table, count);
 }
 
+// Pixels of depths that are not stored read as 0.
 inline uint32_t getPixel(const uint8_t* row, uint32_t x, int16_t bitsPerPixel) {
     switch (bitsPerPixel) {
         case 1:
@@ -51,7 +48,7 @@ inline uint32_t getPixel(const uint8_t* row, uint32_t x, int16_t bitsPerPixel) {
     }
 }
 
-// Stores a value as it is.
+// Stores a value as it is; nothing at depths that are not stored.
 inline void storePixel(uint8_t* row, uint32_t x, int16_t bitsPerPixel, uint32_t value) {
     switch (bitsPerPixel) {
         case 1: {
@@ -92,7 +89,7 @@ struct PixelTarget {
 
 // The value to store for an input value.
 inline uint32_t resolveValue(const PixelTarget& target, uint32_t value) {
-    const bool indexed = target.bitsPerPixel < 24;
+    const bool indexed = target.bitsPerPixel < kTrueColorBits;
     if (target.indexMap != nullptr) {
         const uint32_t mapped = target.indexMap[value];
         if (indexed || target.colorTable == nullptr) return mapped;

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "color/depth.h"
 #include "color/rows.h"
 
 namespace tivar {
@@ -27,15 +28,15 @@ RowConverter::RowConverter(int16_t fromBits, const PixelTarget& to, uint32_t row
             mapped[i] = static_cast<uint8_t>(colors[i]);
         }
         if (toIndices) step = &RowConverter::convertIndices;
-        if (target.bitsPerPixel == 24) step = &RowConverter::expandIndices;
-    } else if (sourceBits == 24 && toIndices && target.colorTable != nullptr) {
+        if (target.bitsPerPixel == kTrueColorBits) step = &RowConverter::expandIndices;
+    } else if (sourceBits == kTrueColorBits && toIndices && target.colorTable != nullptr) {
         finder.emplace(target.colorTable, target.colorCount);
         step = &RowConverter::matchColors;
     }
 }
 
 void RowConverter::convert(const uint8_t* source, uint8_t* dest) {
-    const bool copies = sourceBits == 24 && target.bitsPerPixel == 24;
+    const bool copies = sourceBits == kTrueColorBits && target.bitsPerPixel == kTrueColorBits;
     if (copies)
         std::memcpy(dest, source, size_t{width} * 3);
     else if (step != nullptr)
@@ -44,23 +45,22 @@ void RowConverter::convert(const uint8_t* source, uint8_t* dest) {
         convertRowPlainly(source, sourceBits, dest, target, width);
 }
 
+// The indices of a row, one a byte.
+const uint8_t* RowConverter::unpack(const uint8_t* source) {
+    if (!isPackedDepth(sourceBits)) return source;
+    unpackIndices(source, sourceBits, width, indexBlock.data);
+    return indexBlock.data;
+}
+
 void RowConverter::convertIndices(const uint8_t* source, uint8_t* dest) {
-    uint8_t* indices = target.bitsPerPixel == 8 ? dest : indexBlock.data;
-    const uint8_t* unpacked = source;
-    if (sourceBits != 8) {
-        unpackIndices(source, sourceBits, width, indexBlock.data);
-        unpacked = indexBlock.data;
-    }
+    uint8_t* indices = isPackedDepth(target.bitsPerPixel) ? indexBlock.data : dest;
+    const uint8_t* unpacked = unpack(source);
     for (uint32_t x = 0; x < width; ++x) indices[x] = mapped[unpacked[x]];
     if (indices != dest) packIndices(indices, target.bitsPerPixel, width, dest);
 }
 
 void RowConverter::expandIndices(const uint8_t* source, uint8_t* dest) {
-    const uint8_t* unpacked = source;
-    if (sourceBits != 8) {
-        unpackIndices(source, sourceBits, width, indexBlock.data);
-        unpacked = indexBlock.data;
-    }
+    const uint8_t* unpacked = unpack(source);
     for (uint32_t x = 0; x < width; ++x, dest += 3) {
         const uint32_t color = colors[unpacked[x]];
         dest[0] = redOf(color);
@@ -70,7 +70,7 @@ void RowConverter::expandIndices(const uint8_t* source, uint8_t* dest) {
 }
 
 void RowConverter::matchColors(const uint8_t* source, uint8_t* dest) {
-    uint8_t* indices = target.bitsPerPixel == 8 ? dest : indexBlock.data;
+    uint8_t* indices = isPackedDepth(target.bitsPerPixel) ? indexBlock.data : dest;
     for (uint32_t x = 0; x < width; ++x, source += 3)
         indices[x] = finder->findByte(packRgb(source[0], source[1], source[2]));
     if (indices != dest) packIndices(indices, target.bitsPerPixel, width, dest);

@@ -24,6 +24,7 @@ struct RowConverter {
     void convert(const uint8_t* source, uint8_t* dest);
 
   private:
+    const uint8_t* unpack(const uint8_t* source);
     void convertIndices(const uint8_t* source, uint8_t* dest);
     void expandIndices(const uint8_t* source, uint8_t* dest);
     void matchColors(const uint8_t* source, uint8_t* dest);

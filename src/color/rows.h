@@ -5,11 +5,8 @@
 
 namespace tivar {
 
-constexpr bool isIndexedDepth(int16_t bitsPerPixel) {
-    return bitsPerPixel == 1 || bitsPerPixel == 4 || bitsPerPixel == 8;
-}
-
-// Puts width indices of a row of 1 or 4 bits into indices, which has room for width + 8.
+// Puts width indices of a row of 1 or 4 bits into indices, which has room for width + 8; other
+// depths give none.
 void unpackIndices(const uint8_t* row, int16_t bitsPerPixel, uint32_t width, uint8_t* indices);
 
 // Packs the low bits of width indices into a zeroed row.

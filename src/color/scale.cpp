@@ -9,6 +9,7 @@
 #include "base/numbers.h"
 #include "color/bitmap.h"
 #include "color/debug.h"
+#include "color/depth.h"
 #include "color/pixel.h"
 #include "color/rows.h"
 
@@ -75,7 +76,8 @@ struct RowResampler {
           first(toWidth),
           columnBlock(tracesPixels() ? 0
                                      : allocateRowScratch(uint64_t{toWidth} * sizeof(uint32_t))),
-          indexBlock(depth < 8 ? allocateRowScratch(uint64_t{fromWidth} + 8 + toWidth) : 0) {
+          indexBlock(isPackedDepth(depth) ? allocateRowScratch(uint64_t{fromWidth} + 8 + toWidth)
+                                          : 0) {
         if (!columnBlock) return;
         auto* columns = reinterpret_cast<uint32_t*>(columnBlock.data);
         const auto note = [&](uint32_t from, uint32_t to) {
@@ -90,16 +92,19 @@ struct RowResampler {
 
     void resample(const uint8_t* sourceRow, uint8_t* destRow) const {
         const auto* columns = reinterpret_cast<const uint32_t*>(columnBlock.data);
-        if (columns == nullptr || (bitsPerPixel < 8 && !indexBlock))
-            resamplePixels(sourceRow, destRow);
-        else if (bitsPerPixel == 8)
-            copyColumns<1>(sourceRow, columns, first, destWidth, destRow);
-        else if (bitsPerPixel == 24)
-            copyColumns<3>(sourceRow, columns, first, destWidth, destRow);
-        else if (bitsPerPixel == 32)
-            copyColumns<4>(sourceRow, columns, first, destWidth, destRow);
-        else
-            resampleIndices(sourceRow, columns, destRow);
+        if (columns == nullptr) return resamplePixels(sourceRow, destRow);
+        switch (bytesPerPixel(bitsPerPixel)) {
+            case 1:
+                return copyColumns<1>(sourceRow, columns, first, destWidth, destRow);
+            case 3:
+                return copyColumns<3>(sourceRow, columns, first, destWidth, destRow);
+            case 4:
+                return copyColumns<4>(sourceRow, columns, first, destWidth, destRow);
+            default:
+                // Pixels that share bytes; other depths have no memory for indices.
+                if (indexBlock) return resampleIndices(sourceRow, columns, destRow);
+                return resamplePixels(sourceRow, destRow);
+        }
     }
 
   private:

@@ -7,6 +7,7 @@
 
 #include "base/memory.h"
 #include "color/color_transform.h"
+#include "color/depth.h"
 #include "driver/cells.h"
 #include "driver/device_state.h"
 #include "driver/error_stack.h"
@@ -23,7 +24,6 @@ constexpr size_t kCellsPerRow = 88;
 constexpr size_t kRows = 92;
 constexpr size_t kPrecision = 96;
 constexpr size_t kCellData = 102;
-constexpr uint32_t kTrueColorBits = 24;
 
 struct CellArray {
     const uint8_t* data;

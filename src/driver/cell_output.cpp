@@ -7,6 +7,7 @@
 
 #include "base/memory.h"
 #include "base/numbers.h"
+#include "color/depth.h"
 #include "driver/device_state.h"
 #include "driver/window.h"
 #include "export/bmp_writer.h"
@@ -14,7 +15,6 @@
 namespace tivar {
 namespace {
 
-constexpr int16_t kTrueColorBits = 24;
 constexpr int32_t kStepProgress = 20;
 constexpr int32_t kReadyProgress = 50;
 
@@ -105,7 +105,7 @@ bool prepare(Work& work, uint32_t width, uint32_t height) {
         convertDepth(work);
         if (!reportStep(work)) return false;
     }
-    if (work.outputModel == CELLS_CMYK && work.outputBits == 32) {
+    if (work.outputModel == CELLS_CMYK && work.outputBits == kFourByteBits) {
         rlRGB4toCMYK(work.current(), work.width, work.height);
         work.model = CELLS_CMYK;
     }

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/memory.h"
+#include "color/depth.h"
 #include "driver/cells.h"
 #include "driver/device_state.h"
 #include "driver/error_stack.h"
@@ -21,7 +22,6 @@ constexpr size_t kIdentifier = 16;
 constexpr size_t kPointCount = 20;
 constexpr size_t kDataWithoutPoints = 28;
 constexpr size_t kPointBytes = 24;
-constexpr uint32_t kTrueColorBits = 24;
 
 // The data record of kBeginImage, of which 28 bytes are read.
 struct ImageHeader {

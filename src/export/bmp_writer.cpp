@@ -6,6 +6,7 @@
 
 #include "base/memory.h"
 #include "color/bitmap.h"
+#include "color/depth.h"
 #include "export/bmp_writer.h"
 #include "color/red_blue.h"
 #include "export/rle.h"
@@ -19,7 +20,6 @@ constexpr uint32_t kFileHeaderBytes = 14;
 constexpr uint32_t kWindowsHeaderBytes = 40;
 constexpr uint32_t kOs2HeaderBytes = 12;
 constexpr int32_t kImageSizePosition = 34;
-constexpr uint32_t kTrueColorBits = 24;
 
 struct FileHeader {
     uint16_t type;
@@ -74,8 +74,14 @@ bool describeFile(FileShape& shape, const uint8_t* palette) {
 
 uint32_t chooseCompression(const SetupRecord& setup) {
     if (setup.compressionMode != COMPRESSION_RLE) return kRleNone;
-    if (setup.bitsPerPixel == 8) return kRle8;
-    return setup.bitsPerPixel == 4 ? kRle4 : kRleNone;
+    switch (setup.bitsPerPixel) {
+        case 4:
+            return kRle4;
+        case 8:
+            return kRle8;
+        default:
+            return kRleNone;
+    }
 }
 
 // Room for the encoder's worst case of two bytes for one.
@@ -184,26 +190,11 @@ void freeWorkBuffer() {
 }  // namespace
 
 bool chooseFileFormat(SetupRecord& setup) {
-    switch (setup.colorFormat) {
-        case COLOR_FORMAT_1BIT:
-            setup.paletteSize = 2;
-            setup.bitsPerPixel = 1;
-            return true;
-        case COLOR_FORMAT_4BIT:
-            setup.paletteSize = 16;
-            setup.bitsPerPixel = 4;
-            return true;
-        case COLOR_FORMAT_8BIT:
-            setup.paletteSize = 256;
-            setup.bitsPerPixel = 8;
-            return true;
-        case COLOR_FORMAT_24BIT:
-            setup.paletteSize = 0;
-            setup.bitsPerPixel = 24;
-            return true;
-        default:
-            return false;
-    }
+    const Depth* depth = depthOfFormat(setup.colorFormat);
+    if (depth == nullptr) return false;
+    setup.paletteSize = depth->paletteEntries;
+    setup.bitsPerPixel = depth->bits;
+    return true;
 }
 
 void abandonCellBitmap(MemHandle state) {

@@ -8,6 +8,7 @@
 
 #include "base/memory.h"
 #include "base/numbers.h"
+#include "color/depth.h"
 #include "driver/error_stack.h"
 
 namespace tivar {
@@ -57,7 +58,7 @@ void adoptTable(CellDataRequest& request, PrivateBlock& own, MemHandle table, ui
 // A table for a picture that becomes shallower; entries holds those of the depth on entry.
 MemHandle chooseReducedTable(const CellDataRequest& request, uint16_t& entries) {
     const CellPicture& picture = *request.picture;
-    if (picture.bits == 24 && request.destBits >= 8)
+    if (picture.bits == kTrueColorBits && request.destBits >= kDeepestIndexedBits)
         return rlReduceColorTable(picture.pixels, picture.width, picture.height, &entries);
     MemHandle table = 0;
     rlDitherGetCT(picture.pixels, picture.width, picture.height, static_cast<int16_t>(picture.bits),
@@ -117,7 +118,7 @@ MemHandle convertDepth(const CellDataRequest& request, const PrivateBlock& own,
     const uint32_t width = cells.made != 0 ? request.destWidth : picture.width;
     const uint32_t height = cells.made != 0 ? request.destHeight : picture.height;
     const auto sourceBits = static_cast<int16_t>(picture.bits);
-    const bool dithers = request.destBits < 8 && request.destBits < sourceBits;
+    const bool dithers = request.destBits < kDeepestIndexedBits && request.destBits < sourceBits;
     const auto convert = [&](auto step) {
         return step(cells.current(picture), width, height, sourceBits, request.destBits,
                     picture.colorTable, own.table, request.colorCount);

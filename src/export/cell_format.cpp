@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "base/numbers.h"
+#include "color/depth.h"
 
 namespace tivar {
 namespace {
@@ -46,30 +47,21 @@ void chooseResolution(SetupRecord& setup, uint32_t resolution, Display& display)
     }
 }
 
+// Kept: three colour formats have bits of their own, though no file is written with them.
 void chooseBits(int32_t colorFormat, uint16_t& bitCount) {
     switch (colorFormat) {
-        case COLOR_FORMAT_1BIT:
-            bitCount = 1;
-            break;
         case COLOR_FORMAT_216:
-            bitCount = 65532;
+            bitCount = static_cast<uint16_t>(-4);
             break;
         case COLOR_FORMAT_217:
-            bitCount = 65528;
+            bitCount = static_cast<uint16_t>(-8);
             break;
         case COLOR_FORMAT_218:
             bitCount = 3;
             break;
-        case COLOR_FORMAT_4BIT:
-            bitCount = 4;
-            break;
-        case COLOR_FORMAT_8BIT:
-            bitCount = 8;
-            break;
-        case COLOR_FORMAT_24BIT:
-            bitCount = 24;
-            break;
         default:
+            if (const Depth* depth = depthOfFormat(colorFormat); depth != nullptr)
+                bitCount = static_cast<uint16_t>(depth->bits);
             break;
     }
 }

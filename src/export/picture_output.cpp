@@ -7,12 +7,11 @@
 #include "base/memory.h"
 #include "base/numbers.h"
 #include "base/status.h"
+#include "color/depth.h"
 #include "export/bmp_writer.h"
 
 namespace tivar {
 namespace {
-
-constexpr int16_t kDeepestIndexed = 8;
 
 // What the negotiation settled, in pixels.
 struct OutputShape {
@@ -30,7 +29,7 @@ OutputShape negotiate(CellFormat& format, CellPicture* picture, DrawProc draw) {
     QueryCellFormat(&format.width, &format.height, &bitCount, &format.resolution, &planes, 0);
     OutputShape shape = {};
     shape.bitCount = static_cast<int16_t>(bitCount);
-    if (shape.bitCount <= kDeepestIndexed)
+    if (shape.bitCount <= kDeepestIndexedBits)
         shape.paletteEntries = static_cast<int16_t>(entriesOfDepth(shape.bitCount));
     shape.width = saturate<uint32_t>(format.width);
     // Kept: the file's height is always even.

@@ -3,13 +3,13 @@
 
 #include <cstddef>
 
-#include "base/heap.h"
+#include "base/block.h"
 #include "write/output.h"
 
 namespace tivar {
 
 struct MemoryTarget {
-    HeapBytes block;
+    Block<uint8_t> block;
     size_t length;
     size_t room;
 };

@@ -16,8 +16,7 @@ bool prepareOutput(Output& output, const Target* target) {
     output.used = 0;
     output.length = 0;
     if (target == nullptr) return true;
-    output.buffer = HeapBytes(kBufferBytes);
-    return bool{output.buffer};
+    return output.buffer.obtain(kBufferBytes);
 }
 
 int32_t flush(Output& output) {

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "base/heap.h"
+#include "base/block.h"
 
 namespace tivar {
 
@@ -21,7 +21,7 @@ struct Target {
 // Collects small pieces. Without a target it only counts.
 struct Output {
     const Target* target;
-    HeapBytes buffer;
+    Block<uint8_t> buffer;
     size_t used;
     uint64_t length;  // bytes put so far
 };

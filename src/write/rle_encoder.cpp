@@ -115,27 +115,22 @@ bool prepareEncoder(RleEncoder& encoder, uint32_t bits, uint32_t width) {
     encoder.period = 8 / bits;
     encoder.perWord = 16 / bits;
     encoder.shortestLiteral = bits == 8 ? 3 : 4;
-    encoder.costBlock = HeapBytes((uint64_t{width} + 1) * sizeof(uint64_t));
-    encoder.countBlock = HeapBytes(uint64_t{width} * 2);
     // At worst every pixel is a run of its own.
-    encoder.codeBlock = HeapBytes((uint64_t{width} + 1) * kCodeBytes);
-    encoder.costs = reinterpret_cast<uint64_t*>(encoder.costBlock.data);
-    encoder.counts = encoder.countBlock.data;
-    encoder.literal = encoder.counts == nullptr ? nullptr : encoder.counts + width;
-    encoder.codes = encoder.codeBlock.data;
-    return encoder.costBlock && encoder.countBlock && encoder.codeBlock;
+    return encoder.costs.obtain(uint64_t{width} + 1) && encoder.counts.obtain(width) &&
+           encoder.literal.obtain(width) &&
+           encoder.codes.obtain((uint64_t{width} + 1) * kCodeBytes);
 }
 
 uint64_t encodeRow(RleEncoder& encoder, const uint8_t* indices, bool last) {
     chooseRuns(encoder, indices);
-    uint8_t* to = encoder.codes;
+    uint8_t* to = encoder.codes.data;
     for (uint32_t x = 0; x < encoder.width;) {
         const uint32_t count = encoder.counts[x];
         to = encoder.literal[x] != 0 ? putLiteral(encoder, indices + x, count, to)
                                      : putRun(encoder, indices + x, count, to);
         x += count;
     }
-    return static_cast<uint64_t>(putEnd(last, to) - encoder.codes);
+    return static_cast<uint64_t>(putEnd(last, to) - encoder.codes.data);
 }
 
 }  // namespace tivar

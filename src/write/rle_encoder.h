@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "base/heap.h"
+#include "base/block.h"
 
 namespace tivar {
 
@@ -22,14 +22,12 @@ struct RleEncoder {
     uint32_t period;  // pixels in a byte: after so many a run repeats
     uint32_t perWord;
     uint32_t shortestLiteral;  // 0, 1 and 2 are codes
-    HeapBytes costBlock;
-    HeapBytes countBlock;
-    HeapBytes codeBlock;
-    // Of the rest of the row from every pixel on: its bytes, and the pixels of its first run.
-    uint64_t* costs;
-    uint8_t* counts;
-    uint8_t* literal;
-    uint8_t* codes;
+    // Of the rest of the row from every pixel on: its bytes, the pixels of its first run, and whether
+    // that is a literal one.
+    Block<uint64_t> costs;
+    Block<uint8_t> counts;
+    Block<uint8_t> literal;
+    Block<uint8_t> codes;
     LiteralEnds ends[4];  // by their remainder to perWord
 };
 

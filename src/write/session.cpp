@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "write/palette.h"
 #include "write/true_color.h"
 
 namespace tivar {
@@ -51,11 +52,40 @@ uint64_t passesOf(const Job& job, const Target& target) {
 
 // ---- The palette ----
 
-int32_t choosePalette(Session& session) {
+// Rows that lie in memory, as colours.
+const uint8_t* readColors(const void* context, uint32_t y, uint8_t* scratch) {
+    const auto& session = *static_cast<const Session*>(context);
+    return colorsOf(session.colors, memoryRow(session.source, y), scratch);
+}
+
+int32_t resultOf(PaletteResult result) {
+    if (result == PaletteResult::kNoMemory) return TIVAR_RESULT_NO_MEMORY;
+    return result == PaletteResult::kDone ? TIVAR_RESULT_OK : TIVAR_RESULT_CANCELLED;
+}
+
+void takeGivenPalette(const TivarOptions& options, ColorTable& table) {
+    table.count = options.palette_count;
+    std::memcpy(table.entries, options.palette, size_t{table.count} * 3);
+}
+
+int32_t obtainPalette(Session& session) {
+    const TivarOptions& options = session.job.options;
+    const TivarPicture& picture = session.job.picture;
+    const ColorRows rows = {picture.width, picture.height, readColors, &session};
     session.table = {};
-    session.table.count = 2;
-    std::memset(session.table.entries[1], 0xFF, 3);
-    return kOk;
+    switch (options.colors) {
+        case TIVAR_COLORS_GIVEN:
+            takeGivenPalette(options, session.table);
+            return kOk;
+        case TIVAR_COLORS_GREYS:
+            session.table = greyPalette(options.max_colors);
+            return kOk;
+        case TIVAR_COLORS_FILTER:
+            return resultOf(filterPalette(rows, options.max_colors, session.watch, session.table));
+        default:
+            return resultOf(choosePalette(rows, options.max_colors, options.threads, session.watch,
+                                          session.table, session.exact));
+    }
 }
 
 int32_t settlePalette(Session& session) {
@@ -65,7 +95,7 @@ int32_t settlePalette(Session& session) {
         return kOk;
     }
     if (job.source != PixelSource::kReduced) return kOk;
-    const int32_t result = choosePalette(session);
+    const int32_t result = obtainPalette(session);
     if (result != kOk) return result;
     const int32_t dither = session.exact ? TIVAR_DITHER_NONE : job.options.dither;
     const bool ready =
@@ -114,8 +144,8 @@ int32_t prepareBlock(Session& session) {
     constexpr uint64_t kBlockBytes = 1u << 18;  // stays in the cache
     const uint64_t rows = std::max<uint64_t>(kBlockBytes / session.form.rowBytes, 1);
     session.blockRows = static_cast<uint32_t>(std::min<uint64_t>(rows, session.job.picture.height));
-    session.block = HeapBytes(session.form.rowBytes * session.blockRows);
-    return session.block ? kOk : int32_t{TIVAR_RESULT_NO_MEMORY};
+    const bool obtained = session.block.obtain(session.form.rowBytes * session.blockRows);
+    return obtained ? kOk : int32_t{TIVAR_RESULT_NO_MEMORY};
 }
 
 int32_t putRawRows(Session& session, Output& output) {
@@ -167,7 +197,7 @@ int32_t putEncodedRows(Session& session, Output& output) {
         if (row == nullptr) return TIVAR_RESULT_ROW_FAILED;
         const uint64_t length =
             encodeRow(session.encoder, indicesOfRow(session, y, row), place == height - 1);
-        const int32_t result = put(output, session.encoder.codes, static_cast<size_t>(length));
+        const int32_t result = put(output, session.encoder.codes.data, static_cast<size_t>(length));
         if (result != kOk) return result;
         if (!advance(session.watch, 1)) return TIVAR_RESULT_CANCELLED;
     }
@@ -195,10 +225,10 @@ int32_t countEncoded(Session& session) {
 
 int32_t prepareRows(Session& session) {
     const uint32_t width = session.job.picture.width;
-    session.colorRow = HeapBytes(uint64_t{width} * 3);
     const bool indexed = session.job.options.bits <= 8;
-    if (indexed) session.indexRow = HeapBytes(width);
-    if (!session.colorRow || (indexed && !session.indexRow)) return TIVAR_RESULT_NO_MEMORY;
+    if (!session.colorRow.obtain(uint64_t{width} * 3) ||
+        (indexed && !session.indexRow.obtain(width)))
+        return TIVAR_RESULT_NO_MEMORY;
     if (session.job.encoded &&
         !prepareEncoder(session.encoder, static_cast<uint32_t>(session.job.options.bits), width))
         return TIVAR_RESULT_NO_MEMORY;

@@ -26,9 +26,9 @@ struct Session {
     PaletteRows reduced;
     RleEncoder encoder;
     // Room for a row of colours and one of indices, and for rows on their way to the target.
-    HeapBytes colorRow;
-    HeapBytes indexRow;
-    HeapBytes block;
+    Block<uint8_t> colorRow;
+    Block<uint8_t> indexRow;
+    Block<uint8_t> block;
     uint32_t blockRows;
 };
 

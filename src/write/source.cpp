@@ -1,7 +1,5 @@
 #include "write/source.h"
 
-#include <utility>
-
 namespace tivar {
 
 bool prepareSource(Source& source, const TivarPicture& picture) {
@@ -11,23 +9,20 @@ bool prepareSource(Source& source, const TivarPicture& picture) {
     source.stride =
         picture.stride != 0 ? int64_t{picture.stride} : static_cast<int64_t>(source.rowBytes);
     if (source.top != nullptr) return true;
-    source.row = HeapBytes(source.rowBytes);
-    return bool{source.row};
+    return source.row.obtain(source.rowBytes);
 }
 
 int32_t keepPicture(Source& source, Watch& watch) {
     const TivarPicture& picture = *source.picture;
-    HeapBytes kept(source.rowBytes > PTRDIFF_MAX / picture.height
-                       ? UINT64_MAX
-                       : source.rowBytes * picture.height);
-    if (!kept) return TIVAR_RESULT_NO_MEMORY;
+    const bool possible = source.rowBytes <= PTRDIFF_MAX / picture.height;
+    if (!possible || !source.kept.obtain(source.rowBytes * picture.height))
+        return TIVAR_RESULT_NO_MEMORY;
     for (uint32_t y = 0; y < picture.height; ++y) {
         if (!goOn(watch)) return TIVAR_RESULT_CANCELLED;
-        uint8_t* row = kept.data + static_cast<size_t>(source.rowBytes * y);
+        uint8_t* row = source.kept.data + static_cast<size_t>(source.rowBytes * y);
         if (picture.read_row(picture.context, y, row) != 0) return TIVAR_RESULT_ROW_FAILED;
         if (!advance(watch, 1)) return TIVAR_RESULT_CANCELLED;
     }
-    source.kept = std::move(kept);
     source.top = source.kept.data;
     source.stride = static_cast<int64_t>(source.rowBytes);
     return TIVAR_RESULT_OK;

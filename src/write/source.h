@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "base/heap.h"
+#include "base/block.h"
 #include "write/job.h"
 #include "write/watch.h"
 
@@ -14,8 +14,8 @@ struct Source {
     uint64_t rowBytes;   // without padding
     const uint8_t* top;  // of rows that lie in memory, else null
     int64_t stride;
-    HeapBytes kept;
-    HeapBytes row;  // the call-back's last
+    Block<uint8_t> kept;
+    Block<uint8_t> row;  // the call-back's last
 };
 
 // False without memory.

@@ -111,7 +111,7 @@ int32_t tivar_write_bmp_memory(const TivarPicture* picture, const TivarOptions* 
     describe(call);
     if (call.report.result == TIVAR_RESULT_OK) {
         *length = file.length;
-        *bytes = file.block.release();
+        *bytes = file.block.give();
     }
     return tell(report, call.report);
 }

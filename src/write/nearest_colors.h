@@ -1,0 +1,41 @@
+// True nearest colours of a palette, for whole rows and any number of threads at once. Colour space
+// is cut into cells; each has one word with the few entries that can be nearest to any of its
+// colours, made when it is first asked for. A word is the same whoever makes it, so that threads
+// need not wait for each other.
+#pragma once
+
+#include <cstdint>
+
+#include "base/block.h"
+#include "write/rows.h"
+
+namespace tivar {
+
+struct NearestColors {
+    // The candidates of a region of several cells: their indices, in order.
+    struct Region {
+        uint32_t state;
+        uint32_t count;
+        uint8_t indices[256];
+    };
+
+    // Takes the palette over, 1 to 256 entries; false without memory. Not to be called while others
+    // look for colours.
+    bool prepare(const ColorTable& table);
+
+    uint32_t count = 0;
+    alignas(16) int16_t entries[256][4];  // red, green, blue, 0
+    float channels[3][256];               // whole numbers below 2^24 are exact
+    Block<uint32_t> words;                // a cell each
+    Block<uint32_t> memo;  // colour << 8 | index, for cells with more candidates than a word holds
+    Block<Region> regions;
+};
+
+// The index of the entry with the least squared distance in red, green and blue; the lowest of
+// several.
+uint8_t nearestColor(const NearestColors& colors, uint8_t red, uint8_t green, uint8_t blue);
+
+// The same for width pixels of red, green, blue.
+void mapRow(const NearestColors& colors, const uint8_t* rgb, uint32_t width, uint8_t* indices);
+
+}  // namespace tivar
