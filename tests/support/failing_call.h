@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstring>
 #include <functional>
 #include <utility>
@@ -55,16 +56,17 @@ class FailingCall {
     std::function<void()> observer_;
 };
 
-// Blocks that are allocated, by the code under test and by what the tests allocate through it.
-inline long liveBlocks = 0;
+// Blocks that are allocated, by the code under test and by what the tests allocate through it, on
+// any thread.
+inline std::atomic<long> liveBlocks{0};
 inline void* counted(void* block) {
     if (block != nullptr) ++liveBlocks;
     return block;
 }
 
-// Bytes that the last call of calloc asked for, and what the last one to return gave.
-inline size_t lastAllocation = 0;
-inline void* lastZeroed = nullptr;
+// Bytes that the thread's last call of calloc asked for, and what the last one to return gave.
+inline thread_local size_t lastAllocation = 0;
+inline thread_local void* lastZeroed = nullptr;
 
 }  // namespace support
 
@@ -84,6 +86,11 @@ SUPPORT_WRAP(FILE*, fdopen, (int file, const char* mode), (file, mode), nullptr)
 SUPPORT_WRAP(size_t, fwrite, (const void* data, size_t size, size_t count, FILE* file),
              (data, size, count, file), 0)
 SUPPORT_WRAP(int, fflush, (FILE * file), (file), EOF)
+SUPPORT_WRAP(ssize_t, write, (int file, const void* data, size_t size), (file, data, size), -1)
+SUPPORT_WRAP(ssize_t, pwrite, (int file, const void* data, size_t size, off_t place),
+             (file, data, size, place), -1)
+SUPPORT_WRAP(int, link, (const char* from, const char* to), (from, to), -1)
+SUPPORT_WRAP(int, close, (int file), (file), (__real_close(file), -1))
 SUPPORT_WRAP(int, fchmod, (int file, mode_t mode), (file, mode), -1)
 SUPPORT_WRAP(int, fsync, (int file), (file), -1)
 SUPPORT_WRAP(int, rename, (const char* from, const char* to), (from, to), -1)
@@ -139,7 +146,7 @@ extern "C" __attribute__((used)) inline size_t __wrap_fread(void* data, size_t s
     dup2(unreadable, fileno(file));
     const size_t result = __real_fread(data, size, count, file);
     dup2(kept, fileno(file));
-    close(unreadable);
-    close(kept);
+    __real_close(unreadable);
+    __real_close(kept);
     return result;
 }
