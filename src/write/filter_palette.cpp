@@ -32,8 +32,7 @@ PaletteResult countRows(const ColorRows& rows, Watch& watch, uint8_t* scratch, M
 
 }  // namespace
 
-PaletteResult filterPalette(const ColorRows& rows, uint32_t most, Watch& watch,
-                            ColorTable& table) {
+PaletteResult filterPalette(const ColorRows& rows, uint32_t most, Watch& watch, ColorTable& table) {
     Block<uint8_t> scratch;
     if (!scratch.obtain(uint64_t{rows.width} * 3)) return PaletteResult::kNoMemory;
     const MemHandle context = InitColorLib();
