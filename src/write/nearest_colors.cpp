@@ -1,13 +1,11 @@
 #include "write/nearest_colors.h"
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstring>
+
+#include "write/lanes.h"
 
 namespace tivar {
 namespace {
@@ -247,7 +245,7 @@ uint8_t searchRegion(const NearestColors& colors, const uint8_t* rgb) {
 // is that of the lowest index at the least distance.
 constexpr int kKeyShift = 8;
 
-#ifdef __SSE2__
+#ifdef TIVAR_SSE2
 
 inline uint32_t loadPixel(const uint8_t* rgb) {
     uint16_t low;

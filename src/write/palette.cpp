@@ -2,13 +2,10 @@
 
 #include <algorithm>
 
-#include "color/median_cut.h"
-#include "write/block.h"
 #include "write/cluster_exchange.h"
 #include "write/clusters.h"
 #include "write/color_cuts.h"
 #include "write/k_means.h"
-#include "write/row_pass.h"
 
 namespace tivar {
 namespace {
@@ -118,28 +115,6 @@ ColorTable greyPalette(uint32_t count) {
         std::fill_n(table.entries[i], 3,
                     static_cast<uint8_t>((i * 255 * 2 + count - 1) / (2 * (count - 1))));
     return table;
-}
-
-PaletteResult filterPalette(const ColorRows& rows, uint32_t most, Watch& watch, ColorTable& table) {
-    Block<uint16_t> histogram;
-    Block<uint8_t> scratch;
-    if (!histogram.obtainZeroed(kHistogramCells) || !scratch.obtain(size_t{rows.width} * 3))
-        return PaletteResult::kNoMemory;
-    ColorContext context{};
-    const auto count = [&](int, uint32_t y) {
-        countRow(histogram.data, context, rowOf(rows, y, scratch.data), rows.width);
-        return true;
-    };
-    if (!passOverRows(rows.width, rows.height, 1, watch, count)) return PaletteResult::kCancelled;
-    Block<ColorBox> boxes;
-    Block<uint16_t> slots;
-    Block<ColorEntry> list;
-    if (!boxes.obtainZeroed(most) || !slots.obtainZeroed(most) ||
-        !list.obtainZeroed(context.distinct + size_t{1}))
-        return PaletteResult::kNoMemory;
-    table.count = reduceHistogram(context, histogram.data, {boxes.data, slots.data, list.data},
-                                  static_cast<uint16_t>(most), table.entries[0]);
-    return PaletteResult::kDone;
 }
 
 }  // namespace tivar
