@@ -2,7 +2,9 @@
 // --wrap for each function below, which leads the calls here.
 #pragma once
 
+#include <errno.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -95,6 +97,9 @@ SUPPORT_WRAP(int, fchmod, (int file, mode_t mode), (file, mode), -1)
 SUPPORT_WRAP(int, fsync, (int file), (file), -1)
 SUPPORT_WRAP(int, rename, (const char* from, const char* to), (from, to), -1)
 SUPPORT_WRAP(int, fclose, (FILE * file), (file), (__real_fclose(file), EOF))
+SUPPORT_WRAP(int, pthread_create,
+             (pthread_t * thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument),
+             (thread, attributes, run, argument), EAGAIN)
 #undef SUPPORT_WRAP
 
 extern "C" void* __real_calloc(size_t count, size_t size);
