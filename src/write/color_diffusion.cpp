@@ -91,23 +91,52 @@ struct ColorFlight {
     Course course;
     const uint8_t* const* rgb;
     FlightEntries entries;
+    ptrdiff_t along;  // from a pixel's errors to the next one's
+    int16_t* above;   // errors for the first row
+    __m128i knee;
     __m128i next[3] = {};
     __m128i below[3] = {};  // what the place below the last pixel has got so far
     __m128i ahead[3] = {};  // and the one after it
     __m128i finished[3] = {};
+    __m128i goingDown[3] = {};  // finished a step ago
 
-    void fill(FlightTile& tile, uint32_t row, const TileSpan& span) const {
-        for (ptrdiff_t i = span.from; i < span.to; ++i)
-            tile.pixels[i + span.origin][row] = pixelLanes(rgb[row] + 3 * course.placeOf(i));
+    ColorFlight(ColorDiffusion& of, const Course& on, const uint8_t* const* rows)
+        : diffusion(of),
+          course(on),
+          rgb(rows),
+          along(on.backward ? -kLanes : kLanes),
+          above(errorsAt(of, on.placeOf(0))),
+          knee(_mm_set1_epi16(of.knee)) {
+        if (of.nearest.few) spreadEntries(of.nearest.table, entries);
     }
 
-    uint64_t step(ptrdiff_t at, const uint64_t (&pixels)[kFlightRows], __m128i there) {
-        const int16_t* above = errorsAt(diffusion, course.placeOf(at));
+    void fill(FlightTile& tile, uint32_t row, const TileSpan& span) const {
+        for (ptrdiff_t i = span.from; i < span.to; ++i) {
+            const ptrdiff_t x = course.placeOf(i);
+            const uint8_t* color = rgb[row] + 3 * x;
+            uint64_t& pixel = tile.pixels[i + span.origin][row];
+            if (x + 1 == course.width) {
+                pixel = pixelLanes(color);
+            } else {
+                storePixel(color, &pixel);
+            }
+        }
+    }
+
+    // With what the byte behind the pixel makes of the lane that nobody reads.
+    static void storePixel(const uint8_t* color, uint64_t* pixel) {
+        int32_t bytes;
+        std::memcpy(&bytes, color, sizeof bytes);
+        const __m128i lanes = _mm_unpacklo_epi8(_mm_cvtsi32_si128(bytes), _mm_setzero_si128());
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(pixel), _mm_slli_epi16(lanes, 4));
+    }
+
+    uint64_t step(ptrdiff_t, const uint64_t (&pixels)[kFlightRows], __m128i there) {
         const FlightNumbers source = turnPixels(pixels);
         __m128i level[3];
         __m128i color[3];
         for (int c = 0; c < 3; ++c) {
-            level[c] = _mm_add_epi16(source.number[c], passDown(finished[c], above[c]));
+            level[c] = _mm_add_epi16(source.number[c], passDown(goingDown[c], above[c]));
             level[c] = _mm_add_epi16(level[c], next[c]);
             level[c] = _mm_max_epi16(level[c], _mm_setzero_si128());
             level[c] = _mm_min_epi16(level[c], _mm_set1_epi16(kHighest));
@@ -116,11 +145,11 @@ struct ColorFlight {
         const uint64_t found = diffusion.nearest.few ? nearestOfFew(entries, color)
                                                      : nearestOfMany(diffusion.nearest, color);
         const FlightNumbers chosen = entriesOf(found);
-        int16_t* behind = errorsAt(diffusion, course.placeOf(at - kFlightDepth));
         for (int c = 0; c < 3; ++c) {
             share(c, _mm_and_si128(_mm_sub_epi16(level[c], chosen.number[c]), there));
-            behind[c] = lastRowOf(finished[c]);
+            above[c - kFlightDepth * along] = lastRowOf(finished[c]);
         }
+        above += along;
         return found;
     }
 
@@ -138,9 +167,8 @@ struct ColorFlight {
     }
 
     void share(int c, __m128i error) {
-        const __m128i most = _mm_set1_epi16(diffusion.knee);
-        const __m128i least = _mm_sub_epi16(_mm_setzero_si128(), most);
-        const __m128i held = _mm_min_epi16(_mm_max_epi16(error, least), most);
+        const __m128i least = _mm_sub_epi16(_mm_setzero_si128(), knee);
+        const __m128i held = _mm_min_epi16(_mm_max_epi16(error, least), knee);
         error = _mm_srai_epi16(_mm_add_epi16(error, held), 1);
         const auto part = [error](int16_t sixteenths) {
             return _mm_srai_epi16(_mm_mullo_epi16(error, _mm_set1_epi16(sixteenths)), 4);
@@ -148,6 +176,7 @@ struct ColorFlight {
         const __m128i toBehind = part(3);
         const __m128i toBelow = part(5);
         next[c] = part(7);
+        goingDown[c] = finished[c];
         finished[c] = _mm_add_epi16(below[c], toBehind);
         below[c] = _mm_add_epi16(ahead[c], toBelow);
         ahead[c] = _mm_sub_epi16(_mm_sub_epi16(error, next[c]), _mm_add_epi16(toBehind, toBelow));
@@ -200,8 +229,7 @@ void diffuseColorFlight(ColorDiffusion& diffusion, bool backward, const uint8_t*
                         uint8_t* const* indices) {
 #ifdef TIVAR_SSE2
     const Course course = {static_cast<ptrdiff_t>(diffusion.width), backward};
-    ColorFlight flight = {diffusion, course, rgb, {}};
-    if (diffusion.nearest.few) spreadEntries(diffusion.nearest.table, flight.entries);
+    ColorFlight flight(diffusion, course, rgb);
     fly(flight, course, indices);
 #else
     for (uint32_t row = 0; row < kFlightRows; ++row)

@@ -101,12 +101,15 @@ EntryList buildList(NearestEntry& nearest, uint32_t cell) {
 
 #ifdef TIVAR_SSE2
 void spreadEntries(const ColorTable& table, FlightEntries& entries) {
-    entries.count = table.count;
-    for (uint32_t i = 0; i < table.count; ++i) {
-        EntryGroup group;
-        for (uint32_t copy = 0; copy < kGroupEntries; ++copy)
-            putEntry(group, copy, i, table.entries[i]);
-        entries.at[i] = group;
+    entries.count = table.count + table.count % 2;
+    for (uint32_t i = 0; i < entries.count; ++i) {
+        for (uint32_t copy = 0; copy < kGroupEntries; ++copy) {
+            if (i < table.count) {
+                putEntry(entries.at[i], copy, i, table.entries[i]);
+            } else {
+                putNothing(entries.at[i], copy);
+            }
+        }
     }
 }
 

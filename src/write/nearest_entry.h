@@ -129,7 +129,7 @@ inline uint32_t nearestEntry(NearestEntry& nearest, int red, int green, int blue
 #ifdef TIVAR_SSE2
 // The few entries for searches of eight colours at once, each one in all places of its group.
 struct FlightEntries {
-    uint32_t count;
+    uint32_t count;  // even: behind the last there may be none
     EntryGroup at[kMostGroups * kGroupEntries];
 };
 
@@ -143,22 +143,22 @@ inline uint64_t nearestOfFew(const FlightEntries& entries, const __m128i (&color
                                  _mm_unpackhi_epi16(color[0], color[1])};
     const __m128i blue[2] = {_mm_unpacklo_epi16(color[2], zero),
                              _mm_unpackhi_epi16(color[2], zero)};
-    __m128i keys[2] = {_mm_set1_epi32(kNoEntryBias), _mm_set1_epi32(kNoEntryBias)};
-    for (uint32_t i = 0; i < entries.count; ++i) {
-        const EntryGroup& entry = entries.at[i];
+    // Two at a time: each waits for the least of every second one only.
+    const __m128i none = _mm_set1_epi32(kNoEntryBias);
+    __m128i least[2][2] = {{none, none}, {none, none}};
+    for (uint32_t i = 0; i < entries.count; i += 2) {
         for (int half = 0; half < 2; ++half) {
-            const __m128i sum =
-                _mm_add_epi32(_mm_madd_epi16(loadLanes(entry.redGreen), redGreen[half]),
-                              _mm_madd_epi16(loadLanes(entry.blue), blue[half]));
-            keys[half] = lesserKeys(keys[half], _mm_add_epi32(sum, loadLanes(entry.bias)));
+            for (uint32_t j = 0; j < 2; ++j)
+                least[half][j] = lesserKeys(least[half][j],
+                                            keysOf(entries.at[i + j], redGreen[half], blue[half]));
         }
     }
+    const __m128i keys[2] = {lesserKeys(least[0][0], least[0][1]),
+                             lesserKeys(least[1][0], least[1][1])};
     const __m128i places = _mm_set1_epi32(kMostGroups * kGroupEntries - 1);
     const __m128i found =
         _mm_packs_epi32(_mm_and_si128(keys[0], places), _mm_and_si128(keys[1], places));
-    uint64_t indices;
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(&indices), _mm_packus_epi16(found, found));
-    return indices;
+    return lowBytes(found);
 }
 
 uint64_t nearestOfMany(NearestEntry& nearest, const __m128i (&color)[3]);
