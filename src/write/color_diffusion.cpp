@@ -3,13 +3,12 @@
 #include <algorithm>
 
 #include "write/flight.h"
+#include "write/floyd_steinberg.h"
 
 namespace tivar {
 namespace {
 
-constexpr int kUnit = 16;  // of a level
-constexpr int kHalfUnit = kUnit / 2;
-constexpr int kHighest = 255 * kUnit;
+constexpr int kHalfUnit = kErrorUnit / 2;
 constexpr int kLanes = 4;  // of a pixel's errors
 
 // ---- What the palette asks for ----
@@ -57,7 +56,7 @@ int16_t kneeOf(const ColorTable& table) {
 }
 
 constexpr uint64_t pixelLanes(const uint8_t* color) {
-    return (color[0] | uint64_t{color[1]} << 16 | uint64_t{color[2]} << 32) * kUnit;
+    return (color[0] | uint64_t{color[1]} << 16 | uint64_t{color[2]} << 32) * kErrorUnit;
 }
 
 int16_t* errorsAt(ColorDiffusion& diffusion, ptrdiff_t x) {
@@ -66,21 +65,9 @@ int16_t* errorsAt(ColorDiffusion& diffusion, ptrdiff_t x) {
 
 // ---- One row ----
 
-// Shares of an error: R. W. Floyd and L. Steinberg, "An adaptive algorithm for spatial greyscale",
-// 1976.
-struct Shares {
-    int next;
-    int behind;
-    int below;
-    int ahead;
-};
-
-Shares sharesOf(int error, int knee) {
-    error = (error + std::clamp(error, -knee, knee)) >> 1;
-    const int next = error * 7 >> 4;
-    const int behind = error * 3 >> 4;
-    const int below = error * 5 >> 4;
-    return {next, behind, below, error - next - behind - below};
+// An error without half of what it has beyond the knee.
+int soften(int error, int knee) {
+    return (error + std::clamp(error, -knee, knee)) >> 1;
 }
 
 // ---- Rows in flight ----
@@ -139,7 +126,7 @@ struct ColorFlight {
             level[c] = _mm_add_epi16(source.number[c], passDown(goingDown[c], above[c]));
             level[c] = _mm_add_epi16(level[c], next[c]);
             level[c] = _mm_max_epi16(level[c], _mm_setzero_si128());
-            level[c] = _mm_min_epi16(level[c], _mm_set1_epi16(kHighest));
+            level[c] = _mm_min_epi16(level[c], _mm_set1_epi16(kHighestLevel));
             color[c] = _mm_srli_epi16(_mm_add_epi16(level[c], _mm_set1_epi16(kHalfUnit)), 4);
         }
         const uint64_t found = diffusion.nearest.few ? nearestOfFew(entries, color)
@@ -198,31 +185,23 @@ bool prepareColors(ColorDiffusion& diffusion, uint32_t width, const ColorTable& 
 void diffuseColorRow(ColorDiffusion& diffusion, bool backward, const uint8_t* rgb,
                      uint8_t* indices) {
     const Course course = {static_cast<ptrdiff_t>(diffusion.width), backward};
-    int next[3] = {};
-    int below[3] = {};
-    int ahead[3] = {};
+    ErrorCourse courses[3];
     for (ptrdiff_t i = 0; i < course.width; ++i) {
         const ptrdiff_t x = course.placeOf(i);
         const int16_t* above = errorsAt(diffusion, x);
         int level[3];
-        for (int c = 0; c < 3; ++c)
-            level[c] = std::clamp(rgb[3 * x + c] * kUnit + above[c] + next[c], 0, kHighest);
-        const uint32_t index =
-            nearestEntry(diffusion.nearest, (level[0] + kHalfUnit) / kUnit,
-                         (level[1] + kHalfUnit) / kUnit, (level[2] + kHalfUnit) / kUnit);
+        for (int c = 0; c < 3; ++c) level[c] = courses[c].levelOf(rgb[3 * x + c], above[c]);
+        const uint32_t index = nearestEntry(diffusion.nearest, roundLevel(level[0]),
+                                            roundLevel(level[1]), roundLevel(level[2]));
         indices[x] = static_cast<uint8_t>(index);
         int16_t* behind = errorsAt(diffusion, course.placeOf(i - 1));
         for (int c = 0; c < 3; ++c) {
-            const int entry = diffusion.nearest.table.entries[index][c] * kUnit;
-            const Shares shares = sharesOf(level[c] - entry, diffusion.knee);
-            next[c] = shares.next;
-            behind[c] = static_cast<int16_t>(below[c] + shares.behind);
-            below[c] = ahead[c] + shares.below;
-            ahead[c] = shares.ahead;
+            const int entry = diffusion.nearest.table.entries[index][c] * kErrorUnit;
+            behind[c] = courses[c].pass(soften(level[c] - entry, diffusion.knee));
         }
     }
     int16_t* last = errorsAt(diffusion, course.placeOf(course.width - 1));
-    for (int c = 0; c < 3; ++c) last[c] = static_cast<int16_t>(below[c]);
+    for (int c = 0; c < 3; ++c) last[c] = courses[c].last();
 }
 
 void diffuseColorFlight(ColorDiffusion& diffusion, bool backward, const uint8_t* const* rgb,
