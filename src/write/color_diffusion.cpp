@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "write/few_entries.h"
 #include "write/flight.h"
 #include "write/floyd_steinberg.h"
 
@@ -77,7 +78,8 @@ struct ColorFlight {
     ColorDiffusion& diffusion;
     Course course;
     const uint8_t* const* rgb;
-    FlightEntries entries;
+    bool ofFew;
+    FewEntries few;
     ptrdiff_t along;  // from a pixel's errors to the next one's
     int16_t* above;   // errors for the first row
     __m128i knee;
@@ -91,10 +93,11 @@ struct ColorFlight {
         : diffusion(of),
           course(on),
           rgb(rows),
+          ofFew(of.table.count <= kFewEntries),
           along(on.backward ? -kLanes : kLanes),
           above(errorsAt(of, on.placeOf(0))),
           knee(_mm_set1_epi16(of.knee)) {
-        if (of.nearest.few) spreadEntries(of.nearest.table, entries);
+        if (ofFew) weighEntries(of.table, few);
     }
 
     void fill(FlightTile& tile, uint32_t row, const TileSpan& span) const {
@@ -129,14 +132,26 @@ struct ColorFlight {
             level[c] = _mm_min_epi16(level[c], _mm_set1_epi16(kHighestLevel));
             color[c] = _mm_srli_epi16(_mm_add_epi16(level[c], _mm_set1_epi16(kHalfUnit)), 4);
         }
-        const uint64_t found = diffusion.nearest.few ? nearestOfFew(entries, color)
-                                                     : nearestOfMany(diffusion.nearest, color);
+        const uint64_t found = ofFew ? nearestOfFew(few, color) : nearestOfMany(color);
         const FlightNumbers chosen = entriesOf(found);
         for (int c = 0; c < 3; ++c) {
             share(c, _mm_and_si128(_mm_sub_epi16(level[c], chosen.number[c]), there));
             above[c - kFlightDepth * along] = lastRowOf(finished[c]);
         }
         above += along;
+        return found;
+    }
+
+    uint64_t nearestOfMany(const __m128i (&color)[3]) const {
+        int16_t channels[3][kFlightRows];
+        for (int c = 0; c < 3; ++c) storeLanes(channels[c], color[c]);
+        uint64_t found = 0;
+        for (uint32_t row = 0; row < kFlightRows; ++row)
+            found |=
+                uint64_t{nearestColor(diffusion.nearest, static_cast<uint8_t>(channels[0][row]),
+                                      static_cast<uint8_t>(channels[1][row]),
+                                      static_cast<uint8_t>(channels[2][row]))}
+                << 8 * row;
         return found;
     }
 
@@ -175,10 +190,11 @@ struct ColorFlight {
 
 bool prepareColors(ColorDiffusion& diffusion, uint32_t width, const ColorTable& table) {
     diffusion.width = width;
+    diffusion.table = table;
     diffusion.knee = kneeOf(table);
     for (uint32_t i = 0; i < table.count; ++i) diffusion.lanes[i] = pixelLanes(table.entries[i]);
     const uint64_t errors = (uint64_t{width} + 2 * kFlightMargin) * kLanes;
-    return errors * sizeof(int16_t) <= PTRDIFF_MAX && prepareNearest(diffusion.nearest, table) &&
+    return errors * sizeof(int16_t) <= PTRDIFF_MAX && diffusion.nearest.prepare(table) &&
            diffusion.errors.obtainZeroed(static_cast<size_t>(errors));
 }
 
@@ -191,12 +207,13 @@ void diffuseColorRow(ColorDiffusion& diffusion, bool backward, const uint8_t* rg
         const int16_t* above = errorsAt(diffusion, x);
         int level[3];
         for (int c = 0; c < 3; ++c) level[c] = courses[c].levelOf(rgb[3 * x + c], above[c]);
-        const uint32_t index = nearestEntry(diffusion.nearest, roundLevel(level[0]),
-                                            roundLevel(level[1]), roundLevel(level[2]));
-        indices[x] = static_cast<uint8_t>(index);
+        const uint8_t index = nearestColor(
+            diffusion.nearest, static_cast<uint8_t>(roundLevel(level[0])),
+            static_cast<uint8_t>(roundLevel(level[1])), static_cast<uint8_t>(roundLevel(level[2])));
+        indices[x] = index;
         int16_t* behind = errorsAt(diffusion, course.placeOf(i - 1));
         for (int c = 0; c < 3; ++c) {
-            const int entry = diffusion.nearest.table.entries[index][c] * kErrorUnit;
+            const int entry = diffusion.table.entries[index][c] * kErrorUnit;
             behind[c] = courses[c].pass(soften(level[c] - entry, diffusion.knee));
         }
     }

@@ -9,33 +9,24 @@
 #include <cstdint>
 
 #include "write/greys.h"
-#include "write/nearest_entry.h"
+#include "write/nearest_colors.h"
 #include "write/rows.h"
 
 namespace tivar {
 
-// Entries that a colour is mixed of, dark ones first.
-constexpr int kMixed = 32;
-struct Mixture {
-    int32_t color;  // whose it is; -1 = none yet
-    uint8_t indices[kMixed];
-};
-
-constexpr uint32_t kMixtures = 1024;
-
-// Lists and mixtures are made when they are first asked for: a record serves one thread.
 struct Ordered {
     bool ofGreys;
     GreyPlaces places;
-    NearestEntry nearest;
-    uint8_t byLight[256];     // indices, dark entries first
-    Block<Mixture> mixtures;  // of the last colours that fell there
+    ColorTable table;
+    uint8_t byLight[256];  // indices, dark entries first
 };
 
-// False without memory. table has 1 to 256 entries.
-bool prepareOrdered(Ordered& ordered, const ColorTable& table);
+// table has 1 to 256 entries.
+void prepareOrdered(Ordered& ordered, const ColorTable& table);
 
-// Row y of the picture; rows may come in any order.
-void orderRow(Ordered& ordered, uint32_t y, const uint8_t* rgb, uint32_t width, uint8_t* indices);
+// Row y of the picture. Rows may come in any order, and on several threads. nearest has the same
+// table.
+void orderRow(const Ordered& ordered, const NearestColors& nearest, uint32_t y, const uint8_t* rgb,
+              uint32_t width, uint8_t* indices);
 
 }  // namespace tivar
