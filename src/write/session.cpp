@@ -92,6 +92,7 @@ int32_t obtainPalette(Session& session) {
 
 int32_t settleColors(Session& session) {
     const Job& job = session.job;
+    session.exact = job.source == PixelSource::kColors || job.source == PixelSource::kIndices;
     if (job.source == PixelSource::kIndices) {
         prepareKeptIndices(session.kept, job, session.table);
         return kOk;
