@@ -65,6 +65,7 @@ int32_t ExportCellData(const char* fileName, CellPicture* picture,
     auto* status = reinterpret_cast<HostWord*>(hostParams[EXPORT_STATUS]);
     const Destination to = {fileName, settings->documentStream, status};
     if (!to.reachable()) return TIVAR_ERR_STREAM;
+    const PictureUse pictureUse(picture);
     const bool toMemory = to.toMemory();
     if (toMemory) status[STATUS_MEMORY] = 0;
     settings.makeCurrent();

@@ -27,16 +27,6 @@ struct Output {
     bool ended() const { return settings.gone() || stream.gone(); }
 };
 
-// The handles of a picture in memory; other call-backs' pictures are their own matter.
-struct PictureUse {
-    explicit PictureUse(const CellPicture* picture)
-        : pixels(picture == nullptr ? 0 : picture->pixels),
-          table(picture == nullptr ? 0 : picture->colorTable) {}
-
-    Pinned<uint8_t> pixels;
-    Pinned<uint8_t> table;
-};
-
 // What the negotiation settled, in pixels.
 struct OutputShape {
     uint32_t width;
@@ -159,6 +149,7 @@ int32_t outputPicture(const SettingsUse& settings, const HostWord* status, OxlSt
                       CellPicture* picture, DrawProc draw) {
     if (stream == 0 || draw == nullptr || !settings) return TIVAR_ERR_SETUP;
     const Output output = {settings, status, Pinned<uint8_t>(stream)};
+    // The pictures of other call-backs are their own matter.
     const PictureUse pictureUse(draw == DrawExportCellData ? picture : nullptr);
     const Pinned<CellFormat> format(allocateZeroed(sizeof(CellFormat)));
     const OwnedBlock formatOwner(format.handle);
