@@ -463,10 +463,10 @@ struct Disturbed : Host {
         settings->documentStream = reinterpret_cast<HostWord>(
             +[](intptr_t first, int32_t operation, intptr_t a, intptr_t b) -> intptr_t {
                 auto& self = *reinterpret_cast<Disturbed*>(first);
+                if (operation == 1) return first;
                 if (operation == 3) self.disturb();
-                const auto handle = reinterpret_cast<intptr_t>(&self.document);
-                const intptr_t answer = HostDocument::serve(handle, operation, a, b);
-                return operation == 1 ? first : answer;
+                return HostDocument::serve(reinterpret_cast<intptr_t>(&self.document), operation, a,
+                                           b);
             });
         status[STATUS_DOCUMENT] = reinterpret_cast<HostWord>(this);
     }
@@ -479,7 +479,7 @@ struct Disturbed : Host {
 TEST(DisturbedExport, ClearedDocumentFieldChangesNothing) {
     Disturbed host([](Disturbed& self) { self.settings->documentStream = 0; });
     host.attachDocument();
-    EXPECT_EQ(host.run(""), 0);
+    EXPECT_EQ(host.run(nullptr), 0);
     EXPECT_EQ(host.document.bytes, host.expected());
     EXPECT_EQ(host.document.closes, 1);
     EXPECT_EQ(host.status[STATUS_MEMORY], 0u);

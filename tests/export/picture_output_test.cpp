@@ -337,8 +337,9 @@ TEST(PictureOutput, ColourTableThatTheCallBackCutIsBlackFromItsEndOn) {
         fillWhite(request);
     });
     Bytes expected(1024);
-    for (const size_t place : {0, 1, 2, 4, 5, 6}) expected[place] = 255;
-    expected[10] = 255;  // of the third entry, red is there
+    // Two entries, and the third one's red.
+    constexpr size_t kWhite[] = {0, 1, 2, 4, 5, 6, 10};
+    for (const size_t place : kWhite) expected[place] = 255;
     EXPECT_EQ(palette, expected);
 }
 

@@ -166,12 +166,14 @@ TEST_F(OffscreenHooks, DrawingForwardsTheRowsAndReturnsTheAnswer) {
 TEST_F(OffscreenHooks, TerminatingCallsMessageTwoBeforeTheRecordIsFreed) {
     static uint32_t seenWidth;
     static long seenBlocks;
+    static uint32_t seenSize;
     seenWidth = 0;
     const DrawProc look = [](int32_t message, void* input, HostWord output,
                              HostWord extra) -> HostWord {
         if (message == DRAW_TERMINATE && output == 0 && extra == 0)
             seenWidth += static_cast<CellDataRequest*>(input)->destWidth;
         seenBlocks = support::liveBlocks;
+        seenSize = GlobalSize(GlobalHandle(input));
         return 0;
     };
     uint32_t rows = 10;
@@ -181,6 +183,7 @@ TEST_F(OffscreenHooks, TerminatingCallsMessageTwoBeforeTheRecordIsFreed) {
     TermPlatformOffscreen(offscreen);
     EXPECT_EQ(seenWidth, 77u);
     EXPECT_EQ(seenBlocks, blocks) << "nothing is freed yet";
+    EXPECT_EQ(seenSize, sizeof(CellDataRequest)) << "nor given up";
     EXPECT_EQ(support::liveBlocks, blocks - 1);
 }
 
