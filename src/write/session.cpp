@@ -85,8 +85,9 @@ int32_t obtainPalette(Session& session) {
         case TIVAR_COLORS_FILTER:
             return resultOf(filterPalette(rows, options.max_colors, session.watch, session.table));
         default:
-            return resultOf(choosePalette(rows, options.max_colors, options.threads, session.watch,
-                                          session.table, session.exact));
+            return resultOf(choosePalette(rows, options.max_colors,
+                                          options.dither != TIVAR_DITHER_NONE, options.threads,
+                                          session.watch, session.table, session.exact));
     }
 }
 
