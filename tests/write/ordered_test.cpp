@@ -46,12 +46,13 @@ uint8_t plainOrderedGrey(const ColorTable& table, const uint8_t* rgb, int thresh
         support::plainNearestGrey(table, gap.part > threshold ? gap.upper : gap.lower));
 }
 
-// Of 32 entries, each nearest to the colour and what is missing so far, in the order of light the
+// Of 32 entries (8 of a large palette), each nearest to the colour and what is missing so far, in the order of light the
 // one that the threshold points at.
 uint8_t plainOrderedColor(const ColorTable& table, const uint8_t* rgb, int threshold) {
+    const int mixed = table.count <= 16 ? 32 : 8;
     std::vector<uint32_t> taken;
     int sums[3] = {};
-    for (int i = 0; i < 32; ++i) {
+    for (int i = 0; i < mixed; ++i) {
         uint8_t asked[3];
         for (int c = 0; c < 3; ++c)
             asked[c] = static_cast<uint8_t>(std::clamp(rgb[c] * (i + 1) - sums[c], 0, 255));
@@ -63,7 +64,7 @@ uint8_t plainOrderedColor(const ColorTable& table, const uint8_t* rgb, int thres
         const int lightOfB = support::plainGrey(table.entries[b]);
         return lightOfA != lightOfB ? lightOfA < lightOfB : a < b;
     });
-    return static_cast<uint8_t>(taken[static_cast<size_t>(threshold * 32 / 255)]);
+    return static_cast<uint8_t>(taken[static_cast<size_t>(threshold * mixed / 255)]);
 }
 
 void expectPlain(const PlainPicture& picture, const ColorTable& table, bool grey) {
