@@ -56,10 +56,6 @@ int16_t kneeOf(const ColorTable& table) {
     return static_cast<int16_t>(squareRoot(widestGap(table) * kHalfUnit * kHalfUnit));
 }
 
-constexpr uint64_t pixelLanes(const uint8_t* color) {
-    return (color[0] | uint64_t{color[1]} << 16 | uint64_t{color[2]} << 32) * kErrorUnit;
-}
-
 int16_t* errorsAt(ColorDiffusion& diffusion, ptrdiff_t x) {
     return diffusion.errors.data + kLanes * (x + kFlightMargin);
 }
@@ -106,7 +102,7 @@ struct ColorFlight {
             const uint8_t* color = rgb[row] + 3 * x;
             uint64_t& pixel = tile.pixels[i + span.origin][row];
             if (x + 1 == course.width) {
-                pixel = pixelLanes(color);
+                pixel = pixelLanes(color) * kErrorUnit;
             } else {
                 storePixel(color, &pixel);
             }
@@ -133,7 +129,7 @@ struct ColorFlight {
             color[c] = _mm_srli_epi16(_mm_add_epi16(level[c], _mm_set1_epi16(kHalfUnit)), 4);
         }
         const uint64_t found = ofFew ? nearestOfFew(few, color) : nearestOfMany(color);
-        const FlightNumbers chosen = entriesOf(found);
+        const FlightNumbers chosen = numbersOf(diffusion.lanes, found);
         for (int c = 0; c < 3; ++c) {
             share(c, _mm_and_si128(_mm_sub_epi16(level[c], chosen.number[c]), there));
             above[c - kFlightDepth * along] = lastRowOf(finished[c]);
@@ -153,19 +149,6 @@ struct ColorFlight {
                                       static_cast<uint8_t>(channels[2][row]))}
                 << 8 * row;
         return found;
-    }
-
-    __m128i twoEntries(uint64_t found) const {
-        const auto entry = [this](uint64_t index) {
-            return _mm_loadl_epi64(
-                reinterpret_cast<const __m128i*>(diffusion.lanes + static_cast<uint8_t>(index)));
-        };
-        return _mm_unpacklo_epi64(entry(found), entry(found >> 8));
-    }
-
-    FlightNumbers entriesOf(uint64_t found) const {
-        return turnPixels(twoEntries(found), twoEntries(found >> 16), twoEntries(found >> 32),
-                          twoEntries(found >> 48));
     }
 
     void share(int c, __m128i error) {
@@ -192,7 +175,10 @@ bool prepareColors(ColorDiffusion& diffusion, uint32_t width, const ColorTable& 
     diffusion.width = width;
     diffusion.table = table;
     diffusion.knee = kneeOf(table);
-    for (uint32_t i = 0; i < table.count; ++i) diffusion.lanes[i] = pixelLanes(table.entries[i]);
+#ifdef TIVAR_SSE2
+    for (uint32_t i = 0; i < table.count; ++i)
+        diffusion.lanes[i] = pixelLanes(table.entries[i]) * kErrorUnit;
+#endif
     const uint64_t errors = (uint64_t{width} + 2 * kFlightMargin) * kLanes;
     return errors * sizeof(int16_t) <= PTRDIFF_MAX && diffusion.nearest.prepare(table) &&
            diffusion.errors.obtainZeroed(static_cast<size_t>(errors));

@@ -61,6 +61,22 @@ inline FlightNumbers turnPixels(const uint64_t (&pixels)[kFlightRows]) {
                       loadLanes(pixels + 6));
 }
 
+// Red, green and blue as numbers.
+constexpr uint64_t pixelLanes(const uint8_t* color) {
+    return color[0] | uint64_t{color[1]} << 16 | uint64_t{color[2]} << 32;
+}
+
+// The numbers of the eight entries that the bytes of found name.
+inline FlightNumbers numbersOf(const uint64_t* entries, uint64_t found) {
+    const auto entry = [&](int which) {
+        return _mm_loadl_epi64(
+            reinterpret_cast<const __m128i*>(entries + static_cast<uint8_t>(found >> 8 * which)));
+    };
+    return turnPixels(
+        _mm_unpacklo_epi64(entry(0), entry(1)), _mm_unpacklo_epi64(entry(2), entry(3)),
+        _mm_unpacklo_epi64(entry(4), entry(5)), _mm_unpacklo_epi64(entry(6), entry(7)));
+}
+
 // All bits of the rows that are at one of their pixels.
 inline __m128i rowsThere(ptrdiff_t step, ptrdiff_t width) {
     int16_t lanes[kFlightRows];

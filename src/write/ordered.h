@@ -8,17 +8,28 @@
 
 #include <cstdint>
 
+#include "write/few_entries.h"
 #include "write/greys.h"
 #include "write/nearest_colors.h"
 #include "write/rows.h"
 
 namespace tivar {
 
+// So many entries a colour is mixed of, fewer where the palette leaves small gaps.
+constexpr uint32_t kMostMixed = 32;
+constexpr uint32_t kLeastMixed = 8;
+
 struct Ordered {
     bool ofGreys;
     GreyPlaces places;
+    uint32_t mixed;
     ColorTable table;
-    uint8_t byLight[256];  // indices, dark entries first
+    uint8_t byLight[256];     // indices, dark entries first
+    uint8_t lightRanks[256];  // their places there
+#ifdef TIVAR_SSE2
+    uint64_t lanes[256];  // entries, a channel 16 bits
+    FewEntries few;
+#endif
 };
 
 // table has 1 to 256 entries.
