@@ -37,7 +37,7 @@ endfunction()
 tivar_install_compressed(${PROJECT_SOURCE_DIR}/docs/man/tivar.3 tivar.3
   ${CMAKE_INSTALL_MANDIR}/man3 libtivar-dev)
 set(doc_dir ${CMAKE_INSTALL_DATADIR}/doc/libtivar-dev)
-install(FILES README.md DESTINATION ${doc_dir} COMPONENT libtivar-dev)
+install(FILES README.md CONTRIBUTING.md NEWS.md LICENSE DESTINATION ${doc_dir} COMPONENT libtivar-dev)
 install(DIRECTORY docs examples DESTINATION ${doc_dir} COMPONENT libtivar-dev
   PATTERN man EXCLUDE PATTERN CMakeLists.txt EXCLUDE PATTERN check_example.py EXCLUDE)
 if(TIVAR_BUILD_TOOL)
@@ -49,8 +49,10 @@ if(TIVAR_BUILD_TOOL)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tivar)
 endif()
 foreach(component IN LISTS tivar_components)
-  tivar_install_compressed(${PROJECT_SOURCE_DIR}/packaging/changelog changelog
-    ${CMAKE_INSTALL_DATADIR}/doc/${component} ${component})
+  set(doc_dir ${CMAKE_INSTALL_DATADIR}/doc/${component})
+  tivar_install_compressed(${PROJECT_SOURCE_DIR}/packaging/changelog changelog ${doc_dir} ${component})
+  # Where Debian's packages tell their licence.
+  install(FILES LICENSE RENAME copyright DESTINATION ${doc_dir} COMPONENT ${component})
 endforeach()
 get_property(packed GLOBAL PROPERTY tivar_packed)
 add_custom_target(tivar_share ALL DEPENDS ${packed})

@@ -43,4 +43,5 @@ A host of the export filter libtivar: it reads PNG, JPEG and PNM pictures
 and writes BMP files of 1, 4, 8 or 24 bits per pixel, raw or run-length
 encoded, through the library. It also inspects and decodes BMP files.")
 
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 include(CPack)

@@ -17,18 +17,18 @@ struct Heap {
     std::uint32_t untilFailure = 0;
 };
 
-Heap heap;
+Heap g_heap;
 
 bool refuses(std::size_t bytes) {
-    if (!heap.watching) return false;
-    const bool due = heap.untilFailure > 0 && --heap.untilFailure == 0;
+    if (!g_heap.watching) return false;
+    const bool due = g_heap.untilFailure > 0 && --g_heap.untilFailure == 0;
     if (!due && bytes <= kLargestBlock) return false;
-    heap.refused = true;
+    g_heap.refused = true;
     return true;
 }
 
 void count(long blocks) {
-    if (heap.watching) heap.live += blocks;
+    if (g_heap.watching) g_heap.live += blocks;
 }
 
 int lowestFreeDescriptor() {
@@ -40,33 +40,33 @@ int lowestFreeDescriptor() {
 }  // namespace
 
 HeapWatch::HeapWatch() : descriptor_(lowestFreeDescriptor()) {
-    heap = {};
-    heap.watching = true;
+    g_heap = {};
+    g_heap.watching = true;
 }
 
 HeapWatch::~HeapWatch() {
-    heap.watching = false;
-    require(heap.live >= 0, "a block was freed that nobody allocated");
-    require(heap.live == 0, "blocks stay allocated");
+    g_heap.watching = false;
+    require(g_heap.live >= 0, "a block was freed that nobody allocated");
+    require(g_heap.live == 0, "blocks stay allocated");
     require(lowestFreeDescriptor() == descriptor_, "files stay open");
 }
 
 bool HeapWatch::refused() {
-    return heap.refused;
+    return g_heap.refused;
 }
 
 FailingAllocation::FailingAllocation(std::uint32_t nth) {
-    heap.untilFailure = nth;
+    g_heap.untilFailure = nth;
 }
 
 FailingAllocation::~FailingAllocation() {
-    heap.untilFailure = 0;
+    g_heap.untilFailure = 0;
 }
 
-OwnAllocation::OwnAllocation() : postponed_(std::exchange(heap.untilFailure, 0)) {}
+OwnAllocation::OwnAllocation() : postponed_(std::exchange(g_heap.untilFailure, 0)) {}
 
 OwnAllocation::~OwnAllocation() {
-    heap.untilFailure = postponed_;
+    g_heap.untilFailure = postponed_;
 }
 
 }  // namespace fuzz

@@ -62,9 +62,9 @@ enum {
  *
  * The file has an even height: an odd one grows by a row (see CellFormat).
  *
- * 303 when no target could be opened, when picture, description or hostParams is null, or the
- * settings handle or a needed status block is 0. Otherwise 0, even when the export was cancelled or
- * cut off later: the host judges the file. */
+ * 303 when no target could be opened, when picture, description or hostParams is null, when the
+ * settings handle or a needed status block is 0, or when a call-back destroyed the settings.
+ * Otherwise 0, even when the export was cancelled or cut off later: the host judges the file. */
 TIVAR_API int32_t ExportCellData(const char* fileName, CellPicture* picture,
                                  const PictureDescription* description, HostWord* hostParams);
 

@@ -26,7 +26,8 @@ TIVAR_BEGIN_C
 /* ---- Results --------------------------------------------------------------------------------- */
 
 /* What a call comes to. Unless it is TIVAR_RESULT_OK, no complete file was left: a named file is as
- * it was before, there is no memory block, and a sink may have been given the beginning of a file. */
+ * it was before, there is no memory block, and a sink may have been given the beginning of a
+ * file. */
 enum TivarResult {
     TIVAR_RESULT_OK = 0,
     TIVAR_RESULT_CANCELLED,     /* progress or cancel said so */

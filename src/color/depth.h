@@ -1,5 +1,5 @@
-// The depths of pixels, in one place. How each lies in a row stands in pixel.h; whoever has a faster
-// way for some depths names them and leaves all others to the plain rule.
+// The depths of pixels, in one place. How each lies in a row stands in pixel.h; whoever has a
+// faster way for some depths names them and leaves all others to the plain rule.
 #pragma once
 
 #include <tivar/filter.h>

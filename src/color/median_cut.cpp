@@ -34,10 +34,6 @@ uint32_t cellOf(const uint8_t* pixel) {
            static_cast<uint32_t>(pixel[2] >> 3);
 }
 
-void countRow(uint16_t* histogram, ColorContext& context, const uint8_t* row, uint32_t width) {
-    for (uint32_t x = 0; x < width; ++x, row += 3) countPixels(histogram, context, cellOf(row), 1);
-}
-
 void countBitmap(uint16_t* histogram, ColorContext& context, const uint8_t* pixels,
                  uint32_t pixelBytes, uint32_t width, uint32_t height) {
     const uint32_t stride = (width * 3 + 3) / 4 * 4;
@@ -113,19 +109,20 @@ uint8_t* renewBlock(MemHandle& handle, uint32_t bytes) {
     return static_cast<uint8_t*>(GlobalLock(handle));
 }
 
-// Cuts the histogram into wanted colours; false without memory.
-bool cutHistogram(ColorContext& context, const uint16_t* histogram, uint8_t* table,
-                  uint16_t wanted) {
+// Obtains the room and reduces; false without memory.
+bool reduce(ColorContext& context, const uint16_t* histogram, uint8_t* table, uint16_t* count) {
+    const uint16_t wanted = *count;
+    if (context.distinct < wanted || wanted == 0) {
+        *count = reduceHistogram(context, histogram, {}, wanted, table);
+        return true;
+    }
     auto* boxes =
         reinterpret_cast<ColorBox*>(renewBlock(context.boxes, uint32_t{wanted} * sizeof(ColorBox)));
     auto* slots = reinterpret_cast<uint16_t*>(renewBlock(context.slots, uint32_t{wanted} * 2));
-    // The zero entry behind the last one is what the sort of the last range takes along.
     const OwnedBlock list(allocateZeroed((uint32_t{context.distinct} + 1) * sizeof(ColorEntry)));
     if (boxes == nullptr || slots == nullptr || !list) return false;
-    auto* colors = reinterpret_cast<ColorEntry*>(list.data);
-    listColors(histogram, colors);
-    cutBoxes(context, boxes, slots, colors, wanted);
-    takeMeans(boxes, table, wanted);
+    reduceHistogram(context, histogram, {boxes, slots, reinterpret_cast<ColorEntry*>(list.data)},
+                    wanted, table);
     return true;
 }
 
@@ -172,16 +169,27 @@ int32_t direct_indexed(const uint8_t* pixels, uint32_t pixelBytes, uint16_t widt
         *colorCount = 0;
         return 0;
     }
-    bool done = true;
-    if (record->distinct < *colorCount)
-        *colorCount = takeAllColors(histogram.data, table);
-    else if (*colorCount > 0)
-        done = cutHistogram(*record, histogram.data, table, *colorCount);
+    const bool done = reduce(*record, histogram.data, table, colorCount);
     if ((flags & kReduceKeepHistogram) == 0) {
         std::memset(histogram.data, 0, kHistogramCells * 2);
         record->distinct = 0;
     }
     return done ? 0 : -1;
+}
+
+void countRow(uint16_t* histogram, ColorContext& context, const uint8_t* row, uint32_t width) {
+    for (uint32_t x = 0; x < width; ++x, row += 3) countPixels(histogram, context, cellOf(row), 1);
+}
+
+uint16_t reduceHistogram(ColorContext& context, const uint16_t* histogram,
+                         const ReductionRoom& room, uint16_t wanted, uint8_t* table) {
+    if (context.distinct < wanted) return takeAllColors(histogram, table);
+    if (wanted == 0) return 0;
+    // The zero entry behind the last one is what the sort of the last range takes along.
+    listColors(histogram, room.list);
+    cutBoxes(context, room.boxes, room.slots, room.list, wanted);
+    takeMeans(room.boxes, table, wanted);
+    return wanted;
 }
 
 void getCRectData(ColorBox* box, const ColorEntry* list, uint16_t first, uint16_t last) {

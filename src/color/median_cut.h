@@ -65,6 +65,22 @@ int32_t TermColorLib(MemHandle context);
 int32_t direct_indexed(const uint8_t* pixels, uint32_t pixelBytes, uint16_t width, uint16_t height,
                        uint16_t* colorCount, uint32_t flags, uint8_t* table, MemHandle context);
 
+// Adds the pixels of a row, red, green, blue, to a histogram; context has the count of its cells.
+void countRow(uint16_t* histogram, ColorContext& context, const uint8_t* row, uint32_t width);
+
+// Room for a reduction to some number of colours, all zeros: as many boxes and slots, and a list of
+// the distinct colours and one more.
+struct ReductionRoom {
+    ColorBox* boxes;
+    uint16_t* slots;
+    ColorEntry* list;
+};
+
+// Reduces the histogram to the wanted number of colours, of which there are fewer when it has fewer
+// cells; the number of table's entries. The room is needed only when context has as many cells.
+uint16_t reduceHistogram(ColorContext& context, const uint16_t* histogram,
+                         const ReductionRoom& room, uint16_t wanted, uint8_t* table);
+
 // Describes the box of list positions first to last.
 void getCRectData(ColorBox* box, const ColorEntry* list, uint16_t first, uint16_t last);
 

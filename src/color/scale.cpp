@@ -25,7 +25,7 @@ struct Scale {
 };
 
 // Calls copy(from, to) for the pixels of a row that keep their order while others are dropped.
-template <typename Copy>
+template <class Copy>
 void shrinkColumns(uint32_t sourceWidth, uint32_t destWidth, Copy copy) {
     if (sourceWidth == 0 || destWidth == 0) return;
     const Scale scale(sourceWidth, destWidth);
@@ -34,7 +34,7 @@ void shrinkColumns(uint32_t sourceWidth, uint32_t destWidth, Copy copy) {
 }
 
 // The same for pixels that are repeated, from the right.
-template <typename Copy>
+template <class Copy>
 void stretchColumns(uint32_t sourceWidth, uint32_t destWidth, Copy copy) {
     const Scale scale(destWidth, sourceWidth);
     uint32_t place = destWidth;  // one right of the next pixel to write

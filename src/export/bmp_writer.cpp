@@ -7,8 +7,8 @@
 #include "base/memory.h"
 #include "color/bitmap.h"
 #include "color/depth.h"
-#include "export/bmp_writer.h"
 #include "color/red_blue.h"
+#include "export/bmp_writer.h"
 #include "export/rle.h"
 #include "io/stream_record.h"
 

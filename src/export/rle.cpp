@@ -58,7 +58,7 @@ struct PairWriter {
 };
 
 // The pairs of all runs but the last, whose first byte's place is the answer.
-template <typename Pairs>
+template <class Pairs>
 uint32_t encodeRuns(const uint8_t* source, uint32_t length, Pairs& pairs) {
     uint32_t start = 0;
     uint32_t done = 0;
@@ -77,7 +77,7 @@ uint32_t encodeRuns(const uint8_t* source, uint32_t length, Pairs& pairs) {
     return start;
 }
 
-template <typename Pairs>
+template <class Pairs>
 void encodeRow(uint32_t length, uint32_t* outLength, const uint8_t* source, uint8_t* destination) {
     if (outLength == nullptr) return;
     *outLength = 0;

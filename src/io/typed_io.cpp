@@ -76,9 +76,8 @@ int32_t readItems(OxlStream stream, void* items, int32_t count, Decode decode) {
     constexpr auto kBytes = static_cast<int32_t>(sizeof(Word));
     if (items == nullptr || count < 0 || count > INT32_MAX / kBytes) return 0;
     if (oxlRead(stream, items, count * kBytes) < count * kBytes) return 0;
-    for (int32_t i = 0; i < count; ++i) {
+    for (int32_t i = 0; i < count; ++i)
         store(items, i, decode(static_cast<uint8_t*>(items) + static_cast<size_t>(i) * kBytes));
-    }
     return count;
 }
 

@@ -9,44 +9,26 @@
 namespace tivar {
 namespace {
 
-// Along the axis a part is looked at in so many slices.
-constexpr int kSlices = 256;
 constexpr int kSliceShift = 32;
 // The longest component of an axis.
 constexpr double kAxisLength = 1024;
-
-// A plane: points whose slice is at most last lie below it.
-struct Plane {
-    int32_t axis[3];
-    int32_t lowest;   // place of a point along the axis
-    uint64_t factor;  // slices per place, shifted
-    int last;
-};
-
-struct Part {
-    ColorPoint* points;
-    uint32_t count;
-    ColorSum sum;
-    double gain;  // squared error less by the best cut; 0 = cannot be cut
-    Plane plane;
-};
 
 // Red-red, red-green, red-blue, green-green, green-blue, blue-blue.
 struct Moments {
     uint64_t products[6];
 };
 
-int32_t placeOf(const Plane& plane, const ColorPoint& point) {
+int32_t placeOf(const CutPlane& plane, const ColorPoint& point) {
     return plane.axis[0] * point.channels[0] + plane.axis[1] * point.channels[1] +
            plane.axis[2] * point.channels[2];
 }
 
-int sliceOf(const Plane& plane, const ColorPoint& point) {
+int sliceOf(const CutPlane& plane, const ColorPoint& point) {
     const auto above = static_cast<uint64_t>(placeOf(plane, point) - plane.lowest);
     return static_cast<int>(above * plane.factor >> kSliceShift);
 }
 
-void measure(Part& part, Moments& moments) {
+void measure(ColorPart& part, Moments& moments) {
     part.sum = {};
     moments = {};
     for (uint32_t i = 0; i < part.count; ++i) {
@@ -109,7 +91,7 @@ bool findAxis(Matrix matrix, int32_t* axis) {
 }
 
 // Spreads the slices over the part; false when all its points lie at one place of the axis.
-bool spreadSlices(const Part& part, Plane& plane) {
+bool spreadSlices(const ColorPart& part, CutPlane& plane) {
     int32_t lowest = INT32_MAX;
     int32_t highest = INT32_MIN;
     for (uint32_t i = 0; i < part.count; ++i) {
@@ -138,7 +120,7 @@ ColorSum differenceOf(const ColorSum& a, const ColorSum& b) {
 }
 
 // The slice behind which the plane had best lie, and what that gains.
-void placePlane(Part& part, const ColorSum* slices) {
+void placePlane(ColorPart& part, const ColorSum* slices) {
     const double whole = squaredMean(part.sum);
     ColorSum below{};
     for (int slice = 0; slice < kSlices - 1; ++slice) {
@@ -153,8 +135,9 @@ void placePlane(Part& part, const ColorSum* slices) {
     }
 }
 
-// Finds out how the part is best cut.
-void weigh(Part& part, ColorSum* slices) {
+}  // namespace
+
+void weighPart(ColorPart& part, ColorSum* slices) {
     Moments moments;
     measure(part, moments);
     part.gain = 0;
@@ -167,43 +150,43 @@ void weigh(Part& part, ColorSum* slices) {
     placePlane(part, slices);
 }
 
-// Cuts a part in two: those below the plane stay in it.
-Part cut(Part& part) {
+ColorPart cutPart(ColorPart& part) {
     const ColorPoint* middle = std::partition(
         part.points, part.points + part.count,
         [&](const ColorPoint& point) { return sliceOf(part.plane, point) <= part.plane.last; });
-    Part above = part;
+    ColorPart above = part;
     part.count = static_cast<uint32_t>(middle - part.points);
     above.points += part.count;
     above.count -= part.count;
     return above;
 }
 
-}  // namespace
-
-uint32_t cutColors(ColorPoint* points, uint32_t count, uint32_t most) {
-    Block<Part> parts;
+bool cutClusters(Clusters& clusters, uint32_t most) {
+    Block<ColorPart> parts;
     Block<ColorSum> slices;
-    if (!parts.obtain(most) || !slices.obtain(kSlices)) return 0;
-    parts[0].points = points;
-    parts[0].count = count;
-    weigh(parts[0], slices.data);
+    if (!parts.obtain(most) || !slices.obtain(kSlices)) return false;
+    parts[0].points = clusters.points->data;
+    parts[0].count = clusters.pointCount();
+    weighPart(parts[0], slices.data);
     uint32_t made = 1;
     while (made < most) {
-        Part* worst =
-            std::max_element(parts.data, parts.data + made,
-                             [](const Part& a, const Part& b) { return a.gain < b.gain; });
+        ColorPart* worst = std::max_element(
+            parts.data, parts.data + made,
+            [](const ColorPart& a, const ColorPart& b) { return a.gain < b.gain; });
         if (worst->gain <= 0) break;
-        parts[made] = cut(*worst);
-        weigh(*worst, slices.data);
-        weigh(parts[made], slices.data);
+        parts[made] = cutPart(*worst);
+        weighPart(*worst, slices.data);
+        weighPart(parts[made], slices.data);
         ++made;
     }
     for (uint32_t i = 0; i < made; ++i) {
         for (uint32_t k = 0; k < parts[i].count; ++k)
             parts[i].points[k].cluster = static_cast<uint16_t>(i);
     }
-    return made;
+    clusters.first[made] = clusters.pointCount();
+    clusters.count = made;
+    regroup(clusters);
+    return true;
 }
 
 }  // namespace tivar

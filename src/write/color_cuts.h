@@ -6,12 +6,38 @@
 
 #include <cstdint>
 
+#include "write/clusters.h"
 #include "write/color_point.h"
 
 namespace tivar {
 
-// Gives every point its cluster and reorders the points, those of a cluster side by side. Returns
-// how many clusters there are: at most most, 1 to 256; 0 without memory.
-uint32_t cutColors(ColorPoint* points, uint32_t count, uint32_t most);
+// A plane across an axis: points whose slice is at most last lie below it.
+struct CutPlane {
+    int32_t axis[3];
+    int32_t lowest;   // place of a point along the axis
+    uint64_t factor;  // slices per place, shifted
+    int last;
+};
+
+// Points side by side, and how they are best cut.
+struct ColorPart {
+    ColorPoint* points;
+    uint32_t count;
+    ColorSum sum;
+    double gain;  // squared error less by the best cut; 0 = cannot be cut
+    CutPlane plane;
+};
+
+// Along the axis a part is looked at in so many slices.
+constexpr int kSlices = 256;
+
+// Finds out how the part is best cut; slices is room for as many.
+void weighPart(ColorPart& part, ColorSum* slices);
+
+// Cuts a part in two: those below the plane stay in it.
+ColorPart cutPart(ColorPart& part);
+
+// Divides all points, which are in one cluster, into most clusters at most. False without memory.
+bool cutClusters(Clusters& clusters, uint32_t most);
 
 }  // namespace tivar

@@ -5,8 +5,10 @@
 
 namespace tivar {
 
-// Steps of a channel's level: means are kept that much finer than the picture's own levels.
-constexpr int kPointSteps = 16;
+// Steps of a channel's level: means are kept that much finer than the picture's own levels, and
+// squared distances still are whole numbers that a float holds.
+constexpr int kPointSteps = 8;
+static_assert(3 * (255 * kPointSteps) * (255 * kPointSteps) < 1 << 24);
 
 // Pixels of nearly one colour: their mean, their number (of very large pictures a fraction of it)
 // and the cluster that they belong to.

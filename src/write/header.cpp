@@ -85,8 +85,8 @@ void putWindowsHeader(Bytes& bytes, const Job& job, const FileForm& form) {
     bytes.put32(0);
 }
 
-// Behind the 40 bytes that it shares with the Windows header: masks, then a colour space by name, whose
-// end points and gammas are not used.
+// Behind the 40 bytes that it shares with the Windows header: masks, then a colour space by name,
+// whose end points and gammas are not used.
 void putV4Rest(Bytes& bytes, const Job& job, const FileForm& form) {
     const Masks masks = form.compression == kBmpMasks ? masksOf(job) : Masks{};
     for (const uint32_t mask : {masks.red, masks.green, masks.blue, masks.alpha}) bytes.put32(mask);

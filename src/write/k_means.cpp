@@ -1,121 +1,135 @@
 #include "write/k_means.h"
 
 #include <algorithm>
+#include <atomic>
 
-#include "base/block.h"
 #include "write/parallel.h"
 
 namespace tivar {
 namespace {
 
-// Another centre and a quarter of the squared distance to it, which is above the index: no point
-// nearer to this centre than that can be nearer to the other one.
-using Neighbour = uint32_t;
-constexpr int kIndexBits = 8;
-// The nearest neighbours are in order; the others are looked at when those were not enough.
-constexpr uint32_t kOrdered = 24;
-static_assert(kMostCenters <= 1 << kIndexBits);
-static_assert(uint64_t{3} * 4095 * 4095 / 4 < uint64_t{1} << (32 - kIndexBits));
+// All distances and means are whole numbers below 2^24, in which floats are exact.
+using FourFloats __attribute__((vector_size(16))) = float;
+using FourInts __attribute__((vector_size(16))) = int32_t;
 
-struct Neighbours {
-    Neighbour all[kMostCenters];
+struct Means {
+    float channels[kMostClusters][3];
+    bool empty[kMostClusters];
 };
 
-template <class A, class B>
-uint32_t squaredDistance(const A& a, const B& b) {
-    uint32_t sum = 0;
-    for (int i = 0; i < 3; ++i) {
-        const int32_t apart = int32_t{a.channels[i]} - int32_t{b.channels[i]};
-        sum += static_cast<uint32_t>(apart * apart);
-    }
+// The means that can be nearer than its own to points of one cluster, the nearest to it first, in
+// fours.
+struct Rivals {
+    FourFloats channels[kMostClusters / 4][3];
+    FourInts clusters[kMostClusters / 4];
+    float quarters[kMostClusters / 4];  // of the squared distance to the first of the four
+    uint32_t fours;
+};
+
+float squaredDistance(const float* a, const float* b) {
+    float sum = 0;
+    for (int i = 0; i < 3; ++i) sum += (a[i] - b[i]) * (a[i] - b[i]);
     return sum;
 }
 
-void orderNeighbours(const ColorCenter* centers, uint32_t clusters, Neighbours* neighbours) {
-    for (uint32_t i = 0; i < clusters; ++i) {
-        Neighbour* list = neighbours[i].all;
-        uint32_t listed = 0;
-        for (uint32_t k = 0; k < clusters; ++k) {
-            if (k != i)
-                list[listed++] = squaredDistance(centers[i], centers[k]) / 4 << kIndexBits | k;
-        }
-        if (listed > kOrdered) std::nth_element(list, list + kOrdered, list + listed);
-        std::sort(list, list + std::min(listed, kOrdered));
+struct Place {
+    float channels[3];
+
+    explicit Place(const ColorPoint& point)
+        : channels{static_cast<float>(point.channels[0]), static_cast<float>(point.channels[1]),
+                   static_cast<float>(point.channels[2])} {}
+};
+
+void findMeans(const Clusters& clusters, Means& means) {
+    for (uint32_t i = 0; i < clusters.count; ++i) {
+        means.empty[i] = clusters.sums[i].weight == 0;
+        for (int c = 0; c < 3; ++c)
+            means.channels[i][c] = means.empty[i] ? 0 : meanOf(clusters.sums[i], c);
     }
 }
 
-// Of equally near centres the lowest.
-uint16_t nearestCenter(const ColorPoint& point, const ColorCenter* centers, uint32_t clusters,
-                       const Neighbours* neighbours) {
-    const uint32_t own = squaredDistance(point, centers[point.cluster]);
-    const Neighbour* list = neighbours[point.cluster].all;
-    uint32_t best = own;
-    uint32_t nearest = point.cluster;
-    for (uint32_t i = 0; i + 1 < clusters; ++i) {
-        if (list[i] >> kIndexBits > own) {
-            if (i < kOrdered) break;
-            continue;
-        }
-        const uint32_t other = list[i] & (kMostCenters - 1);
-        const uint32_t distance = squaredDistance(point, centers[other]);
-        if (distance > best || (distance == best && other > nearest)) continue;
-        best = distance;
-        nearest = other;
-    }
-    return static_cast<uint16_t>(nearest);
+// The greatest squared distance of a point to its cluster's mean.
+float reachOf(const Clusters& clusters, const Means& means, uint32_t cluster) {
+    const ColorPoint* points = clusters.pointsOf(cluster);
+    const uint32_t size = clusters.sizeOf(cluster);
+    float reach = 0;
+    for (uint32_t i = 0; i < size; ++i)
+        reach =
+            std::max(reach, squaredDistance(Place(points[i]).channels, means.channels[cluster]));
+    return reach;
 }
 
-void assignPoints(ColorPoint* points, uint32_t count, const ColorCenter* centers, uint32_t clusters,
-                  const Neighbours* neighbours, int threads) {
-    auto assign = [&](int, uint32_t first, uint32_t last) {
-        for (uint32_t i = first; i < last; ++i)
-            points[i].cluster = nearestCenter(points[i], centers, clusters, neighbours);
-    };
-    forParts(count, 1 << 13, threads, assign);
+// No point nearer to its mean than half the distance to another mean is nearer to that one.
+void findRivals(const Clusters& clusters, const Means& means, uint32_t cluster, Rivals& rivals) {
+    constexpr int kIndexBits = 8;
+    const float reach = reachOf(clusters, means, cluster);
+    uint32_t order[kMostClusters + 3];
+    uint32_t listed = 0;
+    for (uint32_t i = 0; i < clusters.count; ++i) {
+        const float apart = squaredDistance(means.channels[cluster], means.channels[i]);
+        order[listed] = static_cast<uint32_t>(apart) << kIndexBits | i;
+        listed += apart < 4 * reach && i != cluster && !means.empty[i] ? 1 : 0;
+    }
+    std::sort(order, order + listed);
+    rivals.fours = (listed + 3) / 4;
+    for (uint32_t i = 0; i < rivals.fours * 4; ++i) {
+        const uint32_t rival = order[std::min(i, listed - 1)];
+        const uint32_t index = rival & (kMostClusters - 1);
+        for (int c = 0; c < 3; ++c) rivals.channels[i / 4][c][i % 4] = means.channels[index][c];
+        rivals.clusters[i / 4][i % 4] = static_cast<int32_t>(index);
+        if (i % 4 == 0) rivals.quarters[i / 4] = static_cast<float>(rival >> kIndexBits) / 4;
+    }
 }
 
-// The point that its cluster fits worst.
-ColorPoint* worstPoint(ColorPoint* points, uint32_t count, const ColorCenter* centers) {
-    uint64_t worst = 0;
-    ColorPoint* found = points;
-    for (uint32_t i = 0; i < count; ++i) {
-        const uint64_t error =
-            uint64_t{squaredDistance(points[i], centers[points[i].cluster])} * points[i].weight;
-        if (error <= worst) continue;
-        worst = error;
-        found = points + i;
+// The cluster with the nearest mean; its own as long as no other is nearer.
+uint16_t nearestCluster(const ColorPoint& point, const float* own, const Rivals& rivals) {
+    const Place place(point);
+    const float distance = squaredDistance(place.channels, own);
+    if (rivals.fours == 0 || rivals.quarters[0] >= distance) return point.cluster;
+    FourFloats best = FourFloats{} + distance;
+    FourInts nearest = FourInts{} + point.cluster;
+    for (uint32_t i = 0; i < rivals.fours && rivals.quarters[i] < distance; ++i) {
+        const FourFloats red = rivals.channels[i][0] - place.channels[0];
+        const FourFloats green = rivals.channels[i][1] - place.channels[1];
+        const FourFloats blue = rivals.channels[i][2] - place.channels[2];
+        const FourFloats apart = red * red + green * green + blue * blue;
+        nearest = apart < best ? rivals.clusters[i] : nearest;
+        best = apart < best ? apart : best;
     }
-    return found;
+    int at = 0;
+    for (int i = 1; i < 4; ++i) at = best[i] < best[at] ? i : at;
+    return static_cast<uint16_t>(nearest[at]);
+}
+
+uint32_t movePoints(Clusters& clusters, const Means& means, uint32_t cluster) {
+    if (clusters.sizeOf(cluster) == 0) return 0;
+    Rivals rivals;
+    findRivals(clusters, means, cluster, rivals);
+    uint32_t moved = 0;
+    ColorPoint* points = clusters.pointsOf(cluster);
+    const uint32_t size = clusters.sizeOf(cluster);
+    for (uint32_t i = 0; i < size; ++i) {
+        points[i].cluster = nearestCluster(points[i], means.channels[cluster], rivals);
+        moved += points[i].cluster != cluster ? 1 : 0;
+    }
+    return moved;
 }
 
 }  // namespace
 
-void meanCenters(ColorPoint* points, uint32_t count, ColorCenter* centers, uint32_t clusters) {
-    ColorSum sums[kMostCenters] = {};
-    for (uint32_t i = 0; i < count; ++i) sums[points[i].cluster].add(points[i]);
-    for (uint32_t i = 0; i < clusters; ++i) {
-        if (sums[i].weight == 0) continue;
-        for (int k = 0; k < 3; ++k)
-            centers[i].channels[k] =
-                static_cast<int32_t>(roundedQuotient(sums[i].channels[k], sums[i].weight));
-    }
-    for (uint32_t i = 0; i < clusters; ++i) {
-        if (sums[i].weight != 0) continue;
-        ColorPoint* moved = worstPoint(points, count, centers);
-        moved->cluster = static_cast<uint16_t>(i);
-        for (int k = 0; k < 3; ++k) centers[i].channels[k] = moved->channels[k];
-    }
-}
-
-bool refineCenters(ColorPoint* points, uint32_t count, ColorCenter* centers, uint32_t clusters,
-                   int rounds, int threads) {
-    Block<Neighbours> neighbours;
-    if (!neighbours.obtain(clusters)) return false;
-    for (int round = 0; round < rounds; ++round) {
-        orderNeighbours(centers, clusters, neighbours.data);
-        assignPoints(points, count, centers, clusters, neighbours.data, threads);
-        meanCenters(points, count, centers, clusters);
-    }
+bool moveToNearest(Clusters& clusters, int threads) {
+    Means means;
+    findMeans(clusters, means);
+    std::atomic<uint32_t> moved{0};
+    auto move = [&](int, uint32_t first, uint32_t last) {
+        for (uint32_t i = first; i < last; ++i)
+            moved.fetch_add(movePoints(clusters, means, i), std::memory_order_relaxed);
+    };
+    // A thread is worth having for so many points.
+    constexpr uint32_t kPointsOfThread = 1 << 14;
+    forParts(clusters.count, 8, threadsFor(clusters.pointCount() / kPointsOfThread, threads), move);
+    if (moved.load() == 0) return false;
+    regroup(clusters);
     return true;
 }
 

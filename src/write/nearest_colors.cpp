@@ -1,13 +1,11 @@
 #include "write/nearest_colors.h"
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstring>
+
+#include "write/lanes.h"
 
 namespace tivar {
 namespace {
@@ -96,62 +94,63 @@ uint8_t searchTable(const NearestColors& colors, const uint8_t* rgb) {
     return static_cast<uint8_t>(nearest);
 }
 
-// A cube of colours, its lowest and highest levels.
-struct Cube {
-    float low[3];
-    float high[3];
-
-    Cube(const uint8_t* rgb, int bits) {
-        for (int i = 0; i < 3; ++i) {
-            const int lowest = rgb[i] >> bits << bits;
-            low[i] = static_cast<float>(lowest);
-            high[i] = static_cast<float>(lowest + (1 << bits) - 1);
-        }
-    }
-};
-
-// Entries side by side, and their squared distances to the nearest and farthest place of a cube.
+// Entries side by side, and their squared distances to the nearest place of a cube.
 struct Reach {
-    float channels[3][256];
-    float near[256];
-    float far[256];
+    FourFloats channels[3][64];
+    FourFloats near[64];
 };
 
-void measure(Reach& reach, const float (*channels)[256], uint32_t count, const Cube& cube) {
-    for (uint32_t i = 0; i < count; ++i) {
-        float near = 0;
-        float far = 0;
+inline FourFloats lesser(FourFloats a, FourFloats b) {
+    return a < b ? a : b;
+}
+
+inline FourFloats greater(FourFloats a, FourFloats b) {
+    return a > b ? a : b;
+}
+
+// Measures the entries to the cube of 2^bits levels a side that the colour lies in. The result is
+// the least of the farthest distances: whatever the colour, its nearest entry is no farther.
+float measure(Reach& reach, const FourFloats (*channels)[64], uint32_t count, const uint8_t* rgb,
+              int bits) {
+    float low[3];
+    for (int c = 0; c < 3; ++c) low[c] = static_cast<float>(rgb[c] >> bits << bits);
+    const auto side = static_cast<float>((1 << bits) - 1);
+    const FourFloats zero{};
+    FourFloats bound = zero + 3 * 256 * 256;
+    for (uint32_t i = 0; i * 4 < count; ++i) {
+        FourFloats near = zero;
+        FourFloats far = zero;
         for (int c = 0; c < 3; ++c) {
-            const float below = cube.low[c] - channels[c][i];
-            const float above = channels[c][i] - cube.high[c];
-            const float outside = below > above ? below : above;
-            const float inward = outside > 0 ? outside : 0;
-            const float across = below < above ? below : above;
+            const FourFloats below = low[c] - channels[c][i];
+            const FourFloats above = zero - below - side;
+            const FourFloats inward = greater(greater(below, above), zero);
+            const FourFloats across = lesser(below, above);
             near += inward * inward;
             far += across * across;
         }
         reach.near[i] = near;
-        reach.far[i] = far;
+        bound = lesser(bound, far);
     }
+    return std::min({bound[0], bound[1], bound[2], bound[3]});
 }
 
-// Whatever the colour, its nearest entry is no farther than the least of the farthest distances.
-float boundOf(const Reach& reach, uint32_t count) {
-    float bound = reach.far[0];
-    for (uint32_t i = 1; i < count; ++i) bound = reach.far[i] < bound ? reach.far[i] : bound;
-    return bound;
+// Lists the entries that are near enough: the numbers that they have in names.
+template <class Names>
+uint32_t listNear(const Reach& reach, float bound, uint32_t count, Names&& name, uint8_t* list) {
+    uint32_t listed = 0;
+    for (uint32_t i = 0; i < count; ++i) {
+        list[listed] = name(i);
+        listed += reach.near[i / 4][i % 4] <= bound ? 1 : 0;
+    }
+    return listed;
 }
 
 void makeRegion(const NearestColors& colors, NearestColors::Region& region, const uint8_t* rgb) {
     Reach reach;
-    measure(reach, colors.channels, colors.count, Cube(rgb, kRegionBits));
-    const float bound = boundOf(reach, colors.count);
-    uint32_t listed = 0;
-    for (uint32_t i = 0; i < colors.count; ++i) {
-        region.indices[listed] = static_cast<uint8_t>(i);
-        listed += reach.near[i] <= bound ? 1 : 0;
-    }
-    region.count = listed;
+    const float bound = measure(reach, colors.channels, colors.count, rgb, kRegionBits);
+    region.count = listNear(
+        reach, bound, colors.count, [](uint32_t i) { return static_cast<uint8_t>(i); },
+        region.indices);
 }
 
 // The region's list; null while another thread makes it.
@@ -209,17 +208,16 @@ uint32_t wordOf(uint8_t* list, uint32_t count) {
 uint32_t makeWord(const NearestColors& colors, const NearestColors::Region& region,
                   const uint8_t* rgb) {
     Reach reach;
-    for (uint32_t i = 0; i < region.count; ++i) {
-        for (int c = 0; c < 3; ++c) reach.channels[c][i] = colors.channels[c][region.indices[i]];
+    const uint32_t end = (region.count + 3) / 4 * 4;
+    for (uint32_t i = 0; i < end; ++i) {
+        const uint8_t index = region.indices[std::min(i, region.count - 1)];
+        for (int c = 0; c < 3; ++c)
+            reach.channels[c][i / 4][i % 4] = static_cast<float>(colors.entries[index][c]);
     }
-    measure(reach, reach.channels, region.count, Cube(rgb, kCellBits));
-    const float bound = boundOf(reach, region.count);
+    const float bound = measure(reach, reach.channels, region.count, rgb, kCellBits);
     uint8_t list[256 + kOfWord];
-    uint32_t listed = 0;
-    for (uint32_t i = 0; i < region.count; ++i) {
-        list[listed] = region.indices[i];
-        listed += reach.near[i] <= bound ? 1 : 0;
-    }
+    uint32_t listed = listNear(
+        reach, bound, region.count, [&](uint32_t i) { return region.indices[i]; }, list);
     if (listed > kOfWord && listed <= kMostPaired) listed = dropBehind(colors, list, listed, rgb);
     return wordOf(list, listed);
 }
@@ -247,7 +245,7 @@ uint8_t searchRegion(const NearestColors& colors, const uint8_t* rgb) {
 // is that of the lowest index at the least distance.
 constexpr int kKeyShift = 8;
 
-#ifdef __SSE2__
+#ifdef TIVAR_SSE2
 
 inline uint32_t loadPixel(const uint8_t* rgb) {
     uint16_t low;
@@ -330,7 +328,7 @@ bool NearestColors::prepare(const ColorTable& table) {
         const uint8_t* entry = table.entries[i < count ? i : 0];
         for (int c = 0; c < 3; ++c) {
             entries[i][c] = entry[c];
-            channels[c][i] = entry[c];
+            channels[c][i / 4][i % 4] = entry[c];
         }
         entries[i][3] = 0;
     }

@@ -11,6 +11,9 @@
 
 namespace tivar {
 
+// Whole numbers below 2^24, in which floats are exact.
+using FourFloats __attribute__((vector_size(16))) = float;
+
 struct NearestColors {
     // The candidates of a region of several cells: their indices, in order.
     struct Region {
@@ -25,9 +28,9 @@ struct NearestColors {
 
     uint32_t count = 0;
     alignas(16) int16_t entries[256][4];  // red, green, blue, 0
-    float channels[3][256];               // whole numbers below 2^24 are exact
-    Block<uint32_t> words;                // a cell each
-    Block<uint32_t> memo;  // colour << 8 | index, for cells with more candidates than a word holds
+    FourFloats channels[3][64];
+    Block<uint32_t> words;  // a cell each
+    Block<uint32_t> memo;   // colour << 8 | index, for cells with more candidates than a word holds
     Block<Region> regions;
 };
 

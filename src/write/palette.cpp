@@ -2,13 +2,17 @@
 
 #include <algorithm>
 
+#include "write/cluster_exchange.h"
+#include "write/clusters.h"
 #include "write/color_cuts.h"
 #include "write/k_means.h"
 
 namespace tivar {
 namespace {
 
-constexpr int kRounds = 6;
+// Rounds that end with an exchange of clusters, and those that follow.
+constexpr int kExchanges = 4;
+constexpr int kRounds = 5;
 
 uint32_t lumaOf(const uint8_t* rgb) {
     return rgb[0] * 299u + rgb[1] * 587u + rgb[2] * 114u;
@@ -36,31 +40,55 @@ void takeEntries(Entry* entries, uint32_t count, ColorTable& table) {
         std::copy(entries[i].rgb, entries[i].rgb + 3, table.entries[i]);
 }
 
-uint8_t levelOf(int32_t steps) {
-    return static_cast<uint8_t>((steps + kPointSteps / 2) / kPointSteps);
+uint8_t levelOf(float steps) {
+    return static_cast<uint8_t>((static_cast<int>(steps) + kPointSteps / 2) / kPointSteps);
 }
 
-template <class Channels>
-Entry entryOf(const Channels& channels) {
-    return {{levelOf(channels[0]), levelOf(channels[1]), levelOf(channels[2])}};
+template <class Channel>
+Entry entryOf(Channel&& channel) {
+    return {{levelOf(channel(0)), levelOf(channel(1)), levelOf(channel(2))}};
 }
 
 void takePoints(const PictureColors& colors, ColorTable& table) {
     Entry entries[256];
-    for (uint32_t i = 0; i < colors.count; ++i) entries[i] = entryOf(colors.points[i].channels);
+    for (uint32_t i = 0; i < colors.count; ++i) {
+        const ColorPoint& point = colors.points[i];
+        entries[i] = entryOf([&](int c) { return static_cast<float>(point.channels[c]); });
+    }
     takeEntries(entries, colors.count, table);
 }
 
+void takeMeans(const Clusters& clusters, ColorTable& table) {
+    Entry entries[kMostClusters];
+    uint32_t count = 0;
+    for (uint32_t i = 0; i < clusters.count; ++i) {
+        const ColorSum& sum = clusters.sums[i];
+        if (sum.weight != 0) entries[count++] = entryOf([&](int c) { return meanOf(sum, c); });
+    }
+    takeEntries(entries, count, table);
+}
+
+// False without memory.
+bool refine(Clusters& clusters, int threads) {
+    for (int i = 0; i < kExchanges; ++i) {
+        moveToNearest(clusters, threads);
+        const ExchangeResult exchanged = exchangeClusters(clusters);
+        if (exchanged == ExchangeResult::kNoMemory) return false;
+        if (exchanged == ExchangeResult::kNothingToDo) break;
+    }
+    for (int i = 0; i < kRounds && moveToNearest(clusters, threads); ++i) continue;
+    return true;
+}
+
 bool reduce(PictureColors& colors, uint32_t most, int threads, ColorTable& table) {
-    ColorPoint* points = colors.points.data;
-    const uint32_t clusters = cutColors(points, colors.count, most);
-    if (clusters == 0) return false;
-    ColorCenter centers[kMostCenters];
-    meanCenters(points, colors.count, centers, clusters);
-    if (!refineCenters(points, colors.count, centers, clusters, kRounds, threads)) return false;
-    Entry entries[kMostCenters];
-    for (uint32_t i = 0; i < clusters; ++i) entries[i] = entryOf(centers[i].channels);
-    takeEntries(entries, clusters, table);
+    Clusters clusters;
+    clusters.points = &colors.points;
+    clusters.count = 1;
+    clusters.first[1] = colors.count;
+    if (!clusters.spare.obtain(colors.count) || !cutClusters(clusters, most) ||
+        !refine(clusters, threads))
+        return false;
+    takeMeans(clusters, table);
     return true;
 }
 

@@ -16,7 +16,7 @@ struct Shared {
     uint32_t parts;
     PartFunction run;
     void* context;
-    std::atomic<uint32_t> next{0};
+    std::atomic<uint32_t> next{1};  // the first is the caller's
 };
 
 struct Worker {
@@ -25,19 +25,19 @@ struct Worker {
     pthread_t thread;
 };
 
-void work(Shared& shared, int number) {
-    for (;;) {
-        const uint32_t part = shared.next.fetch_add(1, std::memory_order_relaxed);
-        if (part >= shared.parts) return;
+void workFrom(Shared& shared, int number, uint32_t part) {
+    while (part < shared.parts) {
         const uint32_t first = part * shared.grain;
         const uint32_t last = first + std::min(shared.grain, shared.count - first);
         shared.run(shared.context, number, first, last);
+        part = shared.next.fetch_add(1, std::memory_order_relaxed);
     }
 }
 
 void* startWorker(void* argument) {
     const auto* worker = static_cast<const Worker*>(argument);
-    work(*worker->shared, worker->number);
+    Shared& shared = *worker->shared;
+    workFrom(shared, worker->number, shared.next.fetch_add(1, std::memory_order_relaxed));
     return nullptr;
 }
 
@@ -73,7 +73,7 @@ void runParts(uint32_t count, uint32_t grain, int threads, PartFunction run, voi
     Shared shared{count, grain, (count - 1) / grain + 1, run, context};
     Worker workers[kMostThreads];
     const int started = startWorkers(workers, threadsFor(shared.parts, threads) - 1, shared);
-    work(shared, 0);
+    workFrom(shared, 0, 0);
     for (int i = 0; i < started; ++i) pthread_join(workers[i].thread, nullptr);
 }
 

@@ -16,7 +16,8 @@ using PartFunction = void (*)(void* context, int worker, uint32_t first, uint32_
 int threadsFor(uint64_t parts, int threads);
 
 // Calls run for every part of 0 to count, grain indices each, on up to so many threads, the
-// caller's among them. A thread that cannot be had is done without. Returns when all is done.
+// caller's among them, which does the first part at least. A thread that cannot be had is done
+// without. Returns when all is done.
 void runParts(uint32_t count, uint32_t grain, int threads, PartFunction run, void* context);
 
 // The same for run(worker, first, last).

@@ -22,8 +22,8 @@ struct RleEncoder {
     uint32_t period;  // pixels in a byte: after so many a run repeats
     uint32_t perWord;
     uint32_t shortestLiteral;  // 0, 1 and 2 are codes
-    // Of the rest of the row from every pixel on: its bytes, the pixels of its first run, and whether
-    // that is a literal one.
+    // Of the rest of the row from every pixel on: its bytes, the pixels of its first run, and
+    // whether that is a literal one.
     Block<uint64_t> costs;
     Block<uint8_t> counts;
     Block<uint8_t> literal;
@@ -34,8 +34,8 @@ struct RleEncoder {
 // False without memory.
 bool prepareEncoder(RleEncoder& encoder, uint32_t bits, uint32_t width);
 
-// Encodes a row, an index a byte, into encoder.codes: their length. The codes of the last row of the
-// file end the bitmap, those of any other the line.
+// Encodes a row, an index a byte, into encoder.codes: their length. The codes of the last row of
+// the file end the bitmap, those of any other the line.
 uint64_t encodeRow(RleEncoder& encoder, const uint8_t* indices, bool last);
 
 }  // namespace tivar

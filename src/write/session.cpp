@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "write/palette.h"
+#include "write/row_pass.h"
 #include "write/true_color.h"
 
 namespace tivar {
@@ -105,31 +106,54 @@ int32_t settlePalette(Session& session) {
 
 // ---- Rows ----
 
-// The indices of row y: in the picture or in session.indexRow.
-const uint8_t* indicesOfRow(Session& session, uint32_t y, const uint8_t* row) {
-    if (session.job.source == PixelSource::kIndices)
-        return keptIndicesOf(session.kept, session.colors, row, session.indexRow.data);
-    const uint8_t* colors = colorsOf(session.colors, row, session.colorRow.data);
-    indexRow(session.reduced, y, colors, session.indexRow.data);
-    return session.indexRow.data;
+uint8_t* colorRowOf(const Session& session, uint32_t slot) {
+    return session.colorRows.data + size_t{session.job.picture.width} * 3 * slot;
 }
 
-// Row y as the file has it, form.rowBytes bytes with the padding zero: enum TivarResult.
-int32_t putRow(Session& session, uint32_t y, uint8_t* out) {
-    if (!goOn(session.watch)) return TIVAR_RESULT_CANCELLED;
-    const uint8_t* row = rowOf(session.source, y);
-    if (row == nullptr) return TIVAR_RESULT_ROW_FAILED;
+uint8_t* indexRowOf(const Session& session, uint32_t slot) {
+    return session.indexRows.data + size_t{session.job.picture.width} * slot;
+}
+
+// Rows of the picture become rows of indices: in the picture or in the slots from slot on.
+void makeIndices(Session& session, uint32_t slot, RowGroup& group) {
+    if (session.job.source == PixelSource::kIndices) {
+        for (uint32_t i = 0; i < group.count; ++i)
+            group.rows[i] = keptIndicesOf(session.kept, session.colors, group.rows[i],
+                                          indexRowOf(session, slot + i));
+        return;
+    }
+    uint8_t* indices[kFlightRows];
+    for (uint32_t i = 0; i < group.count; ++i) {
+        group.rows[i] = colorsOf(session.colors, group.rows[i], colorRowOf(session, slot + i));
+        indices[i] = indexRowOf(session, slot + i);
+    }
+    indexGroup(session.reduced, group, indices);
+    std::copy(indices, indices + group.count, group.rows);
+}
+
+// Rows of the picture become rows as the file has them, with the padding zero.
+void makeRows(Session& session, uint32_t slot, RowGroup& group, uint8_t* const* out) {
     const Job& job = session.job;
     const auto bits = static_cast<uint32_t>(job.options.bits);
     const uint64_t used = packedRowBytes(job.picture.width, bits);
-    std::memset(out + used, 0, static_cast<size_t>(session.form.rowBytes - used));
-    if (bits == 24) {
-        putColors24(session.colors, row, session.colorRow.data, out);
-    } else if (bits == 32) {
-        putColors32(session.colors, job.keepsAlpha, row, session.colorRow.data, out);
-    } else {
-        packIndices(indicesOfRow(session, y, row), job.picture.width, bits, out);
+    if (bits <= 8) makeIndices(session, slot, group);
+    for (uint32_t i = 0; i < group.count; ++i) {
+        const uint8_t* row = group.rows[i];
+        uint8_t* colors = colorRowOf(session, slot + i);
+        std::memset(out[i] + used, 0, static_cast<size_t>(session.form.rowBytes - used));
+        if (bits <= 8) packIndices(row, job.picture.width, bits, out[i]);
+        if (bits == 24) putColors24(session.colors, row, colors, out[i]);
+        if (bits == 32) putColors32(session.colors, job.keepsAlpha, row, colors, out[i]);
     }
+}
+
+// Asks for a row of the picture and puts it into the group: enum TivarResult.
+int32_t addRow(Session& session, RowGroup& group, uint32_t y) {
+    if (!goOn(session.watch)) return TIVAR_RESULT_CANCELLED;
+    const uint8_t* row = rowOf(session.source, y, group.count);
+    if (row == nullptr) return TIVAR_RESULT_ROW_FAILED;
+    group.places[group.count] = y;
+    group.rows[group.count++] = row;
     return kOk;
 }
 
@@ -141,23 +165,75 @@ uint32_t rowAt(const Job& job, uint32_t place) {
 // ---- Raw files ----
 
 int32_t prepareBlock(Session& session) {
-    constexpr uint64_t kBlockBytes = 1u << 18;  // stays in the cache
-    const uint64_t rows = std::max<uint64_t>(kBlockBytes / session.form.rowBytes, 1);
+    // What one thread makes stays in the cache; what several make is worth starting them.
+    const uint64_t blockBytes = session.threads > 1 ? 1u << 22 : 1u << 18;
+    const uint64_t groups = blockBytes / (session.form.rowBytes * session.groupRows);
+    const uint64_t rows = std::max<uint64_t>(groups, 1) * session.groupRows;
     session.blockRows = static_cast<uint32_t>(std::min<uint64_t>(rows, session.job.picture.height));
     const bool obtained = session.block.obtain(session.form.rowBytes * session.blockRows);
     return obtained ? kOk : int32_t{TIVAR_RESULT_NO_MEMORY};
 }
 
-int32_t putRawRows(Session& session, Output& output) {
-    const uint32_t height = session.job.picture.height;
-    for (uint32_t place = 0; place < height;) {
-        const uint32_t count = std::min(session.blockRows, height - place);
-        for (uint32_t i = 0; i < count; ++i) {
-            uint8_t* out = session.block.data + session.form.rowBytes * i;
-            const int32_t result = putRow(session, rowAt(session.job, place + i), out);
+// Rows of the picture that become a block: row first + step * i its place i.
+struct BlockRows {
+    uint32_t count;
+    uint32_t first;
+    int32_t step;
+};
+
+uint32_t pictureRow(const BlockRows& rows, uint32_t i) {
+    return rows.first + static_cast<uint32_t>(rows.step) * i;
+}
+
+uint8_t* rowInBlock(const Session& session, uint32_t i) {
+    return session.block.data + session.form.rowBytes * i;
+}
+
+void makeRowsTogether(Session& session, const BlockRows& rows) {
+    auto make = [&](int worker, uint32_t first, uint32_t last) {
+        for (uint32_t i = first; i < last; ++i) {
+            const uint32_t y = pictureRow(rows, i);
+            RowGroup group = {1, {y}, {memoryRow(session.source, y)}};
+            uint8_t* out = rowInBlock(session, i);
+            makeRows(session, static_cast<uint32_t>(worker), group, &out);
+        }
+    };
+    const uint32_t grain = std::max(kPixelsOfPart / session.job.picture.width, 1u);
+    forParts(rows.count, grain, session.threads, make);
+}
+
+int32_t makeRowsInTurn(Session& session, const BlockRows& rows, bool backwards) {
+    for (uint32_t n = 0; n < rows.count;) {
+        RowGroup group = {};
+        uint8_t* out[kFlightRows];
+        for (; group.count < session.groupRows && n < rows.count; ++n) {
+            const uint32_t i = backwards ? rows.count - 1 - n : n;
+            out[group.count] = rowInBlock(session, i);
+            const int32_t result = addRow(session, group, pictureRow(rows, i));
             if (result != kOk) return result;
         }
-        const int32_t result =
+        makeRows(session, 0, group, out);
+    }
+    return kOk;
+}
+
+int32_t makeBlock(Session& session, const BlockRows& rows, bool backwards) {
+    if (session.threads == 1) return makeRowsInTurn(session, rows, backwards);
+    for (uint32_t i = 0; i < rows.count; ++i)
+        if (!goOn(session.watch)) return TIVAR_RESULT_CANCELLED;
+    makeRowsTogether(session, rows);
+    return kOk;
+}
+
+int32_t putRawRows(Session& session, Output& output) {
+    const uint32_t height = session.job.picture.height;
+    const int32_t step = session.job.options.row_order == TIVAR_TOP_DOWN ? 1 : -1;
+    for (uint32_t place = 0; place < height;) {
+        const uint32_t count = std::min(session.blockRows, height - place);
+        const BlockRows rows = {count, rowAt(session.job, place), step};
+        int32_t result = makeBlock(session, rows, false);
+        if (result != kOk) return result;
+        result =
             put(output, session.block.data, static_cast<size_t>(session.form.rowBytes * count));
         if (result != kOk) return result;
         place += count;
@@ -171,15 +247,13 @@ int32_t placeRawRows(Session& session, const Target& target) {
     const uint32_t height = session.job.picture.height;
     for (uint32_t y = 0; y < height;) {
         const uint32_t count = std::min(session.blockRows, height - y);
-        for (uint32_t i = 0; i < count; ++i) {
-            uint8_t* out = session.block.data + session.form.rowBytes * (count - 1 - i);
-            const int32_t result = putRow(session, y + i, out);
-            if (result != kOk) return result;
-        }
         y += count;
+        const BlockRows rows = {count, y - 1, -1};
+        int32_t result = makeBlock(session, rows, true);
+        if (result != kOk) return result;
         const uint64_t place = session.form.headerBytes + session.form.rowBytes * (height - y);
-        const int32_t result = target.writeAt(target.context, place, session.block.data,
-                                              static_cast<size_t>(session.form.rowBytes * count));
+        result = target.writeAt(target.context, place, session.block.data,
+                                static_cast<size_t>(session.form.rowBytes * count));
         if (result != kOk) return result;
         if (!advance(session.watch, count)) return TIVAR_RESULT_CANCELLED;
     }
@@ -190,16 +264,20 @@ int32_t placeRawRows(Session& session, const Target& target) {
 
 int32_t putEncodedRows(Session& session, Output& output) {
     const uint32_t height = session.job.picture.height;
-    for (uint32_t place = 0; place < height; ++place) {
-        if (!goOn(session.watch)) return TIVAR_RESULT_CANCELLED;
-        const uint32_t y = rowAt(session.job, place);
-        const uint8_t* row = rowOf(session.source, y);
-        if (row == nullptr) return TIVAR_RESULT_ROW_FAILED;
-        const uint64_t length =
-            encodeRow(session.encoder, indicesOfRow(session, y, row), place == height - 1);
-        const int32_t result = put(output, session.encoder.codes.data, static_cast<size_t>(length));
-        if (result != kOk) return result;
-        if (!advance(session.watch, 1)) return TIVAR_RESULT_CANCELLED;
+    for (uint32_t place = 0; place < height;) {
+        RowGroup group = {};
+        for (uint32_t at = place; group.count < session.groupRows && at < height; ++at) {
+            const int32_t result = addRow(session, group, rowAt(session.job, at));
+            if (result != kOk) return result;
+        }
+        makeIndices(session, 0, group);
+        for (uint32_t i = 0; i < group.count; ++i) {
+            const uint64_t length = encodeRow(session.encoder, group.rows[i], ++place == height);
+            const int32_t result =
+                put(output, session.encoder.codes.data, static_cast<size_t>(length));
+            if (result != kOk) return result;
+        }
+        if (!advance(session.watch, group.count)) return TIVAR_RESULT_CANCELLED;
     }
     return kOk;
 }
@@ -217,17 +295,28 @@ int32_t countEncoded(Session& session) {
         session.job.encoded = false;
         session.form = describeForm(session.job, session.table.count, false);
     }
-    if (session.job.source == PixelSource::kReduced) beginRows(session.reduced);
-    return kOk;
+    const bool again =
+        session.job.source != PixelSource::kReduced || beginAgain(session.reduced, session.table);
+    return again ? kOk : int32_t{TIVAR_RESULT_NO_MEMORY};
 }
 
 // ---- The file ----
 
+// Several threads make rows that lie in memory and do not depend on each other.
+int threadsOf(const Session& session) {
+    const Job& job = session.job;
+    const bool ordered = job.source == PixelSource::kReduced && dependOnOrder(session.reduced);
+    if (job.encoded || ordered || session.source.top == nullptr) return 1;
+    return threadsForRows(job.picture.width, job.picture.height, job.options.threads);
+}
+
 int32_t prepareRows(Session& session) {
     const uint32_t width = session.job.picture.width;
+    session.threads = threadsOf(session);
+    const uint64_t pixels =
+        uint64_t{width} * std::max(static_cast<uint32_t>(session.threads), session.groupRows);
     const bool indexed = session.job.options.bits <= 8;
-    if (!session.colorRow.obtain(uint64_t{width} * 3) ||
-        (indexed && !session.indexRow.obtain(width)))
+    if (!session.colorRows.obtain(pixels * 3) || (indexed && !session.indexRows.obtain(pixels)))
         return TIVAR_RESULT_NO_MEMORY;
     if (session.job.encoded &&
         !prepareEncoder(session.encoder, static_cast<uint32_t>(session.job.options.bits), width))
@@ -237,7 +326,9 @@ int32_t prepareRows(Session& session) {
 
 int32_t preparePicture(Session& session, const Target& target) {
     const Job& job = session.job;
-    if (!prepareSource(session.source, job.picture)) return TIVAR_RESULT_NO_MEMORY;
+    session.groupRows = diffuses(job) ? kFlightRows : 1;
+    if (!prepareSource(session.source, job.picture, session.groupRows))
+        return TIVAR_RESULT_NO_MEMORY;
     prepareColors(session.colors, job);
     if (!keepsPicture(job, target)) return kOk;
     return keepPicture(session.source, session.watch);

@@ -25,9 +25,12 @@ struct Session {
     KeptIndices kept;
     PaletteRows reduced;
     RleEncoder encoder;
-    // Room for a row of colours and one of indices, and for rows on their way to the target.
-    Block<uint8_t> colorRow;
-    Block<uint8_t> indexRow;
+    // Room for a row of colours and one of indices for every thread or every row of a group, and for
+    // rows on their way to the target.
+    int threads;
+    uint32_t groupRows;
+    Block<uint8_t> colorRows;
+    Block<uint8_t> indexRows;
     Block<uint8_t> block;
     uint32_t blockRows;
 };

@@ -2,14 +2,14 @@
 
 namespace tivar {
 
-bool prepareSource(Source& source, const TivarPicture& picture) {
+bool prepareSource(Source& source, const TivarPicture& picture, uint32_t slots) {
     source.picture = &picture;
     source.rowBytes = packedRowBytes(picture.width, formatBits(picture.format));
     source.top = static_cast<const uint8_t*>(picture.pixels);
     source.stride =
         picture.stride != 0 ? int64_t{picture.stride} : static_cast<int64_t>(source.rowBytes);
     if (source.top != nullptr) return true;
-    return source.row.obtain(source.rowBytes);
+    return source.asked.obtain(source.rowBytes * slots);
 }
 
 int32_t keepPicture(Source& source, Watch& watch) {
@@ -28,11 +28,11 @@ int32_t keepPicture(Source& source, Watch& watch) {
     return TIVAR_RESULT_OK;
 }
 
-const uint8_t* rowOf(Source& source, uint32_t y) {
+const uint8_t* rowOf(Source& source, uint32_t y, uint32_t slot) {
     if (source.top != nullptr) return memoryRow(source, y);
     const TivarPicture& picture = *source.picture;
-    const bool given = picture.read_row(picture.context, y, source.row.data) == 0;
-    return given ? source.row.data : nullptr;
+    uint8_t* row = source.asked.data + static_cast<size_t>(source.rowBytes * slot);
+    return picture.read_row(picture.context, y, row) == 0 ? row : nullptr;
 }
 
 }  // namespace tivar

@@ -15,18 +15,18 @@ struct Source {
     const uint8_t* top;  // of rows that lie in memory, else null
     int64_t stride;
     Block<uint8_t> kept;
-    Block<uint8_t> row;  // the call-back's last
+    Block<uint8_t> asked;  // the call-back's last rows, a slot each
 };
 
-// False without memory.
-bool prepareSource(Source& source, const TivarPicture& picture);
+// False without memory. slots: how many rows of the call-back are in use at the same time.
+bool prepareSource(Source& source, const TivarPicture& picture, uint32_t slots);
 
 // Asks the call-back for every row, from the top, and keeps them: enum TivarResult.
 int32_t keepPicture(Source& source, Watch& watch);
 
-// Row y; null when the call-back failed. What a call-back gave lasts until the next row, and such
+// Row y; null when the call-back failed. What it gave lasts until the next row in that slot, and its
 // rows are asked for once each.
-const uint8_t* rowOf(Source& source, uint32_t y);
+const uint8_t* rowOf(Source& source, uint32_t y, uint32_t slot);
 
 // The same of rows in memory, which any number of threads may ask for.
 inline const uint8_t* memoryRow(const Source& source, uint32_t y) {

@@ -1,7 +1,6 @@
 // A settings record for the life of a test, and surroundings in which only the test's own profile
 // and display are found.
-#ifndef TESTS_FILTER_SETUP_GUARD_H
-#define TESTS_FILTER_SETUP_GUARD_H
+#pragma once
 
 #include <gtest/gtest.h>
 #include <tivar/tivar.h>
@@ -43,5 +42,3 @@ struct Surroundings : testing::Test {
         SetPrinterInfo(0, 0, 0, 0);
     }
 };
-
-#endif

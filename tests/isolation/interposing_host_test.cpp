@@ -4,7 +4,7 @@
 
 namespace {
 
-int calls = 0;
+int g_calls = 0;
 
 }  // namespace
 
@@ -12,61 +12,61 @@ int calls = 0;
 
 // Names of the library's inner steps.
 HOSTS_OWN int split(void) {
-    return ++calls;
+    return ++g_calls;
 }
 HOSTS_OWN int escape(void) {
-    return ++calls;
+    return ++g_calls;
 }
 HOSTS_OWN int stricmp(const char*, const char*) {
-    return ++calls;
+    return ++g_calls;
 }
 HOSTS_OWN char* strupr(char* text) {
-    ++calls;
+    ++g_calls;
     return text;
 }
 HOSTS_OWN int HeapSort(void) {
-    return ++calls;
+    return ++g_calls;
 }
 HOSTS_OWN int push_er(int) {
-    return ++calls;
+    return ++g_calls;
 }
 HOSTS_OWN int termdvr(void) {
-    return ++calls;
+    return ++g_calls;
 }
 
 // Names of its interface.
 MemHandle GlobalAlloc(uint32_t, uint32_t) {
-    ++calls;
+    ++g_calls;
     return 0;
 }
 void* GlobalLock(MemHandle) {
-    ++calls;
+    ++g_calls;
     return nullptr;
 }
 MemHandle GlobalFree(MemHandle) {
-    ++calls;
+    ++g_calls;
     return 0;
 }
 OxlStream oxlOpen(const char*, OxlStreamDesc*, int32_t) {
-    ++calls;
+    ++g_calls;
     return 0;
 }
 int32_t oxlWrite(OxlStream, const void*, int32_t) {
-    return ++calls;
+    return ++g_calls;
 }
 int32_t UpdateStatus(int32_t) {
-    return ++calls;
+    return ++g_calls;
 }
 MemHandle rlGetMemory(int16_t, uint32_t) {
-    ++calls;
+    ++g_calls;
     return 0;
 }
 int32_t LimitCheck(void) {
-    return ++calls;
+    return ++g_calls;
 }
 int32_t GetPrivateProfileString(const char*, const char*, const char*, char*, int32_t,
                                 const char*) {
-    return ++calls;
+    return ++g_calls;
 }
 
 namespace {
@@ -86,7 +86,7 @@ TEST(InterposingHost, ShowsItsFunctionsToWhatItLoads) {
 TEST(InterposingHost, GetsItsExportsFromTheLibraryAlone) {
     for (const int scope : {RTLD_LOCAL, RTLD_GLOBAL}) {
         const LoadedLibrary library(RTLD_NOW | scope);
-        calls = 0;
+        g_calls = 0;
         for (const int bits : {1, 8, 24}) {
             for (const int format : {215, 219, 221, 222}) {
                 const DrawnPicture picture = drawPicture(Drawing::kGradient, bits, 40, 30, 3);
@@ -98,7 +98,7 @@ TEST(InterposingHost, GetsItsExportsFromTheLibraryAlone) {
         }
         const DrawnPicture picture = drawPicture(Drawing::kNoise, 8, 40, 30, 3);
         EXPECT_EQ(exportByDriver(library, picture, {}).file, expectedByDriver(picture, {}));
-        EXPECT_EQ(calls, 0) << "a function of the host was called";
+        EXPECT_EQ(g_calls, 0) << "a function of the host was called";
     }
 }
 

@@ -3,9 +3,7 @@
 //
 // Rules that hold everywhere: a read outside a block gives zero bytes, a write outside a block is
 // dropped, a colour table is black from its end on, and conversions from floating point saturate.
-
-#ifndef TESTS_MODEL_PLAIN_MODEL_H
-#define TESTS_MODEL_PLAIN_MODEL_H
+#pragma once
 
 #include <cstdint>
 #include <vector>
@@ -234,5 +232,3 @@ Bytes prepareCells(const Picture& picture, const CellTables& tables, std::uint32
 Bytes exportPicture(const Picture& picture, const Description& description, Settings settings);
 
 }  // namespace model
-
-#endif

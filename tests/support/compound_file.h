@@ -1,7 +1,6 @@
 // A compound file taken apart: header, sector table, mini sector table and directory, enough to
 // point a stream at one of the streams inside.
-#ifndef TESTS_SUPPORT_COMPOUND_FILE_H
-#define TESTS_SUPPORT_COMPOUND_FILE_H
+#pragma once
 
 #include <cstdint>
 #include <map>
@@ -96,5 +95,3 @@ class CompoundFile {
 };
 
 }  // namespace support
-
-#endif

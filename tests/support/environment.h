@@ -1,6 +1,5 @@
 // Settings of the process that a test changes and the guard's end puts back.
-#ifndef TESTS_SUPPORT_ENVIRONMENT_H
-#define TESTS_SUPPORT_ENVIRONMENT_H
+#pragma once
 
 #include <locale.h>
 #include <stdlib.h>
@@ -79,5 +78,3 @@ class CommaLocale {
 };
 
 }  // namespace support
-
-#endif

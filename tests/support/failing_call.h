@@ -1,9 +1,10 @@
 // Makes a call that the code under test makes to the C library fail. The program is linked with
 // --wrap for each function below, which leads the calls here.
-#ifndef TESTS_SUPPORT_FAILING_CALL_H
-#define TESTS_SUPPORT_FAILING_CALL_H
+#pragma once
 
+#include <errno.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -96,6 +97,9 @@ SUPPORT_WRAP(int, fchmod, (int file, mode_t mode), (file, mode), -1)
 SUPPORT_WRAP(int, fsync, (int file), (file), -1)
 SUPPORT_WRAP(int, rename, (const char* from, const char* to), (from, to), -1)
 SUPPORT_WRAP(int, fclose, (FILE * file), (file), (__real_fclose(file), EOF))
+SUPPORT_WRAP(int, pthread_create,
+             (pthread_t * thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument),
+             (thread, attributes, run, argument), EAGAIN)
 #undef SUPPORT_WRAP
 
 extern "C" void* __real_calloc(size_t count, size_t size);
@@ -151,5 +155,3 @@ extern "C" __attribute__((used)) inline size_t __wrap_fread(void* data, size_t s
     __real_close(kept);
     return result;
 }
-
-#endif

@@ -1,6 +1,5 @@
 // A directory of a test's own, removed with all that it holds.
-#ifndef TESTS_SUPPORT_TEMP_DIRECTORY_H
-#define TESTS_SUPPORT_TEMP_DIRECTORY_H
+#pragma once
 
 #include <stdlib.h>
 
@@ -54,5 +53,3 @@ class TempDirectory {
 };
 
 }  // namespace support
-
-#endif

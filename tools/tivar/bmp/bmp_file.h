@@ -9,7 +9,7 @@
 
 #include "bmp/bmp_runs.h"
 #include "bmp/headers.h"
-#include "picture/picture.h"
+#include "picture/image.h"
 
 namespace tool {
 

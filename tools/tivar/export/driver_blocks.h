@@ -8,7 +8,7 @@
 #include <cstring>
 #include <vector>
 
-#include "picture/picture.h"
+#include "export/picture.h"
 
 namespace tool {
 

@@ -130,7 +130,7 @@ ExportPlan planExport(Settings& settings, const ExportRequest& request, const Pi
     setCompression(plan, record, request);
     plan.sizeFromProfile = !request.profile.empty() && !request.size && profileNamesSize(settings);
     if (plan.sizeFromProfile) {
-        requireDisplayPage(settings, picture);
+        requireDisplayPage(settings, {picture.width, picture.height});
     } else {
         const PixelSize own{picture.width, picture.height};
         fixSize(settings, plan, picture, sizeOfFile(request, request.size.value_or(own)));

@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
+#include "export/picture.h"
 #include "export/request.h"
-#include "picture/picture.h"
 #include "settings/settings.h"
 
 namespace tool {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "picture/picture.h"
+#include "picture/image.h"
 
 namespace tool {
 
@@ -31,6 +31,7 @@ struct ExportRequest {
     Route route = Route::Filter;
     CellArrays cellArrays = CellArrays::Banded;  // of the driver route
     Color background;
+    ReadRequest reading;
     bool quiet = false;
 };
 

@@ -9,7 +9,8 @@
 #include "export/delivery.h"
 #include "export/driver_route.h"
 #include "export/filter_route.h"
-#include "picture/picture.h"
+#include "export/picture.h"
+#include "export/read_picture.h"
 #include "process/failure.h"
 #include "process/library_voice.h"
 #include "process/output.h"
@@ -89,7 +90,9 @@ Exported runJob(const Library& library, const Job& job, const ExportRequest& req
     Settings settings(library, request.profile, request.mode);
     requireMode(settings);
     showStep(progress, "reading");
-    Picture picture = readPicture(library, job.input, request.background);
+    Image image = readPicture(job.input, request.reading);
+    const std::vector<Notice> notices = std::move(image.notices);
+    Picture picture = pictureOf(library, std::move(image), request.background);
     refuseOwnInput(job.input, job.target, "name another file with -o");
     const auto begin = std::chrono::steady_clock::now();
     ExportPlan plan = planExport(settings, request, picture);
@@ -102,6 +105,7 @@ Exported runJob(const Library& library, const Job& job, const ExportRequest& req
     commit(output);
     const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - begin;
     showResult(progress, describeResult(output, delivery, plan));
+    for (const Notice& notice : notices) showNotice(progress, notice.what, notice.remedy);
     tellUnheard(progress, request, plan, *settings.record);
     return {delivery.start.length, spent.count()};
 }

@@ -43,6 +43,7 @@ void scaleTo(const Library& library, Picture& picture, PixelSize target) {
              "choose a smaller size");
     }
     picture.pixels = std::move(scaled);
+    picture.source.pixels.reset();
     picture.rows = picture.pixels.bytes();
     picture.width = width;
     picture.height = height;

@@ -3,7 +3,7 @@
 #ifndef TIVAR_TOOL_SCALING_H
 #define TIVAR_TOOL_SCALING_H
 
-#include "picture/picture.h"
+#include "export/picture.h"
 
 namespace tool {
 

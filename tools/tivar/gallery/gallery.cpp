@@ -8,6 +8,7 @@
 
 #include "bmp/bmp_rows.h"
 #include "bmp/read_bytes.h"
+#include "export/read_picture.h"
 #include "export/run_job.h"
 #include "export/scaling.h"
 #include "gallery/compare.h"
@@ -153,7 +154,8 @@ void makeGallery(const Library& library, const GalleryRequest& request) {
     if (request.input == "-") failUsage("a gallery is named after its picture", "name a file");
     const std::string page = (fs::path(request.directory) / "index.html").string();
     refuseOwnInput(request.input, page, "name another directory with -o");
-    Picture picture = readPicture(library, request.input, request.each.background);
+    Picture picture = pictureOf(library, readPicture(request.input, request.each.reading),
+                                request.each.background);
     Gallery gallery;
     gallery.sourceName = fs::path(request.input).filename().string();
     gallery.width = picture.width;

@@ -6,6 +6,9 @@
 
 #include <csetjmp>
 
+#include "picture/image.h"
+#include "process/failure.h"
+
 namespace tool {
 
 struct DecodeGuard {
@@ -32,6 +35,18 @@ bool survives(DecodeGuard& guard, Step step) {
 template <class Step>
 void guarded(DecodeGuard& guard, Step step) {
     if (!survives(guard, step)) failDecoding(guard);
+}
+
+// Runs read(), which fills the picture; for lenient readers what it could not read stays as it is,
+// with a notice.
+template <class Read>
+void tolerating(const ReadRequest& request, Image& image, Read read) {
+    try {
+        read();
+    } catch (const Failure& failure) {
+        if (!request.lenient) throw;
+        image.notices.push_back({failure.what, "what is missing is left empty"});
+    }
 }
 
 }  // namespace tool

@@ -1,7 +1,5 @@
 #include "picture/pixel_rows.h"
 
-#include <algorithm>
-
 namespace tool {
 
 size_t packedBytes(const PixelRows& rows) {
@@ -18,22 +16,6 @@ void readColors(const PixelRows& rows, uint32_t y, std::vector<uint8_t>& packed,
         colors[1] = color.green;
         colors[2] = color.blue;
     }
-}
-
-PixelRows rowsOf(const Picture& picture) {
-    PixelRows rows;
-    rows.width = picture.width;
-    rows.height = picture.height;
-    rows.bits = picture.bits;
-    const size_t colors = picture.bits == 24 ? 0 : size_t{1} << picture.bits;
-    for (const uint8_t* entry = picture.colors; rows.palette.size() < colors; entry += 3) {
-        rows.palette.push_back({entry[0], entry[1], entry[2]});
-    }
-    const size_t count = packedBytes(rows);
-    rows.read = [&picture, count](uint32_t y, uint8_t* packed) {
-        std::copy_n(rowAt(picture, y), count, packed);
-    };
-    return rows;
 }
 
 }  // namespace tool

@@ -8,7 +8,7 @@
 #include <functional>
 #include <vector>
 
-#include "picture/picture.h"
+#include "picture/image.h"
 
 namespace tool {
 
@@ -31,9 +31,6 @@ inline uint8_t indexAt(const uint8_t* packed, size_t x, unsigned bits) {
 
 // The colours of a row, three bytes each; packed is scratch room.
 void readColors(const PixelRows& rows, uint32_t y, std::vector<uint8_t>& packed, uint8_t* colors);
-
-// The picture's rows; it lives longer.
-PixelRows rowsOf(const Picture& picture);
 
 }  // namespace tool
 

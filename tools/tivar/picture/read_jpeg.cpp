@@ -1,13 +1,16 @@
-// JPEG: grey and red, green, blue arrive as they are, the printing colours are converted.
+// JPEG: grey, red with green and blue, and printing inks, as they are stored.
 
 #include <cstdio>
 // jpeglib.h needs the declarations of cstdio.
 #include <jerror.h>
 #include <jpeglib.h>
 
-#include <vector>
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
 
 #include "picture/decode_guard.h"
+#include "picture/exif.h"
 #include "picture/readers.h"
 #include "process/failure.h"
 
@@ -17,6 +20,7 @@ namespace {
 struct Reader {
     jpeg_decompress_struct jpeg{};
     jpeg_error_mgr errors{};
+    jpeg_progress_mgr progress{};
 
     Reader() = default;
     ~Reader() { jpeg_destroy_decompress(&jpeg); }
@@ -40,6 +44,8 @@ void onMessage(j_common_ptr common, int level) {
     if (level < 0 && concernsPixels(common->err->msg_code)) leaveWithMessage(common);
 }
 
+void onMessageIgnored(j_common_ptr, int) {}
+
 J_COLOR_SPACE wantedSpace(J_COLOR_SPACE stored) {
     switch (stored) {
         case JCS_GRAYSCALE:
@@ -52,55 +58,97 @@ J_COLOR_SPACE wantedSpace(J_COLOR_SPACE stored) {
     }
 }
 
-void readHeader(Reader& reader, DecodeGuard& guard, std::FILE* file) {
+// A picture in many scans costs its size for each of them, however few bytes they have, and all its
+// coefficients in memory.
+constexpr uint64_t kMostScanPixels = uint64_t{1} << 32;
+constexpr uint64_t kFewestScans = 20;
+constexpr uint64_t kMostScans = 100;
+constexpr uint64_t kBytesPerPixel = 4;
+
+void onProgress(j_common_ptr common) {
+    const auto& jpeg = *reinterpret_cast<jpeg_decompress_struct*>(common);
+    const uint64_t pixels = uint64_t{jpeg.image_width} * jpeg.image_height;
+    const uint64_t most =
+        std::clamp(kMostScanPixels / std::max<uint64_t>(pixels, 1), kFewestScans, kMostScans);
+    if (static_cast<uint64_t>(jpeg.input_scan_number) > most) {
+        leave(*static_cast<DecodeGuard*>(common->client_data), "it has too many scans");
+    }
+}
+
+constexpr int kExifMarker = JPEG_APP0 + 1;
+constexpr int kProfileMarker = JPEG_APP0 + 2;
+
+void readHeader(Reader& reader, DecodeGuard& guard, std::FILE* file, const ReadRequest& request) {
     jpeg_decompress_struct& jpeg = reader.jpeg;
     jpeg.err = jpeg_std_error(&reader.errors);
     jpeg.client_data = &guard;
     reader.errors.error_exit = leaveWithMessage;
-    reader.errors.emit_message = onMessage;
+    reader.errors.emit_message = request.lenient ? onMessageIgnored : onMessage;
     jpeg_create_decompress(&jpeg);
+    reader.progress.progress_monitor = onProgress;
+    jpeg.progress = &reader.progress;
+    jpeg.mem->max_memory_to_use =
+        static_cast<long>(std::min<uint64_t>(request.limitPixels * kBytesPerPixel, LONG_MAX));
+    jpeg_save_markers(&jpeg, kExifMarker, 0xFFFF);
+    jpeg_save_markers(&jpeg, kProfileMarker, 0xFFFF);
     jpeg_stdio_src(&jpeg, file);
     jpeg_read_header(&jpeg, TRUE);
     jpeg.out_color_space = wantedSpace(jpeg.jpeg_color_space);
 }
 
-// Adobe's programs store these four inverted: 255 is no ink.
-void convertInks(const uint8_t* from, uint8_t* to, uint32_t width, bool inverted) {
-    const unsigned flip = inverted ? 0 : 255;
-    for (uint32_t x = 0; x < width; ++x, from += 4, to += 3) {
-        const unsigned light = from[3] ^ flip;
-        for (unsigned i = 0; i < 3; ++i) {
-            to[i] = static_cast<uint8_t>(((from[i] ^ flip) * light + 127) / 255);
-        }
-    }
+PixelFormat formatOf(J_COLOR_SPACE space) {
+    if (space == JCS_GRAYSCALE) return PixelFormat::Grey;
+    return space == JCS_CMYK ? PixelFormat::Inks : PixelFormat::Rgb;
 }
 
-void readRows(Reader& reader, const Picture& picture, std::vector<uint8_t>& inks) {
+void readRows(Reader& reader, const Image& picture) {
     jpeg_decompress_struct& jpeg = reader.jpeg;
+    // Adobe's programs store inks inverted: 255 is none.
+    const bool inverted = picture.format == PixelFormat::Inks && jpeg.saw_Adobe_marker != FALSE;
     jpeg_start_decompress(&jpeg);
     while (jpeg.output_scanline < jpeg.output_height) {
-        uint8_t* target = rowAt(picture, jpeg.output_scanline);
-        JSAMPROW row = inks.empty() ? target : inks.data();
+        JSAMPROW row = rowAt(picture, jpeg.output_scanline);
         jpeg_read_scanlines(&jpeg, &row, 1);
-        if (!inks.empty()) {
-            convertInks(row, target, picture.width, jpeg.saw_Adobe_marker != FALSE);
+        for (size_t i = 0; inverted && i < picture.stride; ++i) {
+            row[i] = static_cast<uint8_t>(255 - row[i]);
         }
     }
     jpeg_finish_decompress(&jpeg);
 }
 
+struct ProfileBytes {
+    JOCTET* data = nullptr;
+    unsigned count = 0;
+
+    ProfileBytes() = default;
+    ~ProfileBytes() { std::free(data); }
+    ProfileBytes(const ProfileBytes&) = delete;
+};
+
+// A damaged profile is none.
+void takeMarkers(Reader& reader, DecodeGuard& guard, Image& picture) {
+    for (const jpeg_marker_struct* marker = reader.jpeg.marker_list; marker != nullptr;
+         marker = marker->next) {
+        if (marker->marker != kExifMarker) continue;
+        picture.orientation = orientationIn({marker->data, marker->data_length});
+        break;
+    }
+    ProfileBytes profile;
+    (void)survives(guard,
+                   [&] { jpeg_read_icc_profile(&reader.jpeg, &profile.data, &profile.count); });
+    picture.profile.assign(profile.data, profile.data + profile.count);
+}
+
 }  // namespace
 
-Picture readJpeg(const Library& library, std::FILE* file) {
+Image readJpeg(std::FILE* file, const ReadRequest& request) {
     DecodeGuard guard;
     Reader reader;
-    guarded(guard, [&] { readHeader(reader, guard, file); });
-    const J_COLOR_SPACE space = reader.jpeg.out_color_space;
-    const uint16_t bits = space == JCS_GRAYSCALE ? 8 : 24;
-    Picture picture = newPicture(library, bits, reader.jpeg.image_width, reader.jpeg.image_height);
-    if (bits == 8) setGreys(picture, 256);
-    std::vector<uint8_t> inks(space == JCS_CMYK ? size_t{4} * picture.width : 0);
-    guarded(guard, [&] { readRows(reader, picture, inks); });
+    guarded(guard, [&] { readHeader(reader, guard, file, request); });
+    Image picture = newImage(request, formatOf(reader.jpeg.out_color_space),
+                             reader.jpeg.image_width, reader.jpeg.image_height);
+    takeMarkers(reader, guard, picture);
+    tolerating(request, picture, [&] { guarded(guard, [&] { readRows(reader, picture); }); });
     return picture;
 }
 

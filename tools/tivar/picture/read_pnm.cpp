@@ -40,16 +40,18 @@ uint8_t scaled(xelval value, xelval highest) {
     return static_cast<uint8_t>((std::min(value, highest) * 255 + highest / 2) / highest);
 }
 
-uint16_t bitsOf(int format) {
-    const int type = PNM_FORMAT_TYPE(format);
-    return type == PBM_TYPE ? 1 : type == PGM_TYPE ? 8 : 24;
+PixelFormat formatOf(const Header& header) {
+    const int type = PNM_FORMAT_TYPE(header.format);
+    return type == PBM_TYPE   ? PixelFormat::Index1
+           : type == PGM_TYPE ? PixelFormat::Grey
+                              : PixelFormat::Rgb;
 }
 
 bool storedAsBytes(const Header& header) {
     return header.highest == 255 && (header.format == RPGM_FORMAT || header.format == RPPM_FORMAT);
 }
 
-[[noreturn]] void failShort(uint32_t rows, const Picture& picture) {
+[[noreturn]] void failShort(uint32_t rows, const Image& picture) {
     fail("the picture is cut short (" + std::to_string(rows) + " of " +
              std::to_string(picture.height) + " rows are complete)",
          "get a complete copy of it");
@@ -57,7 +59,7 @@ bool storedAsBytes(const Header& header) {
 
 // Reads the rest of a regular file straight into the rows, hundreds at a call. Returns the rows
 // that are complete; 0 for what cannot be read at a position.
-uint32_t readRowsInPlace(std::FILE* file, const Picture& picture, size_t rowBytes) {
+uint32_t readRowsInPlace(std::FILE* file, const Image& picture, size_t rowBytes) {
     constexpr uint32_t kRowsAtOnce = 256;
     off_t position = ftello(file);
     uint32_t done = 0;
@@ -75,8 +77,8 @@ uint32_t readRowsInPlace(std::FILE* file, const Picture& picture, size_t rowByte
     return done;
 }
 
-void readByteRows(std::FILE* file, const Picture& picture) {
-    const size_t count = size_t{picture.width} * picture.bits / 8;
+void readByteRows(std::FILE* file, const Image& picture) {
+    const size_t count = size_t{picture.width} * bitsOf(picture.format) / 8;
     uint32_t y = readRowsInPlace(file, picture, count);
     if (y > 0 && y < picture.height) failShort(y, picture);
     for (; y < picture.height; ++y) {
@@ -85,15 +87,15 @@ void readByteRows(std::FILE* file, const Picture& picture) {
 }
 
 // A set bit is black, so the table begins with white.
-void readBitRows(std::FILE* file, const Header& header, const Picture& picture) {
+void readBitRows(std::FILE* file, const Header& header, const Image& picture) {
     for (uint32_t y = 0; y < picture.height; ++y) {
         pbm_readpbmrow_packed(file, rowAt(picture, y), header.width, header.format);
     }
 }
 
-void storeRow(const std::vector<xel>& row, xelval highest, unsigned bits, uint8_t* to) {
+void storeRow(const std::vector<xel>& row, xelval highest, PixelFormat format, uint8_t* to) {
     for (const xel& value : row) {
-        if (bits == 8) {
+        if (format == PixelFormat::Grey) {
             *to++ = scaled(PNM_GET1(value), highest);
         } else {
             *to++ = scaled(PNM_GETR(value), highest);
@@ -103,44 +105,36 @@ void storeRow(const std::vector<xel>& row, xelval highest, unsigned bits, uint8_
     }
 }
 
-void readValueRows(std::FILE* file, const Header& header, const Picture& picture,
+void readValueRows(std::FILE* file, const Header& header, const Image& picture,
                    std::vector<xel>& row) {
     for (uint32_t y = 0; y < picture.height; ++y) {
         pnm_readpnmrow(file, row.data(), header.width, header.highest, header.format);
-        storeRow(row, header.highest, picture.bits, rowAt(picture, y));
+        storeRow(row, header.highest, picture.format, rowAt(picture, y));
     }
 }
 
-void setTable(Picture& picture) {
-    if (picture.bits == 1) {
-        setColor(picture, 0, {255, 255, 255});
-        setColor(picture, 1, {0, 0, 0});
-    } else if (picture.bits == 8) {
-        setGreys(picture, 256);
+void readPixels(std::FILE* file, const Header& header, const Image& picture, DecodeGuard& guard) {
+    if (storedAsBytes(header)) return readByteRows(file, picture);
+    if (picture.format == PixelFormat::Index1) {
+        return guarded(guard, [&] { readBitRows(file, header, picture); });
     }
+    std::vector<xel> row(picture.width);
+    guarded(guard, [&] { readValueRows(file, header, picture, row); });
 }
 
 }  // namespace
 
-Picture readPnm(const Library& library, std::FILE* file) {
+Image readPnm(std::FILE* file, const ReadRequest& request) {
     DecodeGuard guard;
     connect(guard);
     Header header;
     guarded(guard, [&] {
         pnm_readpnminit(file, &header.width, &header.height, &header.highest, &header.format);
     });
-    Picture picture =
-        newPicture(library, bitsOf(header.format), static_cast<uint64_t>(header.width),
-                   static_cast<uint64_t>(header.height));
-    setTable(picture);
-    if (storedAsBytes(header)) {
-        readByteRows(file, picture);
-    } else if (picture.bits == 1) {
-        guarded(guard, [&] { readBitRows(file, header, picture); });
-    } else {
-        std::vector<xel> row(picture.width);
-        guarded(guard, [&] { readValueRows(file, header, picture, row); });
-    }
+    Image picture = newImage(request, formatOf(header), static_cast<uint64_t>(header.width),
+                             static_cast<uint64_t>(header.height));
+    if (picture.format == PixelFormat::Index1) picture.palette = {{255, 255, 255}, {0, 0, 0}};
+    tolerating(request, picture, [&] { readPixels(file, header, picture, guard); });
     return picture;
 }
 

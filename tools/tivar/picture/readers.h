@@ -1,17 +1,32 @@
-// One reader for each file format. The file stands at its first byte.
+// One reader for each file format, found by how the file begins.
 
 #ifndef TIVAR_TOOL_READERS_H
 #define TIVAR_TOOL_READERS_H
 
 #include <cstdio>
+#include <span>
+#include <string_view>
 
-#include "picture/picture.h"
+#include "picture/image.h"
 
 namespace tool {
 
-Picture readPng(const Library& library, std::FILE* file, Color background);
-Picture readJpeg(const Library& library, std::FILE* file);
-Picture readPnm(const Library& library, std::FILE* file);
+struct ImageReader {
+    const char* name;
+    // start has the file's first bytes, kSignatureBytes of them unless the file is shorter.
+    bool (*knows)(std::string_view start);
+    // The file stands at its first byte.
+    Image (*read)(std::FILE* file, const ReadRequest& request);
+};
+
+constexpr size_t kSignatureBytes = 16;
+
+// All but BMP, whose reader stands on these.
+std::span<const ImageReader> imageReaders();
+
+Image readPng(std::FILE* file, const ReadRequest& request);
+Image readJpeg(std::FILE* file, const ReadRequest& request);
+Image readPnm(std::FILE* file, const ReadRequest& request);
 
 }  // namespace tool
 

@@ -104,6 +104,7 @@ void bindSymbols(Library& library, const Loaded& loaded) {
     bindSymbol(loaded, "GlobalFree", library.globalFree);
     bindSymbol(loaded, "GlobalSize", library.globalSize);
     bindSymbol(loaded, "GlobalHandle", library.globalHandle);
+    bindSymbol(loaded, "GlobalPointerToHandle", library.globalPointerToHandle);
     bindSymbol(loaded, "LoadString", library.loadString);
     bindSymbol(loaded, "UseDefaultSettings", library.useDefaultSettings);
     bindSymbol(loaded, "GetPrivateProfileString", library.profileString);

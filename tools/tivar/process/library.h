@@ -27,6 +27,7 @@ struct Library {
     decltype(&::GlobalFree) globalFree{};
     decltype(&::GlobalSize) globalSize{};
     decltype(&::GlobalHandle) globalHandle{};
+    decltype(&::GlobalPointerToHandle) globalPointerToHandle{};
     decltype(&::LoadString) loadString{};
     decltype(&::UseDefaultSettings) useDefaultSettings{};
     decltype(&::GetPrivateProfileString) profileString{};

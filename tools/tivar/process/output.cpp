@@ -47,8 +47,8 @@ void openOpened(Output& output, int descriptor) {
     if (!writable) failErrno(output.name, EBADF);
 }
 
-// In a directory whose files belong to their owners each, as in /tmp, somebody else's file cannot be
-// replaced, which shows only when all the work is done.
+// In a directory whose files belong to their owners each, as in /tmp, somebody else's file cannot
+// be replaced, which shows only when all the work is done.
 void requireReplaceable(const Output& output, const struct stat& status) {
     const fs::path parent = fs::path(output.target).parent_path();
     struct stat directory {};

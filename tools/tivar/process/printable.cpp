@@ -39,8 +39,8 @@ size_t bytesAfter(unsigned char lead) {
     return lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
 }
 
-// The character of UTF-8 at the text's start. A byte that begins none stands for itself, as terminals
-// with other encodings take it.
+// The character of UTF-8 at the text's start. A byte that begins none stands for itself, as
+// terminals with other encodings take it.
 Character firstOf(std::string_view text) {
     const auto lead = static_cast<unsigned char>(text[0]);
     const size_t more = bytesAfter(lead);

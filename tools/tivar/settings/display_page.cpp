@@ -13,7 +13,7 @@ bool followsDisplay(const SetupRecord& record) {
 }
 
 // The longer side of the picture once it fills the page in one direction.
-double longerSide(const SetupRecord& record, const Picture& picture) {
+double longerSide(const SetupRecord& record, PixelSize picture) {
     // The display's horizontal resolution counts for both directions.
     const bool square = record.resolutionMode == RESOLUTION_OF_DISPLAY;
     const double width = record.pictureWidth * record.xResolution;
@@ -29,7 +29,7 @@ std::string displayVariable() {
     return text == nullptr || *text == '\0' ? "" : std::string("DISPLAYINFO=") + text;
 }
 
-void requireDisplayPage(const Settings& settings, const Picture& picture) {
+void requireDisplayPage(const Settings& settings, PixelSize picture) {
     const std::string variable = displayVariable();
     if (variable.empty() || !followsDisplay(*settings.record)) return;
     const double side = longerSide(*settings.record, picture);

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "picture/picture.h"
+#include "picture/image.h"
 #include "settings/settings.h"
 
 namespace tool {
@@ -14,7 +14,7 @@ namespace tool {
 std::string displayVariable();
 
 // Fails when the mode follows the display and the variable gives no page for the picture.
-void requireDisplayPage(const Settings& settings, const Picture& picture);
+void requireDisplayPage(const Settings& settings, PixelSize picture);
 
 }  // namespace tool
 

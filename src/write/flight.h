@@ -1,0 +1,122 @@
+// Eight rows of an error diffusion at once, a lane of a vector each.
+//
+// Every row runs two pixels behind the one above it, which is then done with the three places that
+// touch it. A step handles a pixel of each row; a row that is not at one of its pixels makes no
+// error. Pixels are brought into the order of the steps, and what is found back into that of rows,
+// a tile of steps at a time.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "write/lanes.h"
+
+namespace tivar {
+
+constexpr uint32_t kFlightRows = 8;
+constexpr ptrdiff_t kFlightLag = 2;
+// Steps from where the first row stands to the places that the last one is done with.
+constexpr ptrdiff_t kFlightDepth = kFlightLag * (kFlightRows - 1) + 1;
+// Places in front of and behind a row of errors, for rows that are not there yet or any more.
+constexpr ptrdiff_t kFlightMargin = 16;
+
+// A row's pixels in the order in which they are diffused.
+struct Course {
+    ptrdiff_t width;
+    bool backward;
+    ptrdiff_t placeOf(ptrdiff_t i) const { return backward ? width - 1 - i : i; }
+};
+
+#ifdef TIVAR_SSE2
+constexpr ptrdiff_t kTileSteps = 128;
+
+// Of each row's pixel four numbers of 16 bits, and its index.
+struct FlightTile {
+    alignas(16) uint64_t pixels[kTileSteps][kFlightRows];
+    uint64_t found[kTileSteps];
+};
+
+// The numbers of eight pixels, number by number.
+struct FlightNumbers {
+    __m128i number[4];
+};
+
+inline FlightNumbers turnPixels(__m128i a, __m128i b, __m128i c, __m128i d) {
+    const __m128i evenAb = _mm_unpacklo_epi16(a, b);
+    const __m128i oddAb = _mm_unpackhi_epi16(a, b);
+    const __m128i evenCd = _mm_unpacklo_epi16(c, d);
+    const __m128i oddCd = _mm_unpackhi_epi16(c, d);
+    const __m128i lowAb = _mm_unpacklo_epi16(evenAb, oddAb);
+    const __m128i highAb = _mm_unpackhi_epi16(evenAb, oddAb);
+    const __m128i lowCd = _mm_unpacklo_epi16(evenCd, oddCd);
+    const __m128i highCd = _mm_unpackhi_epi16(evenCd, oddCd);
+    return {{_mm_unpacklo_epi64(lowAb, lowCd), _mm_unpackhi_epi64(lowAb, lowCd),
+             _mm_unpacklo_epi64(highAb, highCd), _mm_unpackhi_epi64(highAb, highCd)}};
+}
+
+inline FlightNumbers turnPixels(const uint64_t (&pixels)[kFlightRows]) {
+    return turnPixels(loadLanes(pixels), loadLanes(pixels + 2), loadLanes(pixels + 4),
+                      loadLanes(pixels + 6));
+}
+
+// All bits of the rows that are at one of their pixels.
+inline __m128i rowsThere(ptrdiff_t step, ptrdiff_t width) {
+    int16_t lanes[kFlightRows];
+    for (uint32_t row = 0; row < kFlightRows; ++row) {
+        const ptrdiff_t i = step - kFlightLag * static_cast<ptrdiff_t>(row);
+        lanes[row] = i >= 0 && i < width ? -1 : 0;
+    }
+    return loadLanes(lanes);
+}
+
+// What each row gets from the one above it; the first one from memory.
+inline __m128i passDown(__m128i finished, int16_t above) {
+    return _mm_insert_epi16(_mm_slli_si128(finished, 2), above, 0);
+}
+
+inline int16_t lastRowOf(__m128i lanes) {
+    return static_cast<int16_t>(_mm_extract_epi16(lanes, kFlightRows - 1));
+}
+
+// The pixels of a row that fall into a tile: from and to, and the step of pixel 0 in it.
+struct TileSpan {
+    ptrdiff_t from;
+    ptrdiff_t to;
+    ptrdiff_t origin;
+};
+
+inline TileSpan spanOf(uint32_t row, ptrdiff_t width, ptrdiff_t start, ptrdiff_t count) {
+    const ptrdiff_t origin = kFlightLag * static_cast<ptrdiff_t>(row) - start;
+    return {std::max<ptrdiff_t>(0, -origin), std::min(width, count - origin), origin};
+}
+
+// Flight has fill(tile, row, span), which brings pixels into the tile, and
+// step(step, pixels, there), which tells the eight indices.
+template <class Flight>
+void fly(Flight& flight, const Course& course, uint8_t* const* indices) {
+    FlightTile tile = {};
+    const __m128i all = _mm_set1_epi16(-1);
+    const ptrdiff_t steps = course.width + kFlightDepth;
+    for (ptrdiff_t start = 0; start < steps; start += kTileSteps) {
+        const ptrdiff_t count = std::min(kTileSteps, steps - start);
+        for (uint32_t row = 0; row < kFlightRows; ++row)
+            flight.fill(tile, row, spanOf(row, course.width, start, count));
+        for (ptrdiff_t i = 0; i < count; ++i) {
+            const ptrdiff_t step = start + i;
+            const bool allThere = step >= kFlightDepth && step < course.width;
+            tile.found[i] =
+                flight.step(step, tile.pixels[i], allThere ? all : rowsThere(step, course.width));
+        }
+        for (uint32_t row = 0; row < kFlightRows; ++row) {
+            const TileSpan span = spanOf(row, course.width, start, count);
+            for (ptrdiff_t i = span.from; i < span.to; ++i)
+                indices[row][course.placeOf(i)] =
+                    static_cast<uint8_t>(tile.found[i + span.origin] >> 8 * row);
+        }
+    }
+}
+#endif
+
+}  // namespace tivar

@@ -1,0 +1,18 @@
+// Vector code stands beside a plain rule that gives the same bytes. TIVAR_NO_SIMD turns it off.
+#pragma once
+
+#if defined(__SSE2__) && !defined(TIVAR_NO_SIMD)
+#define TIVAR_SSE2
+#include <emmintrin.h>
+
+namespace tivar {
+
+inline __m128i loadLanes(const void* from) {
+    return _mm_loadu_si128(static_cast<const __m128i*>(from));
+}
+inline void storeLanes(void* to, __m128i lanes) {
+    _mm_storeu_si128(static_cast<__m128i*>(to), lanes);
+}
+
+}  // namespace tivar
+#endif

@@ -1,0 +1,55 @@
+#include "export/read_picture.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <string_view>
+
+#include "picture/color_profile.h"
+#include "picture/readers.h"
+#include "picture/upright.h"
+#include "process/failure.h"
+#include "process/input_file.h"
+
+namespace tool {
+namespace {
+
+// The file stands at its first byte again.
+std::string peek(std::FILE* file) {
+    std::string start;
+    for (int byte; start.size() < kSignatureBytes && (byte = std::getc(file)) != EOF;) {
+        start += static_cast<char>(byte);
+    }
+    if (std::ferror(file) != 0) failErrno("", errno);
+    if (start.empty()) fail("is empty", "get a complete copy of it");
+    // The bytes come from the buffer, so that the C library takes them all back.
+    std::clearerr(file);
+    for (auto last = start.rbegin(); last != start.rend(); ++last) {
+        std::ungetc(static_cast<unsigned char>(*last), file);
+    }
+    return start;
+}
+
+Image readAny(std::FILE* file, const ReadRequest& request) {
+    const std::string start = peek(file);
+    std::string names;
+    for (const ImageReader& reader : imageReaders()) {
+        if (reader.knows(start)) return reader.read(file, request);
+        names += std::string(names.empty() ? "" : ", ") + reader.name;
+    }
+    if (start.starts_with("BM")) {
+        fail("is a BMP file already", "turn it into another kind first, as tivar decode does");
+    }
+    fail("is no picture of a known kind (" + names + ")", "convert it to one of them first");
+}
+
+}  // namespace
+
+Image readPicture(const std::string& name, const ReadRequest& request) {
+    const OpenFile file = openInput(name);
+    Image image = readAny(file.get(), request);
+    convertToSrgb(image, request);
+    if (request.orient) makeUpright(image, request);
+    return image;
+}
+
+}  // namespace tool

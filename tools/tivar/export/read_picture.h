@@ -1,0 +1,17 @@
+// Pictures of every kind that the program reads.
+
+#ifndef TIVAR_TOOL_READ_PICTURE_H
+#define TIVAR_TOOL_READ_PICTURE_H
+
+#include <string>
+
+#include "picture/image.h"
+
+namespace tool {
+
+// The picture, upright and in sRGB, told apart by its first bytes; name "-" is standard input.
+Image readPicture(const std::string& name, const ReadRequest& request);
+
+}  // namespace tool
+
+#endif

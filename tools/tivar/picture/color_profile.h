@@ -1,0 +1,16 @@
+// Colours as their profile means them.
+
+#ifndef TIVAR_TOOL_COLOR_PROFILE_H
+#define TIVAR_TOOL_COLOR_PROFILE_H
+
+#include "picture/image.h"
+
+namespace tool {
+
+// Converts the colours from the picture's ICC profile to sRGB; inks become red, green and blue with
+// a profile or without. A profile that cannot be used is told in a notice.
+void convertToSrgb(Image& image, const ReadRequest& request);
+
+}  // namespace tool
+
+#endif
