@@ -104,7 +104,7 @@ void expectForm(const Written& written, const Drawn& picture, const TivarOptions
 }
 
 TEST(Write, EveryFormHoldsEveryPictureExactly) {
-    constexpr Size sizes[] = {{1, 1}, {2, 3}, {7, 2}, {8, 1}, {9, 4}, {33, 5}, {61, 3}};
+    constexpr Size sizes[] = {{1, 1}, {2, 3}, {9, 4}, {61, 3}};
     uint32_t seed = 0;
     for (const int32_t format : kFormats) {
         visitForms([&](const TivarOptions& options) {
