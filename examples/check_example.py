@@ -162,7 +162,7 @@ def check_write_file(example):
     check_pixels("16.bmp", (333, 221), blended, tolerance=8)
     check_pixels("8.bmp", (333, 221), blended, tolerance=24)
     errors = example.run("none/picture.bmp", code=1)[1]
-    expect("word about the missing directory", errors, "write_file: No such file or directory\n")
+    expect("word about the missing directory", errors, "write_file: the file could not be written (errno 2)\n")
     errors = example.run("5.bmp", "5", code=1)[1]
     expect("word about the depth", "options.bits" in errors, True)
     expect("refused file", os.path.exists("5.bmp"), False)
