@@ -201,10 +201,9 @@ TEST(Write, ReportsMayBeLeftOutOfEveryCall) {
 // The smallest file of each kind, byte for byte, worked out by hand from the format's description.
 TEST(Write, FilesWorkedOutByHand) {
     const Drawn color = {TIVAR_RGB, 1, 1, {1, 2, 3}, {}};
-    const Bytes windows = {'B', 'M', 58, 0,  0, 0, 0, 0, 0, 0, 54, 0, 0, 0,  //
-                           40,  0,   0,  0,  1, 0, 0, 0, 1, 0, 0,  0, 1, 0, 24, 0,
-                           0,   0,   0,  0,  4, 0, 0, 0, 0, 0, 0,  0, 0, 0, 0,  0,
-                           0,   0,   0,  0,  0, 0, 0, 0,  //
+    const Bytes windows = {'B', 'M', 58, 0, 0, 0, 0, 0, 0, 0, 54, 0, 0, 0,  //
+                           40,  0,   0,  0, 1, 0, 0, 0, 1, 0, 0,  0, 1, 0, 24, 0, 0, 0, 0, 0,
+                           4,   0,   0,  0, 0, 0, 0, 0, 0, 0, 0,  0, 0, 0, 0,  0, 0, 0, 0, 0,  //
                            3,   2,   1,  0};
     EXPECT_EQ(toMemory(color, noOptions()).bytes, windows);
 
@@ -221,12 +220,12 @@ TEST(Write, FilesWorkedOutByHand) {
     options.encoding = TIVAR_ENCODING_RLE;
     options.x_per_meter = 2835;
     options.y_per_meter = 1;
-    const Bytes encoded = {'B', 'M',  72, 0, 0, 0, 0, 0, 0, 0, 66, 0, 0, 0,  //
-                           40,  0,    0,  0, 5, 0, 0, 0, 1, 0, 0,  0, 1, 0, 8, 0,
-                           1,   0,    0,  0, 6, 0, 0, 0,  //
-                           0x13, 0x0B, 0, 0, 1, 0, 0, 0, 3, 0, 0,  0, 0, 0, 0, 0,  //
-                           0,   0,    0,  0, 1, 1, 1, 0, 2, 2, 2,  0,            //
-                           4,   2,    1,  1, 0, 1};
+    const Bytes encoded = {'B',  'M',  72, 0, 0, 0, 0, 0, 0, 0, 66, 0, 0, 0,  //
+                           40,   0,    0,  0, 5, 0, 0, 0, 1, 0, 0,  0, 1, 0, 8, 0,
+                           1,    0,    0,  0, 6, 0, 0, 0,                           //
+                           0x13, 0x0B, 0,  0, 1, 0, 0, 0, 3, 0, 0,  0, 0, 0, 0, 0,  //
+                           0,    0,    0,  0, 1, 1, 1, 0, 2, 2, 2,  0,              //
+                           4,    2,    1,  1, 0, 1};
     EXPECT_EQ(toMemory(runs, options).bytes, encoded);
 }
 
@@ -248,9 +247,9 @@ TEST(Write, EveryResultHasATextOfItsOwn) {
 TEST(Write, TheVersionIsThreeNumbers) {
     int numbers[3] = {};
     char behind = 0;
-    EXPECT_EQ(std::sscanf(tivar_version(), "%d.%d.%d%c", &numbers[0], &numbers[1], &numbers[2],
-                          &behind),
-              3)
+    EXPECT_EQ(
+        std::sscanf(tivar_version(), "%d.%d.%d%c", &numbers[0], &numbers[1], &numbers[2], &behind),
+        3)
         << tivar_version();
 }
 
