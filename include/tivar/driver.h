@@ -190,6 +190,7 @@ typedef struct EMData {
     int32_t viewportResolution; /* units per inch, 0 = no measure */
     int16_t imageFlag;
     int8_t nameRefused; /* 1: the file name was too long, opening fails */
+    int8_t closing;     /* 1: output is being closed, opening fails */
     void* memoryBlock;  /* output to memory: address of the block. Once the device has closed it is
                            the host's, who frees GlobalHandle(memoryBlock); the next opening and
                            DRV_TERM forget it. DRV_TERM of an open device frees it. */

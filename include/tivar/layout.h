@@ -174,6 +174,7 @@ TIVAR_AT(EMData, hSetup, 1180, 1208);
 TIVAR_AT(EMData, viewportResolution, 1184, 1216);
 TIVAR_AT(EMData, imageFlag, 1188, 1220);
 TIVAR_AT(EMData, nameRefused, 1190, 1222);
+TIVAR_AT(EMData, closing, 1191, 1223);
 TIVAR_AT(EMData, memoryBlock, 1192, 1224);
 TIVAR_AT(EMData, reserved, 1196, 1232);
 

@@ -59,7 +59,8 @@ typedef struct TivarReport {
     int32_t system_error; /* errno of the call that failed; 0 = none did */
     int32_t bits;         /* of the file's pixels */
     uint32_t colors;      /* palette entries of the file; 0 = it has no palette */
-    int32_t exact;        /* 1 = every pixel has its own colour: nothing was reduced */
+    int32_t exact;        /* 1 = nothing was reduced: the file has 24 or 32 bits, the picture's own
+                             palette, or a chosen one with all its colours */
     uint64_t bytes;       /* length of the file */
 } TivarReport;
 

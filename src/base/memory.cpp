@@ -5,6 +5,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +19,8 @@ struct BlockHeader {
     uint32_t lockField;  // always 0: there is no lock count
     uint8_t* data;
     uint8_t dataOffset;
+    uint8_t freed;  // 1: freed while pinned
+    uint16_t pins;  // uses by running calls
 };
 
 #if UINTPTR_MAX == 0xFFFFFFFFu
@@ -39,12 +42,24 @@ BlockHeader* headerOf(MemHandle handle) {
     return reinterpret_cast<BlockHeader*>(handle);
 }
 
+bool isOwnMemory(const BlockHeader* header) {
+    return header->data == reinterpret_cast<const uint8_t*>(header) + header->dataOffset;
+}
+
+// The way back from the data to the header. Written only where it changed: threads may lock one
+// block at the same time.
+void placeBackByte(BlockHeader* header) {
+    uint8_t& backByte = header->data[-1];
+    if (backByte != header->dataOffset) backByte = header->dataOffset;
+}
+
 void placeHeader(void* block, uint32_t flags, uint32_t size) {
     const auto address = reinterpret_cast<uintptr_t>(block);
     const auto gap = (kAlignment - (address + sizeof(BlockHeader)) % kAlignment) % kAlignment;
     const auto offset = static_cast<uint8_t>(sizeof(BlockHeader) + gap);
-    *static_cast<BlockHeader*>(block) = {size, flags, 0, static_cast<uint8_t*>(block) + offset,
-                                         offset};
+    auto* header = static_cast<BlockHeader*>(block);
+    *header = {size, flags, 0, static_cast<uint8_t*>(block) + offset, offset, 0, 0};
+    placeBackByte(header);
 }
 
 // Pictures are touched from end to end: fewer, larger pages cost less to get. Only a hint.
@@ -58,6 +73,15 @@ void preferLargePages([[maybe_unused]] void* block, [[maybe_unused]] uint64_t by
     const uintptr_t end = (start + static_cast<uintptr_t>(bytes)) / kPage * kPage;
     madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
 #endif
+}
+
+// Moves a block's contents into the one that takes its place; 0, and nothing moved, without one.
+MemHandle replaceBlock(MemHandle handle, MemHandle successor) {
+    if (successor == 0) return 0;
+    std::memcpy(headerOf(successor)->data, headerOf(handle)->data,
+                std::min(headerOf(handle)->size, headerOf(successor)->size));
+    GlobalFree(handle);
+    return successor;
 }
 
 void reportExhaustion(uint32_t size) {
@@ -80,8 +104,9 @@ MemHandle allocateQuietly(uint32_t flags, uint32_t size) {
 
 MemHandle resizeBlock(MemHandle handle, uint32_t size) {
     const uint64_t bytes = blockBytes(size);
-    if (handle == 0 || !fitsIn32Bits(bytes)) return 0;
+    if (isGone(handle) || !fitsIn32Bits(bytes)) return 0;
     const BlockHeader old = *headerOf(handle);
+    if (old.pins != 0) return replaceBlock(handle, allocateQuietly(old.flags, size));
     void* block = std::realloc(headerOf(handle), static_cast<size_t>(bytes));
     if (block == nullptr) return 0;
     placeHeader(block, old.flags, size);
@@ -92,15 +117,28 @@ MemHandle resizeBlock(MemHandle handle, uint32_t size) {
         const uint32_t kept = old.size < size ? old.size : size;
         std::memmove(start + newOffset, start + old.dataOffset, kept);
     }
-    GlobalLock(moved);
+    placeBackByte(headerOf(moved));
     return moved;
 }
 
+void pinBlock(MemHandle handle) {
+    if (handle != 0) ++headerOf(handle)->pins;
+}
+
+void unpinBlock(MemHandle handle) {
+    if (handle == 0) return;
+    BlockHeader* header = headerOf(handle);
+    if (--header->pins == 0 && header->freed != 0) std::free(header);
+}
+
+bool isGone(MemHandle handle) {
+    return handle == 0 || headerOf(handle)->freed != 0;
+}
+
 size_t blockRoom(MemHandle handle) {
-    if (handle == 0) return 0;
+    if (isGone(handle)) return 0;
     const BlockHeader* header = headerOf(handle);
-    const bool ownMemory = header->data == reinterpret_cast<uint8_t*>(handle) + header->dataOffset;
-    if (!ownMemory) return header->size;
+    if (!isOwnMemory(header)) return header->size;
     return static_cast<size_t>(blockBytes(header->size)) - header->dataOffset;
 }
 
@@ -115,13 +153,9 @@ MemHandle GlobalAlloc(uint32_t flags, uint32_t size) {
 }
 
 void* GlobalLock(MemHandle handle) {
-    if (handle == 0) return nullptr;
+    if (isGone(handle)) return nullptr;
     BlockHeader* header = headerOf(handle);
-    const auto distance = static_cast<intptr_t>(reinterpret_cast<uintptr_t>(header->data) - handle);
-    if (distance <= UINT8_MAX) {
-        auto* backByte = reinterpret_cast<uint8_t*>(handle) + header->dataOffset - 1;
-        *backByte = static_cast<uint8_t>(distance);
-    }
+    if (isOwnMemory(header)) placeBackByte(header);
     return header->data;
 }
 
@@ -130,19 +164,20 @@ int32_t GlobalUnlock(MemHandle) {
 }
 
 MemHandle GlobalFree(MemHandle handle) {
-    std::free(headerOf(handle));
+    if (handle == 0) return 0;
+    BlockHeader* header = headerOf(handle);
+    if (header->pins != 0)
+        header->freed = 1;
+    else
+        std::free(header);
     return 0;
 }
 
 MemHandle GlobalReAlloc(MemHandle handle, uint32_t size, uint32_t flags) {
-    if (handle == 0) return 0;
+    if (isGone(handle)) return 0;
     const MemHandle grown = GlobalAlloc(flags, size);
-    if (grown != 0) {
-        const uint32_t oldSize = GlobalSize(handle);
-        std::memcpy(GlobalLock(grown), GlobalLock(handle), oldSize < size ? oldSize : size);
-    }
-    GlobalFree(handle);
-    return grown;
+    if (grown == 0) GlobalFree(handle);
+    return replaceBlock(handle, grown);
 }
 
 MemHandle GlobalHandle(const void* pointer) {
@@ -152,7 +187,7 @@ MemHandle GlobalHandle(const void* pointer) {
 }
 
 uint32_t GlobalSize(MemHandle handle) {
-    return handle == 0 ? 0 : headerOf(handle)->size;
+    return isGone(handle) ? 0 : headerOf(handle)->size;
 }
 
 uint32_t GlobalCompact(uint32_t wanted) {

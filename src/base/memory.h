@@ -1,6 +1,6 @@
 // What the library itself needs of movable memory beyond the public calls: silent allocation, the
-// true extent of a block, resizing in place, and guards that pair lock with unlock and alloc with
-// free.
+// true extent of a block, resizing in place, and guards that pair lock with unlock, alloc with free
+// and pin with unpin.
 #pragma once
 
 #include <tivar/memory.h>
@@ -20,6 +20,15 @@ MemHandle resizeBlock(MemHandle handle, uint32_t size);
 // Bytes from the block's data to the end of its memory: its size and the slack behind it.
 size_t blockRoom(MemHandle handle);
 
+// A pinned block outlives GlobalFree: its memory stays until the last pin goes, while to GlobalLock
+// and GlobalSize it is at once no block any more. Running calls pin what call-backs of the host may
+// free.
+void pinBlock(MemHandle handle);
+void unpinBlock(MemHandle handle);
+
+// Whether there is no block: handle 0, or freed while pinned.
+bool isGone(MemHandle handle);
+
 // Locks a block for the life of the guard.
 template <class T>
 struct Locked {
@@ -34,6 +43,17 @@ struct Locked {
 
     MemHandle handle;
     T* data;
+};
+
+// Locks and pins a block for the life of the guard, through which its memory can be reached even
+// once it is gone.
+template <class T>
+struct Pinned : Locked<T> {
+    explicit Pinned(MemHandle block) : Locked<T>(block) { pinBlock(block); }
+    ~Pinned() { unpinBlock(this->handle); }
+
+    // Whether the block was freed meanwhile; false where there was none from the start.
+    bool gone() const { return this->handle != 0 && isGone(this->handle); }
 };
 
 // Owns a locked block of zeroed bytes until release() or the guard's end.

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/memory.h"
+#include "base/turn.h"
 #include "color/color_transform.h"
 #include "color/depth.h"
 #include "driver/cells.h"
@@ -123,22 +124,21 @@ void addToImage(const CellArray& array) {
     lpEMData->nextRow = static_cast<int32_t>(to.nextRow);
 }
 
-// The array is the picture: its own rows are the image's height.
+// The array is the picture: its own rows are the image's height. The image stays out of the device:
+// call-backs may draw others meanwhile.
 void writeAlone(const CellArray& array) {
-    lpEMData->imageMemory = allocateCells(array.width, array.bits, array.rows);
-    Destination to = {lpEMData->imageMemory, array.rows, 0};
+    const OwnedBlock image(allocateCells(array.width, array.bits, array.rows));
+    Destination to = {image.handle, array.rows, 0};
     if (!storeRows(array, to)) return;
-    RasterWriteCellData(lpEMData->imageMemory, array.width, array.rows,
-                        static_cast<uint32_t>(lpEMData->viewportResolution),
-                        static_cast<int16_t>(array.bits),
-                        array.bits == kTrueColorBits ? CELLS_RGB : CELLS_INDEXED);
-    GlobalFree(lpEMData->imageMemory);
-    lpEMData->imageMemory = 0;
+    RasterWriteCellData(
+        image.handle, array.width, array.rows, static_cast<uint32_t>(lpEMData->viewportResolution),
+        static_cast<int16_t>(array.bits), array.bits == kTrueColorBits ? CELLS_RGB : CELLS_INDEXED);
 }
 
 }  // namespace
 
 void* d_ca(void* block) {
+    const Turn turn;
     if (lpEMData == nullptr || block == nullptr) return block;
     const CellArray array = readCellArray(block);
     if (array.data == nullptr) return block;

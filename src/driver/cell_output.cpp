@@ -7,8 +7,11 @@
 
 #include "base/memory.h"
 #include "base/numbers.h"
+#include "base/turn.h"
 #include "color/depth.h"
 #include "driver/device_state.h"
+#include "driver/device_use.h"
+#include "driver/error_stack.h"
 #include "driver/window.h"
 #include "export/bmp_writer.h"
 
@@ -19,7 +22,10 @@ constexpr int32_t kStepProgress = 20;
 constexpr int32_t kReadyProgress = 50;
 
 // The picture on its way to the file; made is the working image, the caller's is used without one.
+// Call-backs of the host may end the device, its settings or the caller's image.
 struct Work {
+    const DeviceUse& device;
+    const SettingsUse& settings;
     MemHandle image;
     MemHandle made;
     MemHandle palette;
@@ -39,9 +45,15 @@ struct Work {
     }
 };
 
-// False when the host cancels.
+bool ended(const Work& work) {
+    return !work.device.current() || work.device.stream.gone() || work.settings.gone();
+}
+
+// False when the host cancels, or ends what is being written.
 bool report(const Work& work) {
-    return askHook(lpEMData->statusHook, 0, 0, 0, work.progress) == 0;
+    const Pinned<uint8_t> image(work.image);
+    const int32_t answer = askHook(work.device->statusHook, 0, 0, 0, work.progress);
+    return answer == 0 && !ended(work) && !image.gone();
 }
 
 bool reportStep(Work& work) {
@@ -120,7 +132,7 @@ bool prepare(Work& work, uint32_t width, uint32_t height) {
 }
 
 void writeFile(const Work& work) {
-    const OxlStream stream = lpEMData->outputStream;
+    const OxlStream stream = work.device.stream.handle;
     const Locked<const uint8_t> ownPalette(work.palette);
     // A table shorter than the depth wants is black from its end on.
     uint8_t palette[sizeof lpEMData->colorTable] = {};
@@ -129,9 +141,10 @@ void writeFile(const Work& work) {
                 present < sizeof palette ? present : sizeof palette);
     const auto bits = static_cast<uint32_t>(int32_t{work.outputBits});
     MemHandle state = 0;
-    BeginCellBitmap(stream, work.width, work.height, bits, palette, &state);
-    WriteCellBits(stream, work.current(), work.width, work.height, bits, work.model, state);
-    EndCellBitmap(stream, state);
+    beginCellBitmap(work.settings, stream, {work.width, work.height, bits}, palette, &state);
+    writeCellBits(work.settings, stream,
+                  {work.current(), work.width, work.height, bits, work.model}, state);
+    endCellBitmap(work.settings, stream, state);
 }
 
 }  // namespace
@@ -141,17 +154,20 @@ using namespace tivar;
 
 void RasterWriteCellData(MemHandle image, uint32_t width, uint32_t height, uint32_t resolution,
                          int16_t bits, int16_t model) {
-    if (lpEMData == nullptr || lpSetup == nullptr || image == 0) return;
+    const Turn turn;
+    const DeviceUse device;
+    if (!device || lpSetup == nullptr || image == 0) return;
     useDeviceSettings();
-    Work work = {};
-    work.image = image;
-    work.exactHeight = height;
-    work.width = width;
-    work.height = height;
-    work.bits = bits;
-    work.model = model;
+    const SettingsUse settings(device->hSetup, lpSetup);
+    Work work = {device, settings, image, 0, 0, double(height), width, height,
+                 bits,   0,        model, 0, 0};
     negotiate(work, resolution);
-    if (prepare(work, width, height)) writeFile(work);
+    if (prepare(work, width, height)) {
+        settings.makeCurrent();
+        writeFile(work);
+    }
     GlobalFree(work.palette);
     GlobalFree(work.made);
+    // Nothing else tells the host that its settings or output went away under the array.
+    if (device.current() && ended(work)) push_er(TIVAR_ERR_STREAM);
 }

@@ -3,7 +3,9 @@
 
 #include <cstring>
 
+#include "base/turn.h"
 #include "driver/device_state.h"
+#include "driver/device_use.h"
 #include "driver/dispatch.h"
 #include "driver/operations.h"
 #include "driver/param_block.h"
@@ -35,21 +37,24 @@ void runOperation(void* block) {
 }
 
 int32_t dispatchRaster(void* block) {
-    if (lpEMData == nullptr || block == nullptr) return 0;
-    lpEMData->errors.lastCode = 0;
-    if (lpEMData->deviceState <= 0) return 0;
+    const DeviceUse device;
+    if (!device || block == nullptr) return 0;
+    device->errors.lastCode = 0;
+    if (device->deviceState <= 0) return 0;
     runOperation(block);
-    return lpEMData->errors.lastCode;
+    // A device that a call-back ended has no error stack left to push on.
+    return device.current() ? device->errors.lastCode : int32_t{TIVAR_ERR_STREAM};
 }
 
 int32_t dispatchCommon(void* block) {
-    if (lpCommon == nullptr || block == nullptr) return 0;
-    lpCommon->lastError = 0;
-    if (lpCommon->state <= 0) return 0;
+    CommonBlock* common = lpCommon;
+    if (common == nullptr || block == nullptr) return 0;
+    common->lastError = 0;
+    if (common->state <= 0) return 0;
     esc_mode(1);
     runOperation(block);
     esc_mode(0);
-    return lpCommon->lastError;
+    return lpCommon == common ? common->lastError : int32_t{TIVAR_ERR_STREAM};
 }
 
 int32_t initialiseRaster(void* block) {
@@ -80,6 +85,7 @@ struct Route {
 };
 
 int32_t runCode(const Route& route, int32_t code, void* block) {
+    const Turn turn;
     switch (static_cast<int16_t>(code)) {
         case DRV_INIT:
             return route.initialise(block);
@@ -136,6 +142,7 @@ int32_t dd_entry32(HostWord, int32_t code, void* block, HostWord) {
 }
 
 int32_t InquireSupport(int32_t opcode, int32_t gdpId) {
+    const Turn turn;
     if (opcode == OP_PRIMITIVE) return InqGDPSupport(gdpId);
     if (opcode == kOpcodeUnsupported) return kNoSupport;
     const auto wanted = static_cast<uint32_t>(int32_t{static_cast<int16_t>(opcode)});

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/turn.h"
 #include "driver/operations.h"
 #include "driver/param_block.h"
 
@@ -45,6 +46,7 @@ void push_er(int16_t code) {
 }
 
 void* d_popes(void* block) {
+    const Turn turn;
     if (lpEMData == nullptr || block == nullptr) return block;
     ErrorStack& stack = lpEMData->errors;
     const int32_t count = std::min(fieldAt<int32_t>(block, 16), stack.count);
@@ -54,6 +56,7 @@ void* d_popes(void* block) {
 }
 
 void* d_empes(void* block) {
+    const Turn turn;
     if (lpEMData == nullptr) return block;
     ErrorStack& stack = lpEMData->errors;
     stack.count = 0;
@@ -72,10 +75,18 @@ void dq_es() {
 }
 
 void mov2buf(const void* source, uint32_t length) {
-    if (lpEMData == nullptr || lpEMData->lpReply == nullptr || source == nullptr) return;
-    length = std::min(length, lpEMData->replySize - lpEMData->replyPosition);
-    std::memcpy(lpEMData->lpReply + lpEMData->replyPosition, source, length);
-    lpEMData->replyPosition += length;
+    if (lpEMData == nullptr || source == nullptr) return;
+    EMData& device = *lpEMData;
+    // Kept: behind the end of a buffer that a second initialisation made smaller, the position
+    // becomes the size.
+    if (device.replyPosition > device.replySize) {
+        device.replyPosition = device.replySize;
+        return;
+    }
+    if (device.lpReply == nullptr) return;
+    length = std::min(length, device.replySize - device.replyPosition);
+    std::memcpy(device.lpReply + device.replyPosition, source, length);
+    device.replyPosition += length;
 }
 
 }  // namespace tivar

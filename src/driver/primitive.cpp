@@ -6,12 +6,15 @@
 #include <cstring>
 
 #include "base/memory.h"
+#include "base/turn.h"
 #include "color/depth.h"
 #include "driver/cells.h"
 #include "driver/device_state.h"
+#include "driver/device_use.h"
 #include "driver/error_stack.h"
 #include "driver/operations.h"
 #include "driver/param_block.h"
+#include "export/picture_output.h"
 
 namespace tivar {
 namespace {
@@ -55,41 +58,47 @@ void beginImage(const void* block) {
 }
 
 // The image's palette from the device's colours; false when it cannot be had.
-bool makePalette(CellPicture& picture) {
-    const auto bits = static_cast<uint32_t>(lpEMData->bitsPerCell);
+bool makePalette(const EMData& device, CellPicture& picture) {
+    const auto bits = static_cast<uint32_t>(device.bitsPerCell);
     if (bits >= kTrueColorBits) return true;
     const uint32_t bytes = 3u << bits;
     picture.colorTable = allocateZeroed(bytes);
     const Locked<uint8_t> palette(picture.colorTable);
     if (!palette) return false;
-    std::memcpy(palette.data, lpEMData->colorTable,
-                std::min<size_t>(bytes, sizeof lpEMData->colorTable));
+    std::memcpy(palette.data, device.colorTable, std::min<size_t>(bytes, sizeof device.colorTable));
     return true;
 }
 
+// The image leaves the device with this: call-backs may begin another meanwhile.
 void endImage() {
-    lpEMData->imagePending = 0;
+    const DeviceUse device;
+    device->imagePending = 0;
     CellPicture picture = {};
-    picture.bits = static_cast<uint16_t>(lpEMData->bitsPerCell);
-    picture.width = static_cast<uint16_t>(lpEMData->imageWidth);
-    picture.height = static_cast<uint16_t>(lpEMData->imageHeight);
-    picture.resolution = static_cast<int16_t>(lpEMData->viewportResolution);
-    picture.targetWidth = static_cast<uint32_t>(lpEMData->imageWidth);
-    picture.targetHeight = static_cast<uint32_t>(lpEMData->imageHeight);
-    picture.pixels = lpEMData->imageMemory;
+    picture.bits = static_cast<uint16_t>(device->bitsPerCell);
+    picture.width = static_cast<uint16_t>(device->imageWidth);
+    picture.height = static_cast<uint16_t>(device->imageHeight);
+    picture.resolution = static_cast<int16_t>(device->viewportResolution);
+    picture.targetWidth = static_cast<uint32_t>(device->imageWidth);
+    picture.targetHeight = static_cast<uint32_t>(device->imageHeight);
+    const OwnedBlock image(device->imageMemory);
+    device->imageMemory = 0;
+    picture.pixels = image.handle;
     useDeviceSettings();
-    if (makePalette(picture))
-        OutputPicture(lpEMData->outputStream, &picture, DrawExportCellData);
+    const SettingsUse settings(device->hSetup, lpSetup);
+    const HostWord* status = settings ? settings->exportParams : nullptr;
+    if (makePalette(*device, picture))
+        outputPicture(settings, status, device->outputStream, &picture, DrawExportCellData);
     else
         push_er(TIVAR_ERR_NO_MEMORY);
     GlobalFree(picture.colorTable);
-    GlobalFree(lpEMData->imageMemory);
-    lpEMData->imageMemory = 0;
+    const bool ended = settings.gone() || device.stream.gone();
+    if (ended && device.current()) push_er(TIVAR_ERR_STREAM);
 }
 
 }  // namespace
 
 void* d_gdp(void* block) {
+    const Turn turn;
     if (lpEMData == nullptr || block == nullptr) return block;
     const auto primitive = fieldAt<int32_t>(block, kIdentifier);
     if (primitive == kBeginImage) beginImage(block);

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/numbers.h"
+#include "base/turn.h"
 #include "color/color_transform.h"
 #include "driver/error_stack.h"
 #include "driver/operations.h"
@@ -22,6 +23,7 @@ bool isReady(const void* block) {
 }  // namespace
 
 void* ds_dvwn(void* block) {
+    const Turn turn;
     if (isReady(block))
         std::memcpy(lpEMData->deviceWindow, static_cast<uint8_t*>(block) + kData,
                     sizeof lpEMData->deviceWindow);
@@ -29,11 +31,13 @@ void* ds_dvwn(void* block) {
 }
 
 void* dq_dvwn(void* block) {
+    const Turn turn;
     if (lpEMData != nullptr) mov2buf(lpEMData->deviceWindow, sizeof lpEMData->deviceWindow);
     return block;
 }
 
 void* ds_dvvp(void* block) {
+    const Turn turn;
     if (!isReady(block)) return block;
     double* viewport = lpEMData->deviceViewport;
     viewport[0] = fieldAt<double>(block, kData);
@@ -44,6 +48,7 @@ void* ds_dvvp(void* block) {
 }
 
 void* dq_dvvp(void* block) {
+    const Turn turn;
     if (lpEMData == nullptr) return block;
     // Kept: the reply pairs the values otherwise than they came.
     const double* viewport = lpEMData->deviceViewport;
@@ -53,6 +58,7 @@ void* dq_dvvp(void* block) {
 }
 
 void* ds_vpsm(void* block) {
+    const Turn turn;
     constexpr int32_t kScalingDone = 128;
     constexpr double kMillimetresPerInch = 25.4;
     if (!isReady(block)) return block;
@@ -66,6 +72,7 @@ void* ds_vpsm(void* block) {
 }
 
 void* ds_bgc(void* block) {
+    const Turn turn;
     if (isReady(block))
         std::memcpy(lpEMData->background, static_cast<uint8_t*>(block) + kData,
                     sizeof lpEMData->background);
@@ -73,6 +80,7 @@ void* ds_bgc(void* block) {
 }
 
 void* ds_ct(void* block) {
+    const Turn turn;
     constexpr uint32_t kTableEntries = 256;
     if (!isReady(block)) return block;
     const auto countWord = fieldAt<uint32_t>(block, 4);

@@ -3,8 +3,10 @@
 #include <tivar/stream.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "base/memory.h"
+#include "base/turn.h"
 #include "color/bitmap.h"
 #include "color/depth.h"
 #include "color/red_blue.h"
@@ -154,25 +156,38 @@ struct Rows {
     bool exchange;  // red and blue, in place
 };
 
+// What a band is written with. Call-backs of the host may end any of it.
+struct BandWriter {
+    const SettingsUse& settings;
+    Pinned<uint8_t> stream;
+    Pinned<CellBitmapState> state;
+    Pinned<uint8_t> bits;
+
+    bool ended() const { return settings.gone() || stream.gone() || state.gone() || bits.gone(); }
+};
+
 // False when the encoder's output did not fit the stream.
-bool writeBlock(OxlStream stream, const Rows& rows, CellBitmapState& state) {
+bool writeBlock(const BandWriter& writer, const Rows& rows) {
+    const OxlStream stream = writer.stream.handle;
+    CellBitmapState& state = *writer.state;
     if (rows.exchange) exchangeRedBlue(rows.data, rows.count, rows.rowBytes, rows.width);
     if (state.compression != kRleNone)
-        return RLEWrite(stream, rows.data, rows.count, rows.rowBytes, rows.rowBytes,
-                        &state.compressedSize, state.compression) == TIVAR_OK;
+        return writeEncoded(writer.settings, stream,
+                            {rows.data, rows.count, rows.rowBytes, rows.rowBytes},
+                            &state.compressedSize, state.compression) == TIVAR_OK;
     // Kept: whether raw rows could be written is not checked.
     oxlWrite(stream, rows.data, static_cast<int32_t>(rows.count * rows.rowBytes));
     return true;
 }
 
 // A document gets row after row; other streams do not see where one ends.
-bool writeRows(OxlStream stream, Rows rows, CellBitmapState& state) {
+bool writeRows(const BandWriter& writer, Rows rows) {
     if (rows.rowBytes == 0) return true;
-    const bool rowByRow = isDocument(stream);
+    const bool rowByRow = isDocument(writer.stream.handle);
     const uint32_t step = rowByRow ? 1 : std::max(kBlockBytes / rows.rowBytes, 1u);
     for (uint32_t left = rows.count; left > 0;) {
         rows.count = std::min(left, step);
-        if (!writeBlock(stream, rows, state)) return false;
+        if (!writeBlock(writer, rows) || writer.ended()) return false;
         rows.data += size_t{rows.count} * rows.rowBytes;
         left -= rows.count;
     }
@@ -180,11 +195,38 @@ bool writeRows(OxlStream stream, Rows rows, CellBitmapState& state) {
 }
 
 // Kept: the handle stays in the settings after its buffer is gone; the cleared address tells.
-void freeWorkBuffer() {
-    if (lpRaster == nullptr || lpRaster->lpRLEBuffer == nullptr) return;
-    GlobalUnlock(lpRaster->hRLEBuffer);
-    GlobalFree(lpRaster->hRLEBuffer);
-    lpRaster->lpRLEBuffer = nullptr;
+void freeWorkBuffer(SetupRecord& setup) {
+    if (setup.lpRLEBuffer == nullptr) return;
+    GlobalUnlock(setup.hRLEBuffer);
+    GlobalFree(setup.hRLEBuffer);
+    setup.lpRLEBuffer = nullptr;
+}
+
+// The entries that the file gets, as they are when it begins: call-backs may change the caller's.
+struct PaletteCopy {
+    static constexpr uint32_t kMostEntries = 256;
+
+    PaletteCopy(const uint8_t* palette, uint32_t count) : given(palette), used(palette) {
+        if (count > kMostEntries) return;
+        if (count != 0) std::memcpy(copy, given, size_t{count} * 3);
+        used = copy;
+    }
+
+    const uint8_t* given;
+    const uint8_t* used;
+    uint8_t copy[kMostEntries * 3];
+};
+
+void writeHeaders(const SetupRecord& setup, OxlStream stream, const FileShape& shape,
+                  const uint8_t* palette, uint32_t compression) {
+    const auto paletteSize = static_cast<uint32_t>(setup.paletteSize);
+    if (setup.fileType == FILE_TYPE_OS2) {
+        const PaletteCopy entries(palette, std::min(shape.paletteEntries, paletteSize));
+        writeOs2Flavour(stream, shape, entries.used, paletteSize);
+    } else {
+        const PaletteCopy entries(palette, shape.paletteEntries);
+        writeWindowsFlavour(stream, shape, entries.used, compression);
+    }
 }
 
 }  // namespace
@@ -197,9 +239,54 @@ bool chooseFileFormat(SetupRecord& setup) {
     return true;
 }
 
-void abandonCellBitmap(MemHandle state) {
+int32_t beginCellBitmap(const SettingsUse& settings, OxlStream stream, const FileSize& size,
+                        const uint8_t* palette, MemHandle* stateOut) {
+    if (stream == 0 || stateOut == nullptr || !settings) return 0;
+    *stateOut = allocateZeroed(sizeof(CellBitmapState));
+    const Pinned<CellBitmapState> state(*stateOut);
+    const Pinned<uint8_t> streamUse(stream);
+    if (!state || !chooseFileFormat(*settings)) return 0;
+    freeWorkBuffer(*settings);
+    FileShape shape = {size.width, size.height, size.bitCount, 0, 0};
+    if (!describeFile(shape, palette)) return 0;
+    const uint32_t compression = chooseCompression(*settings);
+    // Set before the buffer is had: without one the first band fails instead of going out raw.
+    state->compression = compression;
+    if (compression != kRleNone && !allocateWorkBuffer(*settings, shape.rowBytes)) return 0;
+    writeHeaders(*settings, stream, shape, palette, compression);
+    if (state.gone()) *stateOut = 0;
+    return state.gone() || streamUse.gone() || settings.gone() ? 0 : 1;
+}
+
+int32_t writeCellBits(const SettingsUse& settings, OxlStream stream, const Band& band,
+                      MemHandle state) {
+    const BandWriter writer = {settings, Pinned<uint8_t>(stream), Pinned<CellBitmapState>(state),
+                               Pinned<uint8_t>(band.bits)};
+    if (!writer.state) return TIVAR_ERR_BAND;
+    if (band.bits == 0) return TIVAR_OK;
+    const uint32_t rowBytes = rowBytesOf(band.width, band.bitCount);
+    const bool empty = band.width == 0 || band.bitCount == 0;
+    const uint32_t present = wholeRows(band.bits, band.rows, rowBytes, empty);
+    const bool exchange = band.bitCount == kTrueColorBits && band.swapRedBlue == 1;
+    const bool taken =
+        writeRows(writer, {writer.bits.data, present, rowBytes, band.width, exchange});
+    return taken && present == band.rows ? TIVAR_OK : TIVAR_ERR_BAND;
+}
+
+void endCellBitmap(const SettingsUse& settings, OxlStream stream, MemHandle state) {
+    const Pinned<CellBitmapState> record(state);
+    const Pinned<uint8_t> streamUse(stream);
+    if (record && record->compression != kRleNone) {
+        oxlSeek(stream, kImageSizePosition, SEEK_SET);
+        oxlWriteLong(stream, &record->compressedSize, 1);
+    }
+    // A call-back that ended the file ended its buffer with it.
+    if (!record.gone()) abandonCellBitmap(settings, state);
+}
+
+void abandonCellBitmap(const SettingsUse& settings, MemHandle state) {
     const Locked<CellBitmapState> record(state);
-    if (record && record->compression != kRleNone) freeWorkBuffer();
+    if (record && record->compression != kRleNone && settings) freeWorkBuffer(*settings);
     GlobalFree(state);
 }
 
@@ -209,43 +296,19 @@ using namespace tivar;
 
 int32_t BeginCellBitmap(OxlStream stream, uint32_t width, uint32_t height, uint32_t bitCount,
                         const uint8_t* palette, MemHandle* stateOut) {
-    if (stream == 0 || stateOut == nullptr || lpRaster == nullptr) return 0;
-    *stateOut = allocateZeroed(sizeof(CellBitmapState));
-    const Locked<CellBitmapState> state(*stateOut);
-    if (!state || !chooseFileFormat(*lpRaster)) return 0;
-    freeWorkBuffer();
-    FileShape shape = {width, height, bitCount, 0, 0};
-    if (!describeFile(shape, palette)) return 0;
-    const uint32_t compression = chooseCompression(*lpRaster);
-    // Set before the buffer is had: without one the first band fails instead of going out raw.
-    state->compression = compression;
-    if (compression != kRleNone && !allocateWorkBuffer(*lpRaster, shape.rowBytes)) return 0;
-    if (lpRaster->fileType == FILE_TYPE_OS2)
-        writeOs2Flavour(stream, shape, palette, static_cast<uint32_t>(lpRaster->paletteSize));
-    else
-        writeWindowsFlavour(stream, shape, palette, compression);
-    return 1;
+    const Turn turn;
+    return beginCellBitmap(currentSettings(), stream, {width, height, bitCount}, palette, stateOut);
 }
 
 int32_t WriteCellBits(OxlStream stream, MemHandle bits, uint32_t width, uint32_t rows,
                       uint32_t bitCount, int16_t swapRedBlue, MemHandle state) {
-    const Locked<CellBitmapState> record(state);
-    if (!record) return TIVAR_ERR_BAND;
-    if (bits == 0) return TIVAR_OK;
-    const Locked<uint8_t> data(bits);
-    const uint32_t rowBytes = rowBytesOf(width, bitCount);
-    const uint32_t present = wholeRows(bits, rows, rowBytes, width == 0 || bitCount == 0);
-    const bool exchange = bitCount == kTrueColorBits && swapRedBlue == 1;
-    const bool taken = writeRows(stream, {data.data, present, rowBytes, width, exchange}, *record);
-    return taken && present == rows ? TIVAR_OK : TIVAR_ERR_BAND;
+    const Turn turn;
+    return writeCellBits(currentSettings(), stream, {bits, width, rows, bitCount, swapRedBlue},
+                         state);
 }
 
 int32_t EndCellBitmap(OxlStream stream, MemHandle state) {
-    const Locked<CellBitmapState> record(state);
-    if (record && record->compression != kRleNone) {
-        oxlSeek(stream, kImageSizePosition, SEEK_SET);
-        oxlWriteLong(stream, &record->compressedSize, 1);
-    }
-    abandonCellBitmap(state);
+    const Turn turn;
+    endCellBitmap(currentSettings(), stream, state);
     return 0;
 }

@@ -8,6 +8,7 @@
 
 #include "base/memory.h"
 #include "base/numbers.h"
+#include "base/turn.h"
 #include "color/depth.h"
 #include "driver/error_stack.h"
 
@@ -34,8 +35,8 @@ HostWord queryScale(const CellPicture& picture, CellFormat& format) {
     return 0;
 }
 
-// Makes table the request's output colour table, which grows when it is too small, and keeps a copy
-// for the conversion.
+// Makes table the request's output colour table, which grows when its count is too small, and keeps
+// a copy for the conversion. Entries that do not fit the request's own block are left out there.
 void adoptTable(CellDataRequest& request, PrivateBlock& own, MemHandle table, uint16_t entries) {
     const uint32_t bytes = uint32_t{entries} * 3;
     if (entries > std::max<int32_t>(request.colorCount, 0))
@@ -47,12 +48,11 @@ void adoptTable(CellDataRequest& request, PrivateBlock& own, MemHandle table, ui
     const Locked<uint8_t> copy(own.table);
     const uint32_t present = std::min(bytes, GlobalSize(table));
     if (copy && source) std::memcpy(copy.data, source.data, present);
-    if (request.colorTable == nullptr) {
-        request.colorCount = 0;
-        return;
-    }
-    std::memset(request.colorTable, 0, bytes);
-    if (source) std::memcpy(request.colorTable, source.data, present);
+    const uint32_t room = std::min(bytes, GlobalSize(oxlPtrGlobalHandle(request.colorTable)));
+    if (request.colorTable == nullptr) request.colorCount = 0;
+    if (room == 0) return;
+    std::memset(request.colorTable, 0, room);
+    if (source) std::memcpy(request.colorTable, source.data, std::min(present, room));
 }
 
 // A table for a picture that becomes shallower; entries holds those of the depth on entry.
@@ -154,6 +154,7 @@ using namespace tivar;
 
 HostWord DrawExportCellData(int32_t message, void* input, HostWord output, HostWord) {
     if (input == nullptr) return 0;
+    const Turn turn;
     if (message == DRAW_QUERY) {
         auto* format = reinterpret_cast<CellFormat*>(output);
         return format == nullptr ? 0 : queryScale(*static_cast<CellPicture*>(input), *format);

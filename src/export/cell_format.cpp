@@ -1,11 +1,14 @@
 // Negotiation of the output's size in pixels and bits per pixel from the settings, the picture's
 // own proportions and the resolution that the caller offers.
+#include "export/cell_format.h"
+
 #include <tivar/export.h>
 #include <tivar/filter.h>
 
 #include <cmath>
 
 #include "base/numbers.h"
+#include "base/turn.h"
 #include "color/depth.h"
 
 namespace tivar {
@@ -66,48 +69,74 @@ void chooseBits(int32_t colorFormat, uint16_t& bitCount) {
     }
 }
 
-}  // namespace
-}  // namespace tivar
-
-using namespace tivar;
-
-void QueryCellFormat(double* width, double* height, uint16_t* bitCount, uint32_t* resolution,
-                     uint16_t* planes, HostWord) {
-    if (width == nullptr || height == nullptr || lpRaster == nullptr) return;
-    SetupRecord& setup = *lpRaster;
-    const uint32_t offered = resolution == nullptr ? 0 : *resolution;
-    Display display;
-    chooseSize(setup, *width, *height, offered != 0, display);
-    chooseResolution(setup, offered, display);
-    double page[2] = {setup.pictureWidth, setup.pictureHeight};
-    const bool offersNone = resolution != nullptr && offered == 0;
-    if (offersNone || setup.sizeMode != SIZE_GIVEN) RasterAdjustAspect(page, *width, *height);
-    if (setup.xResolution != 0) {
-        *width = setup.xResolution * page[0];
-        *height = setup.yResolution * page[1];
-        if (resolution != nullptr) *resolution = static_cast<uint32_t>(setup.xResolution);
-    }
-    if (bitCount != nullptr) chooseBits(setup.colorFormat, *bitCount);
-    if (planes != nullptr) *planes = 1;
-}
-
-int32_t RasterAdjustAspect(double* out, double aspectWidth, double aspectHeight) {
-    if (out == nullptr || lpRaster == nullptr) return -1;
+// Fits the ratio into the settings' page, in inches.
+void adjustAspect(const SetupRecord& setup, double* out, double aspectWidth, double aspectHeight) {
     const auto toPixels = [](int16_t resolution, double inches) {
         return static_cast<double>(saturate<int32_t>(resolution * inches));
     };
     const auto wholePixels = [](double pixels) {
         return static_cast<double>(saturate<int32_t>(pixels));
     };
-    double width = toPixels(lpRaster->xResolution, lpRaster->pictureWidth);
-    double height = toPixels(lpRaster->yResolution, lpRaster->pictureHeight);
+    double width = toPixels(setup.xResolution, setup.pictureWidth);
+    double height = toPixels(setup.yResolution, setup.pictureHeight);
     const double page = width / height;
     const double wanted = aspectWidth / aspectHeight;
     if (wanted < page)
         width -= wholePixels(width - height * wanted);
     else if (wanted > page)
         height -= wholePixels(height - width / wanted);
-    out[0] = width / lpRaster->xResolution;
-    out[1] = height / lpRaster->yResolution;
+    out[0] = width / setup.xResolution;
+    out[1] = height / setup.yResolution;
+}
+
+// What the caller of a negotiation gives and receives; the sizes are there, the rest may be null.
+struct Negotiated {
+    double& width;
+    double& height;
+    uint16_t* bitCount;
+    uint32_t* resolution;
+    uint16_t* planes;
+};
+
+void settle(SetupRecord& setup, const Negotiated& wanted) {
+    const uint32_t offered = wanted.resolution == nullptr ? 0 : *wanted.resolution;
+    Display display;
+    chooseSize(setup, wanted.width, wanted.height, offered != 0, display);
+    chooseResolution(setup, offered, display);
+    double page[2] = {setup.pictureWidth, setup.pictureHeight};
+    const bool offersNone = wanted.resolution != nullptr && offered == 0;
+    if (offersNone || setup.sizeMode != SIZE_GIVEN)
+        adjustAspect(setup, page, wanted.width, wanted.height);
+    if (setup.xResolution != 0) {
+        wanted.width = setup.xResolution * page[0];
+        wanted.height = setup.yResolution * page[1];
+        if (wanted.resolution != nullptr)
+            *wanted.resolution = static_cast<uint32_t>(setup.xResolution);
+    }
+    if (wanted.bitCount != nullptr) chooseBits(setup.colorFormat, *wanted.bitCount);
+    if (wanted.planes != nullptr) *wanted.planes = 1;
+}
+
+}  // namespace
+
+void queryCellFormat(SetupRecord& setup, CellFormat& format, uint16_t& bitCount) {
+    settle(setup, {format.width, format.height, &bitCount, &format.resolution, nullptr});
+}
+
+}  // namespace tivar
+
+using namespace tivar;
+
+void QueryCellFormat(double* width, double* height, uint16_t* bitCount, uint32_t* resolution,
+                     uint16_t* planes, HostWord) {
+    const Turn turn;
+    if (width == nullptr || height == nullptr || lpRaster == nullptr) return;
+    settle(*lpRaster, {*width, *height, bitCount, resolution, planes});
+}
+
+int32_t RasterAdjustAspect(double* out, double aspectWidth, double aspectHeight) {
+    const Turn turn;
+    if (out == nullptr || lpRaster == nullptr) return -1;
+    adjustAspect(*lpRaster, out, aspectWidth, aspectHeight);
     return 0;
 }

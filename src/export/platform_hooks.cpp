@@ -65,8 +65,8 @@ CellDataRequest* InitPlatformOffscreen(uint32_t width, uint32_t* rows, int32_t b
     if (rows == nullptr) return nullptr;
     const uint32_t height = *rows;
     *rows = 0;
-    auto* offscreen = static_cast<CellDataRequest*>(oxlPtrGlobalAlloc(sizeof(CellDataRequest)));
-    if (offscreen == nullptr || draw == nullptr) return offscreen;
+    const tivar::Pinned<CellDataRequest> offscreen(tivar::allocateZeroed(sizeof(CellDataRequest)));
+    if (!offscreen || draw == nullptr) return offscreen.data;
     offscreen->picture = picture;
     offscreen->draw = draw;
     offscreen->colorCount = colorCount;
@@ -77,9 +77,12 @@ CellDataRequest* InitPlatformOffscreen(uint32_t width, uint32_t* rows, int32_t b
     offscreen->flag = flag == nullptr ? uint8_t{0} : *flag;
     HostWord block[5] = {width, height, static_cast<HostWord>(bitCount),
                          static_cast<HostWord>(colorCount), reinterpret_cast<HostWord>(colorTable)};
-    *rows = static_cast<uint32_t>(
-        draw(DRAW_INITIALISE, offscreen, reinterpret_cast<HostWord>(block), 0));
-    return offscreen;
+    const auto band = static_cast<uint32_t>(
+        draw(DRAW_INITIALISE, offscreen.data, reinterpret_cast<HostWord>(block), 0));
+    // The call-back may have ended its record.
+    if (offscreen.gone()) return nullptr;
+    *rows = band;
+    return offscreen.data;
 }
 
 MemHandle DrawPlatformOffscreen(CellDataRequest* offscreen, int32_t firstRow, int32_t lastRow) {
@@ -89,7 +92,8 @@ MemHandle DrawPlatformOffscreen(CellDataRequest* offscreen, int32_t firstRow, in
 }
 
 void TermPlatformOffscreen(CellDataRequest* offscreen) {
-    if (offscreen == nullptr) return;
+    const tivar::Pinned<CellDataRequest> use(oxlPtrGlobalHandle(offscreen));
+    if (!use) return;
     if (offscreen->draw != nullptr) offscreen->draw(DRAW_TERMINATE, offscreen, 0, 0);
     oxlPtrGlobalFree(offscreen);
 }

@@ -12,6 +12,7 @@
 #include <bit>
 
 #include "base/memory.h"
+#include "base/turn.h"
 
 namespace tivar {
 namespace {
@@ -89,27 +90,39 @@ void encodeRow(uint32_t length, uint32_t* outLength, const uint8_t* source, uint
 }
 
 }  // namespace
+
+int32_t writeEncoded(const SettingsUse& settings, OxlStream stream, const EncoderRows& rows,
+                     uint32_t* sizeCounter, uint32_t mode) {
+    if (rows.count == 0) return TIVAR_OK;
+    if (rows.data == nullptr || sizeCounter == nullptr || !settings) return TIVAR_ERR_STREAM;
+    // Without its address the handle is that of a buffer long freed.
+    if (settings->lpRLEBuffer == nullptr) return TIVAR_ERR_STREAM;
+    const Pinned<uint8_t> buffer(settings->hRLEBuffer);
+    const Pinned<uint8_t> streamUse(stream);
+    if (GlobalSize(buffer.handle) < uint64_t{rows.length} * 2) return TIVAR_ERR_STREAM;
+    const auto encode = mode == kRle4 ? EncodeRLE4Row : EncodeRLE8Row;
+    const uint8_t* row = rows.data;
+    for (uint32_t i = 0; i < rows.count; ++i, row += rows.stride) {
+        uint32_t encoded = 0;
+        encode(rows.length, &encoded, row, buffer.data);
+        *sizeCounter += encoded;
+        const auto bytes = static_cast<int32_t>(encoded);
+        if (oxlWrite(stream, buffer.data, bytes) != bytes) return TIVAR_ERR_STREAM;
+        // Another file begun or ended with the same settings took the buffer along.
+        if (buffer.gone() || streamUse.gone()) return TIVAR_ERR_STREAM;
+    }
+    return TIVAR_OK;
+}
+
 }  // namespace tivar
 
 using namespace tivar;
 
 int32_t RLEWrite(OxlStream stream, const uint8_t* rows, uint32_t rowCount, uint32_t rowLength,
                  uint32_t stride, uint32_t* sizeCounter, uint32_t mode) {
-    if (rowCount == 0) return TIVAR_OK;
-    if (rows == nullptr || sizeCounter == nullptr || lpRaster == nullptr) return TIVAR_ERR_STREAM;
-    // Without its address the handle is that of a buffer long freed.
-    if (lpRaster->lpRLEBuffer == nullptr) return TIVAR_ERR_STREAM;
-    const uint64_t worstCase = uint64_t{rowLength} * 2;
-    if (GlobalSize(lpRaster->hRLEBuffer) < worstCase) return TIVAR_ERR_STREAM;
-    const auto encode = mode == kRle4 ? EncodeRLE4Row : EncodeRLE8Row;
-    for (uint32_t row = 0; row < rowCount; ++row, rows += stride) {
-        uint32_t encoded = 0;
-        encode(rowLength, &encoded, rows, lpRaster->lpRLEBuffer);
-        *sizeCounter += encoded;
-        const auto bytes = static_cast<int32_t>(encoded);
-        if (oxlWrite(stream, lpRaster->lpRLEBuffer, bytes) != bytes) return TIVAR_ERR_STREAM;
-    }
-    return TIVAR_OK;
+    const Turn turn;
+    return writeEncoded(currentSettings(), stream, {rows, rowCount, rowLength, stride}, sizeCounter,
+                        mode);
 }
 
 void EncodeRLE8Row(uint32_t length, uint32_t* outLength, const uint8_t* source,

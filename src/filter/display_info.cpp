@@ -6,6 +6,7 @@
 
 #include "base/numbers.h"
 #include "base/text.h"
+#include "base/turn.h"
 
 namespace tivar {
 namespace {
@@ -58,14 +59,17 @@ using namespace tivar;
 
 void SetDisplayInfo(double widthPixels, double heightPixels, int16_t xResolution,
                     int16_t yResolution) {
+    const Turn turn;
     g_display = {widthPixels, heightPixels, xResolution, yResolution};
 }
 
 void SetPrinterInfo(double width, double height, int16_t xResolution, int16_t yResolution) {
+    const Turn turn;
     g_printer = {width, height, xResolution, yResolution};
 }
 
 int32_t GetDisplayInfo(double* width, double* height, int16_t* xResolution, int16_t* yResolution) {
+    const Turn turn;
     DisplayValues values;
     const char* environment = std::getenv("DISPLAYINFO");
     if (isEmpty(environment))
@@ -81,6 +85,7 @@ int32_t GetDisplayInfo(double* width, double* height, int16_t* xResolution, int1
 }
 
 int32_t GetPrinterInfo(double* width, double* height, int16_t* xResolution, int16_t* yResolution) {
+    const Turn turn;
     give(width, g_printer.width);
     give(height, g_printer.height);
     give(xResolution, g_printer.xResolution);

@@ -10,6 +10,7 @@
 #include "base/memory.h"
 #include "base/numbers.h"
 #include "base/text.h"
+#include "base/turn.h"
 #include "filter/string_table.h"
 
 namespace tivar {
@@ -215,6 +216,7 @@ using namespace tivar;
 
 int32_t xEscapeSetup(MemHandle setup, int32_t escape, int32_t inSize, void* inData, void* outData,
                      int32_t saveToProfile) {
+    const Turn turn;
     const Locked<SetupRecord> record(setup);
     if (!record) return kRefused;
     for (const EscapeRow& row : kEscapes) {
@@ -225,6 +227,7 @@ int32_t xEscapeSetup(MemHandle setup, int32_t escape, int32_t inSize, void* inDa
 }
 
 int32_t GetRasterInfo(MemHandle, const int32_t* info, int32_t* size) {
+    const Turn turn;
     if (lpRaster == nullptr || info == nullptr || size == nullptr) return 0;
     // Works on the current record, which need not be the one that an escape named.
     SetupRecord& setup = *lpRaster;

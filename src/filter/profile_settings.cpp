@@ -2,6 +2,7 @@
 #include <tivar/filter.h>
 
 #include "base/text.h"
+#include "base/turn.h"
 #include "filter/string_table.h"
 
 namespace tivar {
@@ -13,61 +14,16 @@ constexpr int16_t kDefaultResolution = 96;
 constexpr double kSmallestInches = 0.03125;
 constexpr double kLargestInches = 22.0;
 
-int32_t readInt(TextId key, int32_t defaultValue) {
-    return GetPrivateProfileInt(lpRaster->modeName, TableText(key).text, defaultValue,
-                                lpRaster->profilePath);
+int32_t readInt(const SetupRecord& setup, TextId key, int32_t defaultValue) {
+    return GetPrivateProfileInt(setup.modeName, TableText(key).text, defaultValue,
+                                setup.profilePath);
 }
 
-double readInches(TextId key, const char* defaultText) {
+double readInches(const SetupRecord& setup, TextId key, const char* defaultText) {
     char text[31] = {};
-    GetPrivateProfileString(lpRaster->modeName, TableText(key).text, defaultText, text, 30,
-                            lpRaster->profilePath);
+    GetPrivateProfileString(setup.modeName, TableText(key).text, defaultText, text, 30,
+                            setup.profilePath);
     return parseDouble(text);
-}
-
-// False when the section does not name a driver, the mark of a mode's section.
-bool readDriverName() {
-    // Shorter than the field, so that the field's zeros end it.
-    return GetPrivateProfileString(lpRaster->modeName, TableText(kTextDriver).text, "",
-                                   lpRaster->driverName, 13, lpRaster->profilePath) != 0;
-}
-
-void readCodes() {
-    lpRaster->colorMode = readInt(kTextColorMode, COLOR_MODE_AS_GIVEN);
-    lpRaster->sizeMode = readInt(kTextSizeMode, SIZE_GIVEN);
-    lpRaster->colorFormat = readInt(kTextColorFormat, COLOR_FORMAT_8BIT);
-    lpRaster->resolutionMode = readInt(kTextResolutionMode, RESOLUTION_FIXED);
-    lpRaster->compressionMode = readInt(kTextCompressionMode, COMPRESSION_NONE);
-    lpRaster->fileType = readInt(kTextFileType, FILE_TYPE_WINDOWS);
-    lpRaster->lineMode = readInt(kTextLineMode, 119);
-}
-
-void readResolution() {
-    if (lpRaster->resolutionMode == RESOLUTION_OF_PRINTER && lpRaster->printerAvailable == 0)
-        lpRaster->resolutionMode = RESOLUTION_OF_DISPLAY;
-    if (lpRaster->resolutionMode == RESOLUTION_OF_DISPLAY) {
-        GetDisplayInfo(nullptr, nullptr, &lpRaster->xResolution, &lpRaster->yResolution);
-    } else if (lpRaster->resolutionMode == RESOLUTION_OF_PRINTER) {
-        GetPrinterInfo(nullptr, nullptr, &lpRaster->xResolution, &lpRaster->yResolution);
-    } else {
-        lpRaster->xResolution = static_cast<int16_t>(readInt(kTextXResolution, kDefaultResolution));
-        lpRaster->yResolution = static_cast<int16_t>(readInt(kTextYResolution, kDefaultResolution));
-    }
-}
-
-void readSize() {
-    if (lpRaster->sizeMode == SIZE_OF_PRINTER && lpRaster->printerAvailable == 0)
-        lpRaster->sizeMode = SIZE_OF_DISPLAY;
-    if (lpRaster->sizeMode == SIZE_OF_DISPLAY) {
-        GetDisplayInfo(&lpRaster->pictureWidth, &lpRaster->pictureHeight, nullptr, nullptr);
-    } else if (lpRaster->sizeMode == SIZE_OF_PRINTER) {
-        GetPrinterInfo(&lpRaster->pictureWidth, &lpRaster->pictureHeight, nullptr, nullptr);
-    } else {
-        lpRaster->pictureWidth = readInches(kTextWidth, "6.67");
-        lpRaster->pictureHeight = readInches(kTextHeight, "5.00");
-        // Kept: resolutions are checked only where the size comes from the profile, too.
-        LimitCheck();
-    }
 }
 
 bool limitResolution(int16_t& resolution) {
@@ -82,25 +38,79 @@ bool limitInches(double& inches, double defaultInches) {
     return true;
 }
 
+int32_t limitSettings(SetupRecord& setup) {
+    int32_t result = TIVAR_OK;
+    if (limitResolution(setup.xResolution)) result = TIVAR_ERR_RESOLUTION;
+    if (limitResolution(setup.yResolution)) result = TIVAR_ERR_RESOLUTION;
+    if (limitInches(setup.pictureWidth, 6.67)) result = TIVAR_ERR_SIZE;
+    if (limitInches(setup.pictureHeight, 5.0)) result = TIVAR_ERR_SIZE;
+    return result;
+}
+
+// False when the section does not name a driver, the mark of a mode's section.
+bool readDriverName(SetupRecord& setup) {
+    // Shorter than the field, so that the field's zeros end it.
+    return GetPrivateProfileString(setup.modeName, TableText(kTextDriver).text, "",
+                                   setup.driverName, 13, setup.profilePath) != 0;
+}
+
+void readCodes(SetupRecord& setup) {
+    setup.colorMode = readInt(setup, kTextColorMode, COLOR_MODE_AS_GIVEN);
+    setup.sizeMode = readInt(setup, kTextSizeMode, SIZE_GIVEN);
+    setup.colorFormat = readInt(setup, kTextColorFormat, COLOR_FORMAT_8BIT);
+    setup.resolutionMode = readInt(setup, kTextResolutionMode, RESOLUTION_FIXED);
+    setup.compressionMode = readInt(setup, kTextCompressionMode, COMPRESSION_NONE);
+    setup.fileType = readInt(setup, kTextFileType, FILE_TYPE_WINDOWS);
+    setup.lineMode = readInt(setup, kTextLineMode, 119);
+}
+
+void readResolution(SetupRecord& setup) {
+    if (setup.resolutionMode == RESOLUTION_OF_PRINTER && setup.printerAvailable == 0)
+        setup.resolutionMode = RESOLUTION_OF_DISPLAY;
+    if (setup.resolutionMode == RESOLUTION_OF_DISPLAY) {
+        GetDisplayInfo(nullptr, nullptr, &setup.xResolution, &setup.yResolution);
+    } else if (setup.resolutionMode == RESOLUTION_OF_PRINTER) {
+        GetPrinterInfo(nullptr, nullptr, &setup.xResolution, &setup.yResolution);
+    } else {
+        setup.xResolution =
+            static_cast<int16_t>(readInt(setup, kTextXResolution, kDefaultResolution));
+        setup.yResolution =
+            static_cast<int16_t>(readInt(setup, kTextYResolution, kDefaultResolution));
+    }
+}
+
+void readSize(SetupRecord& setup) {
+    if (setup.sizeMode == SIZE_OF_PRINTER && setup.printerAvailable == 0)
+        setup.sizeMode = SIZE_OF_DISPLAY;
+    if (setup.sizeMode == SIZE_OF_DISPLAY) {
+        GetDisplayInfo(&setup.pictureWidth, &setup.pictureHeight, nullptr, nullptr);
+    } else if (setup.sizeMode == SIZE_OF_PRINTER) {
+        GetPrinterInfo(&setup.pictureWidth, &setup.pictureHeight, nullptr, nullptr);
+    } else {
+        setup.pictureWidth = readInches(setup, kTextWidth, "6.67");
+        setup.pictureHeight = readInches(setup, kTextHeight, "5.00");
+        // Kept: resolutions are checked only where the size comes from the profile, too.
+        limitSettings(setup);
+    }
+}
+
 }  // namespace
 }  // namespace tivar
 
 using namespace tivar;
 
 int32_t LoadProfile(HostWord) {
-    if (lpRaster == nullptr || !readDriverName()) return 0;
-    readCodes();
-    readResolution();
-    readSize();
+    const Turn turn;
+    if (lpRaster == nullptr) return 0;
+    SetupRecord& setup = *lpRaster;
+    if (!readDriverName(setup)) return 0;
+    readCodes(setup);
+    readResolution(setup);
+    readSize(setup);
     return 1;
 }
 
 int32_t LimitCheck(void) {
-    if (lpRaster == nullptr) return 0;
-    int32_t result = TIVAR_OK;
-    if (limitResolution(lpRaster->xResolution)) result = TIVAR_ERR_RESOLUTION;
-    if (limitResolution(lpRaster->yResolution)) result = TIVAR_ERR_RESOLUTION;
-    if (limitInches(lpRaster->pictureWidth, 6.67)) result = TIVAR_ERR_SIZE;
-    if (limitInches(lpRaster->pictureHeight, 5.0)) result = TIVAR_ERR_SIZE;
-    return result;
+    const Turn turn;
+    return lpRaster == nullptr ? TIVAR_OK : limitSettings(*lpRaster);
 }

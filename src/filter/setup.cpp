@@ -1,4 +1,5 @@
 // Life of a settings record: created from a profile or the defaults, edited, destroyed.
+#include <tivar/driver.h>
 #include <tivar/filter.h>
 
 #include <cstdio>
@@ -7,6 +8,7 @@
 #include "base/memory.h"
 #include "base/temp_name.h"
 #include "base/text.h"
+#include "base/turn.h"
 #include "filter/identity.h"
 #include "filter/string_table.h"
 #include "profile/path.h"
@@ -46,17 +48,19 @@ using namespace tivar;
 
 MemHandle CreateSetup(HostWord, const char* profilePath, const char* modeName,
                       const char* filterName) {
+    const Turn turn;
     const MemHandle handle = allocateZeroed(sizeof(SetupRecord));
     if (handle == 0) return 0;
+    auto& record = *static_cast<SetupRecord*>(GlobalLock(handle));
     hRaster = handle;
-    lpRaster = static_cast<SetupRecord*>(GlobalLock(handle));
+    lpRaster = &record;
     strupr(szFilter);
-    copyBounded(lpRaster->filterName, kNameSize, isEmpty(filterName) ? szFilter : filterName);
-    if (!findProfile(*lpRaster, profilePath)) {
-        lpRaster->profilePath[0] = '\0';
-        UseDefaultSettings(lpRaster);
+    copyBounded(record.filterName, kNameSize, isEmpty(filterName) ? szFilter : filterName);
+    if (!findProfile(record, profilePath)) {
+        record.profilePath[0] = '\0';
+        UseDefaultSettings(&record);
     } else {
-        chooseMode(*lpRaster, modeName);
+        chooseMode(record, modeName);
         LoadProfile(0);
     }
     GlobalUnlock(handle);
@@ -64,6 +68,7 @@ MemHandle CreateSetup(HostWord, const char* profilePath, const char* modeName,
 }
 
 int32_t EditSetup(MemHandle handle, HostWord context) {
+    const Turn turn;
     auto* record = static_cast<SetupRecord*>(GlobalLock(handle));
     if (record == nullptr) return -1;
     hRaster = handle;
@@ -73,15 +78,22 @@ int32_t EditSetup(MemHandle handle, HostWord context) {
 }
 
 int32_t DestroySetup(MemHandle handle) {
-    if (GlobalLock(handle) == nullptr) return 0;
+    const Turn turn;
+    const void* record = GlobalLock(handle);
+    if (record == nullptr) return 0;
+    // A device that was given the record finds it gone.
+    if (lpSetup == record) lpSetup = nullptr;
+    if (lpEMData != nullptr && lpEMData->hSetup == handle) lpEMData->hSetup = 0;
+    if (hRaster == handle) hRaster = 0;
+    lpRaster = nullptr;
     GlobalUnlock(handle);
     GlobalFree(handle);
-    lpRaster = nullptr;
     return 0;
 }
 
 int32_t UseDefaultSettings(SetupRecord* record) {
     if (record == nullptr) return -1;
+    const Turn turn;
     record->modeName[0] = '\0';
     record->profilePath[0] = '\0';
     record->backupProfilePath[0] = '\0';

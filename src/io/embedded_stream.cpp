@@ -105,7 +105,7 @@ uint32_t clampPosition(const EmbeddedStream& stream, int64_t position) {
 using namespace tivar;
 
 int32_t docRead(OxlStream stream, void* buffer, int32_t count) {
-    const Locked<StreamRecord> record(stream);
+    const StreamUse record(stream);
     if (!record) return 0;
     EmbeddedStream& embedded = record->embedded;
     if (buffer == nullptr || count < 1 || embedded.position >= embedded.length) return 0;

@@ -33,6 +33,7 @@ using namespace tivar;
 
 int32_t oxlReadLine(OxlStream stream, char* buffer, int32_t capacity) {
     if (stream == 0 || buffer == nullptr || capacity < 1) return kFailed;
+    const StreamUse use(stream);
     buffer[0] = '\0';
     int32_t count = 0;
     while (count < capacity) {
@@ -48,7 +49,7 @@ int32_t oxlReadLine(OxlStream stream, char* buffer, int32_t capacity) {
 }
 
 int32_t oxlWriteLine(OxlStream stream, const char* text, int32_t length) {
-    const Locked<StreamRecord> record(stream);
+    const StreamUse record(stream);
     if (!record) return 0;
     const int32_t written = oxlWrite(stream, text, length);
     const int32_t ending = writeEnding(stream, record->lineFormat);
@@ -63,6 +64,7 @@ int32_t oxlSetLineFormat(OxlStream stream, int16_t format) {
 }
 
 int32_t oxlGetLineFormat(OxlStream stream) {
+    const StreamUse use(stream);
     int32_t format = kFailed;
     for (char c = 0; oxlRead(stream, &c, 1) >= 1;) {
         if (c == kLineFeed) format = kFormatLf;

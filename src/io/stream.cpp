@@ -242,6 +242,14 @@ int32_t closeMemory(StreamRecord& stream) {
     return result;
 }
 
+// False for a stream that is not there, or whose close is already on its way.
+bool beginClose(OxlStream stream) {
+    const Locked<StreamRecord> record(stream);
+    if (!record || record->closing != 0) return false;
+    record->closing = 1;
+    return true;
+}
+
 int32_t closeFile(StreamRecord& stream) {
     const bool flushed = stream.document != nullptr || flushBuffer(stream) != kFailed;
     const int32_t closed =
@@ -267,9 +275,10 @@ OxlStream oxlOpen(const char* name, OxlStreamDesc* descriptor, int32_t mode) {
 }
 
 int32_t oxlClose(OxlStream stream) {
+    if (!beginClose(stream)) return kFailed;
+    const StreamUse use(stream);
     const OwnedBlock owned(stream);
-    if (!owned) return kFailed;
-    auto& record = *reinterpret_cast<StreamRecord*>(owned.data);
+    StreamRecord& record = *use;
     if (record.document != nullptr) record.document(record.documentHandle, kDocClose, 0, 0);
     int32_t result = 0;
     if (record.file != nullptr) result = closeFile(record);
@@ -278,16 +287,17 @@ int32_t oxlClose(OxlStream stream) {
 }
 
 int32_t oxlCloseandDelete(OxlStream stream, const char* name) {
-    if (stream == 0) return kFailed;
-    const OxlDocProc document = Locked<StreamRecord>(stream)->document;
-    if (document == nullptr) {
+    if (isGone(stream)) return kFailed;
+    if (!isDocument(stream)) {
         oxlClose(stream);
         oxlOpen(name, nullptr, OXL_DELETE);
         return 0;
     }
+    if (!beginClose(stream)) return kFailed;
+    const StreamUse use(stream);
     const OwnedBlock owned(stream);
-    auto& record = *reinterpret_cast<StreamRecord*>(owned.data);
-    document(record.documentHandle, kDocClose, 0, OXL_DELETE);
+    StreamRecord& record = *use;
+    record.document(record.documentHandle, kDocClose, 0, OXL_DELETE);
     if (record.file != nullptr) closeFile(record);
     return 0;
 }

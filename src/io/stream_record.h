@@ -50,8 +50,13 @@ struct StreamRecord {
     int16_t floatFormat;
     int16_t lineFormat;
     int32_t named;
+    int32_t closing;  // 1 from the start of a close on, which a document's call-back cannot repeat
     EmbeddedStream embedded;
 };
+
+// A stream in use by a routine that touches it again after a call of the host's document procedure,
+// which may close it.
+using StreamUse = Pinned<StreamRecord>;
 
 inline bool isMemory(const StreamRecord& stream) {
     return stream.next == -1;

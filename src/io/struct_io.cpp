@@ -200,6 +200,7 @@ void transferRecord(Transfer& transfer, const char* format) {
 
 int32_t transferRecords(Transfer transfer, const char* format, int32_t count) {
     if (transfer.stream == 0 || transfer.memory == nullptr || format == nullptr) return 0;
+    const StreamUse use(transfer.stream);
     const int32_t alignment = GetPadWidth(format);
     for (int32_t i = 0; i < count && transfer.last >= 1; ++i) {
         transferRecord(transfer, format);

@@ -60,6 +60,7 @@ Word fromBytes(const uint8_t* bytes, bool bigEndian) {
 template <size_t kBytes, class Encode>
 int32_t writeItems(OxlStream stream, const void* items, int32_t count, Encode encode) {
     if (items == nullptr) return kFailed;
+    const StreamUse use(stream);
     int32_t last = 1;
     int32_t done = 0;
     for (; done < count && last >= 1; ++done) {

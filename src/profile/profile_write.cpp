@@ -14,6 +14,7 @@
 #include "base/beside.h"
 #include "base/memory.h"
 #include "base/text.h"
+#include "base/turn.h"
 #include "io/stream_record.h"
 #include "profile/profile_path.h"
 #include "profile/profile_text.h"
@@ -195,6 +196,8 @@ int32_t WritePrivateProfileString(const char* section, const char* key, const ch
     if (section == nullptr || isEmpty(file) || std::strlen(file) >= sizeof path) return 0;
     const SectionName name(section);
     if (!name) return 0;
+    // Two threads that change one profile both find their entry in it.
+    const Turn turn;
     copyBounded(path, sizeof path, file);
     const OxlStream source = INIopen(path, sizeof path, OXL_READ);
     rewriteProfile(source, path, {name, key, value});

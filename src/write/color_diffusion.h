@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "base/block.h"
-#include "write/nearest_entry.h"
+#include "write/nearest_colors.h"
 #include "write/rows.h"
 
 namespace tivar {
@@ -13,7 +13,8 @@ struct ColorDiffusion {
     uint32_t width;
     int16_t knee;         // half of what an error has beyond it is dropped
     uint64_t lanes[256];  // entries in 16ths of a level, a channel 16 bits: red, green, blue, 0
-    NearestEntry nearest;
+    ColorTable table;
+    NearestColors nearest;
     Block<int16_t> errors;  // on their way into the next row, four lanes a pixel, with margins
 };
 

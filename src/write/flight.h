@@ -1,7 +1,7 @@
 // Eight rows of an error diffusion at once, a lane of a vector each.
 //
-// Every row runs two pixels behind the one above it, which is then done with the three places that
-// touch it. A step handles a pixel of each row; a row that is not at one of its pixels makes no
+// Every row runs three pixels behind the one above it. Two would do for that one to be done with
+// the places that touch it; the third lets errors travel down while the next step is under way. A step handles a pixel of each row; a row that is not at one of its pixels makes no
 // error. Pixels are brought into the order of the steps, and what is found back into that of rows,
 // a tile of steps at a time.
 #pragma once
@@ -16,11 +16,11 @@
 namespace tivar {
 
 constexpr uint32_t kFlightRows = 8;
-constexpr ptrdiff_t kFlightLag = 2;
+constexpr ptrdiff_t kFlightLag = 3;
 // Steps from where the first row stands to the places that the last one is done with.
 constexpr ptrdiff_t kFlightDepth = kFlightLag * (kFlightRows - 1) + 1;
 // Places in front of and behind a row of errors, for rows that are not there yet or any more.
-constexpr ptrdiff_t kFlightMargin = 16;
+constexpr ptrdiff_t kFlightMargin = 24;
 
 // A row's pixels in the order in which they are diffused.
 struct Course {
@@ -61,6 +61,22 @@ inline FlightNumbers turnPixels(const uint64_t (&pixels)[kFlightRows]) {
                       loadLanes(pixels + 6));
 }
 
+// Red, green and blue as numbers.
+constexpr uint64_t pixelLanes(const uint8_t* color) {
+    return color[0] | uint64_t{color[1]} << 16 | uint64_t{color[2]} << 32;
+}
+
+// The numbers of the eight entries that the bytes of found name.
+inline FlightNumbers numbersOf(const uint64_t* entries, uint64_t found) {
+    const auto entry = [&](int which) {
+        return _mm_loadl_epi64(
+            reinterpret_cast<const __m128i*>(entries + static_cast<uint8_t>(found >> 8 * which)));
+    };
+    return turnPixels(
+        _mm_unpacklo_epi64(entry(0), entry(1)), _mm_unpacklo_epi64(entry(2), entry(3)),
+        _mm_unpacklo_epi64(entry(4), entry(5)), _mm_unpacklo_epi64(entry(6), entry(7)));
+}
+
 // All bits of the rows that are at one of their pixels.
 inline __m128i rowsThere(ptrdiff_t step, ptrdiff_t width) {
     int16_t lanes[kFlightRows];
@@ -92,6 +108,49 @@ inline TileSpan spanOf(uint32_t row, ptrdiff_t width, ptrdiff_t start, ptrdiff_t
     return {std::max<ptrdiff_t>(0, -origin), std::min(width, count - origin), origin};
 }
 
+// Eight bytes of eight rows, found in as many steps, row by row: two rows in each of the results.
+inline void turnFound(const __m128i (&steps)[4], __m128i (&rows)[4]) {
+    const __m128i a = _mm_unpacklo_epi8(steps[0], _mm_unpackhi_epi64(steps[0], steps[0]));
+    const __m128i b = _mm_unpacklo_epi8(steps[1], _mm_unpackhi_epi64(steps[1], steps[1]));
+    const __m128i c = _mm_unpacklo_epi8(steps[2], _mm_unpackhi_epi64(steps[2], steps[2]));
+    const __m128i d = _mm_unpacklo_epi8(steps[3], _mm_unpackhi_epi64(steps[3], steps[3]));
+    const __m128i lowAb = _mm_unpacklo_epi16(a, b);
+    const __m128i highAb = _mm_unpackhi_epi16(a, b);
+    const __m128i lowCd = _mm_unpacklo_epi16(c, d);
+    const __m128i highCd = _mm_unpackhi_epi16(c, d);
+    rows[0] = _mm_unpacklo_epi32(lowAb, lowCd);
+    rows[1] = _mm_unpackhi_epi32(lowAb, lowCd);
+    rows[2] = _mm_unpacklo_epi32(highAb, highCd);
+    rows[3] = _mm_unpackhi_epi32(highAb, highCd);
+}
+
+// Puts what eight steps from start on found into the rows, all of which are there.
+inline void landEight(const uint64_t* found, ptrdiff_t start, const Course& course,
+                      uint8_t* const* indices) {
+    __m128i steps[4];
+    for (int i = 0; i < 4; ++i) {
+        const __m128i two = loadLanes(found + (course.backward ? 6 - 2 * i : 2 * i));
+        steps[i] = course.backward ? _mm_shuffle_epi32(two, _MM_SHUFFLE(1, 0, 3, 2)) : two;
+    }
+    __m128i rows[4];
+    turnFound(steps, rows);
+    ptrdiff_t place = course.placeOf(course.backward ? start + 7 : start);
+    for (uint32_t row = 0; row < kFlightRows; ++row) {
+        const __m128i both = rows[row / 2];
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(indices[row] + place),
+                         row % 2 == 0 ? both : _mm_unpackhi_epi64(both, both));
+        place += course.backward ? kFlightLag : -kFlightLag;
+    }
+}
+
+inline void landOne(uint64_t found, ptrdiff_t step, const Course& course, uint8_t* const* indices) {
+    for (uint32_t row = 0; row < kFlightRows; ++row) {
+        const ptrdiff_t i = step - kFlightLag * static_cast<ptrdiff_t>(row);
+        if (i >= 0 && i < course.width)
+            indices[row][course.placeOf(i)] = static_cast<uint8_t>(found >> 8 * row);
+    }
+}
+
 // Flight has fill(tile, row, span), which brings pixels into the tile, and
 // step(step, pixels, there), which tells the eight indices.
 template <class Flight>
@@ -109,11 +168,14 @@ void fly(Flight& flight, const Course& course, uint8_t* const* indices) {
             tile.found[i] =
                 flight.step(step, tile.pixels[i], allThere ? all : rowsThere(step, course.width));
         }
-        for (uint32_t row = 0; row < kFlightRows; ++row) {
-            const TileSpan span = spanOf(row, course.width, start, count);
-            for (ptrdiff_t i = span.from; i < span.to; ++i)
-                indices[row][course.placeOf(i)] =
-                    static_cast<uint8_t>(tile.found[i + span.origin] >> 8 * row);
+        for (ptrdiff_t i = 0; i < count;) {
+            const ptrdiff_t step = start + i;
+            if (step >= kFlightDepth && step + 8 <= course.width && i + 8 <= count) {
+                landEight(tile.found + i, step, course, indices);
+                i += 8;
+            } else {
+                landOne(tile.found[i++], step, course, indices);
+            }
         }
     }
 }

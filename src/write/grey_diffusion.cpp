@@ -118,14 +118,35 @@ GreyStep stepAt(const GreyDiffusion& diffusion, uint8_t grey, ptrdiff_t i) {
 #ifdef TIVAR_SSE2
 template <bool kOfTwo>
 struct GreyFlight {
-    GreyDiffusion& diffusion;
+    const GreyDiffusion& diffusion;
     Course course;
+    ptrdiff_t along;  // from a pixel to the next
+    int16_t* above;   // errors for the first row
     alignas(16) int16_t swings[kMaskSide][kFlightRows];
+    __m128i lowest;
+    __m128i highest;
+    __m128i twiceLower;
+    __m128i twiceSpan;
+    __m128i belowTurn;
+    __m128i lowerIndex;
+    __m128i otherIndex;
     __m128i next = _mm_setzero_si128();
     __m128i below = _mm_setzero_si128();  // what the place below the last pixel has got so far
     __m128i finished = _mm_setzero_si128();
+    __m128i goingDown = _mm_setzero_si128();  // finished a step ago
 
-    GreyFlight(GreyDiffusion& of, const Course& along, uint32_t y) : diffusion(of), course(along) {
+    GreyFlight(GreyDiffusion& of, const Course& on, uint32_t y)
+        : diffusion(of),
+          course(on),
+          along(on.backward ? -1 : 1),
+          above(errorsOf(of) + on.placeOf(0)),
+          lowest(lanesOf(of.lowest)),
+          highest(lanesOf(of.highest)),
+          twiceLower(lanesOf(2 * of.lower)),
+          twiceSpan(lanesOf(2 * (of.upper - of.lower))),
+          belowTurn(lanesOf(of.turn - 1)),
+          lowerIndex(lanesOf(of.lowerIndex)),
+          otherIndex(lanesOf(of.lowerIndex ^ of.upperIndex)) {
         for (uint32_t row = 0; row < kFlightRows; ++row) {
             const uint8_t* thresholds = thresholdsOf(y + row);
             for (uint32_t step = 0; step < kMaskSide; ++step) {
@@ -138,9 +159,10 @@ struct GreyFlight {
 
     void fill(FlightTile& tile, uint32_t row, const TileSpan& span) const {
         const uint8_t* greys = diffusion.greys.data + size_t{diffusion.width} * row;
-        for (ptrdiff_t i = span.from; i < span.to; ++i)
-            std::memcpy(&tile.pixels[i + span.origin][row],
-                        &diffusion.steps[greys[course.placeOf(i)]], sizeof(GreyStep));
+        const uint8_t* grey = greys + course.placeOf(span.from);
+        for (ptrdiff_t i = span.from; i < span.to; ++i, grey += along)
+            std::memcpy(&tile.pixels[i + span.origin][row], &diffusion.steps[*grey],
+                        sizeof(GreyStep));
         for (const ptrdiff_t end : {ptrdiff_t{0}, course.width - 1}) {
             if (end < span.from || end >= span.to) continue;
             const GreyStep step = stepAt(diffusion, greys[course.placeOf(end)], end);
@@ -150,50 +172,44 @@ struct GreyFlight {
 
     uint64_t step(ptrdiff_t at, const uint64_t (&pixels)[kFlightRows], __m128i there) {
         const FlightNumbers step = turnPixels(pixels);
-        int16_t* errors = errorsOf(diffusion);
-        __m128i level =
-            _mm_add_epi16(step.number[0], passDown(finished, errors[course.placeOf(at)]));
-        level = _mm_add_epi16(level, next);
-        level = _mm_max_epi16(level, _mm_set1_epi16(diffusion.lowest));
-        level = _mm_min_epi16(level, _mm_set1_epi16(diffusion.highest));
         const __m128i sway = _mm_mulhi_epi16(step.number[1], loadLanes(swings[at % kMaskSide]));
+        const __m128i wanted = _mm_add_epi16(step.number[0], passDown(goingDown, *above));
+        __m128i level = _mm_add_epi16(wanted, next);
+        level = _mm_min_epi16(_mm_max_epi16(level, lowest), highest);
         __m128i index;
-        const __m128i chosen = choose(_mm_add_epi16(level, sway), index);
-        const __m128i error = _mm_and_si128(_mm_sub_epi16(level, chosen), there);
-        const __m128i twice = _mm_add_epi16(error, error);
+        const __m128i twice = _mm_and_si128(twiceError(level, sway, index), there);
         next = _mm_mulhi_epi16(twice, step.number[2]);
         const __m128i behind = _mm_mulhi_epi16(twice, step.number[3]);
+        goingDown = finished;
         finished = _mm_add_epi16(below, behind);
-        below = _mm_sub_epi16(_mm_sub_epi16(error, next), behind);
-        errors[course.placeOf(at - kFlightDepth)] = lastRowOf(finished);
-        uint64_t found;
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(&found), _mm_packus_epi16(index, index));
-        return found;
+        below = _mm_sub_epi16(_mm_sub_epi16(_mm_srai_epi16(twice, 1), next), behind);
+        above[-kFlightDepth * along] = lastRowOf(finished);
+        above += along;
+        return lowBytes(index);
     }
 
-    __m128i choose(__m128i level, __m128i& index) const {
+    // Of what is chosen for levels; as few operations as can be lie between them and the result,
+    // since the next pixels wait for it.
+    __m128i twiceError(__m128i level, __m128i sway, __m128i& index) const {
         if constexpr (kOfTwo) {
-            const __m128i takesUpper =
-                _mm_cmpgt_epi16(level, _mm_set1_epi16(static_cast<int16_t>(diffusion.turn - 1)));
-            index = pick(takesUpper, diffusion.lowerIndex, diffusion.upperIndex);
-            return pick(takesUpper, diffusion.lower, diffusion.upper);
+            const __m128i takesUpper = _mm_cmpgt_epi16(level, _mm_sub_epi16(belowTurn, sway));
+            index = _mm_xor_si128(lowerIndex, _mm_and_si128(takesUpper, otherIndex));
+            return _mm_sub_epi16(_mm_sub_epi16(_mm_add_epi16(level, level), twiceLower),
+                                 _mm_and_si128(takesUpper, twiceSpan));
         } else {
-            int16_t levels[kFlightRows];
+            int16_t asked[kFlightRows];
             uint16_t nearest[kFlightRows];
-            storeLanes(levels, level);
+            storeLanes(asked, _mm_add_epi16(level, sway));
             for (uint32_t row = 0; row < kFlightRows; ++row)
-                nearest[row] = nearestGrey(diffusion, levels[row]);
+                nearest[row] = nearestGrey(diffusion, asked[row]);
             const __m128i both = loadLanes(nearest);
             index = _mm_and_si128(both, _mm_set1_epi16(0xFF));
-            return _mm_slli_epi16(_mm_srli_epi16(both, 8), 4);
+            const __m128i error = _mm_sub_epi16(level, _mm_slli_epi16(_mm_srli_epi16(both, 8), 4));
+            return _mm_add_epi16(error, error);
         }
     }
 
-    static __m128i pick(__m128i upper, int ofLower, int ofUpper) {
-        const auto lowerLanes = _mm_set1_epi16(static_cast<int16_t>(ofLower));
-        const auto difference = _mm_set1_epi16(static_cast<int16_t>(ofLower ^ ofUpper));
-        return _mm_xor_si128(lowerLanes, _mm_and_si128(upper, difference));
-    }
+    static __m128i lanesOf(int number) { return _mm_set1_epi16(static_cast<int16_t>(number)); }
 };
 #endif
 

@@ -5,6 +5,8 @@
 #define TIVAR_SSE2
 #include <emmintrin.h>
 
+#include <cstdint>
+
 namespace tivar {
 
 inline __m128i loadLanes(const void* from) {
@@ -12,6 +14,13 @@ inline __m128i loadLanes(const void* from) {
 }
 inline void storeLanes(void* to, __m128i lanes) {
     _mm_storeu_si128(static_cast<__m128i*>(to), lanes);
+}
+
+// The low byte of each 16-bit lane, the first lane's lowest.
+inline uint64_t lowBytes(__m128i lanes) {
+    uint64_t bytes;
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(&bytes), _mm_packus_epi16(lanes, lanes));
+    return bytes;
 }
 
 }  // namespace tivar

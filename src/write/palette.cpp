@@ -6,6 +6,7 @@
 #include "write/clusters.h"
 #include "write/color_cuts.h"
 #include "write/k_means.h"
+#include "write/spread_means.h"
 
 namespace tivar {
 namespace {
@@ -44,26 +45,26 @@ uint8_t levelOf(float steps) {
     return static_cast<uint8_t>((static_cast<int>(steps) + kPointSteps / 2) / kPointSteps);
 }
 
-template <class Channel>
-Entry entryOf(Channel&& channel) {
-    return {{levelOf(channel(0)), levelOf(channel(1)), levelOf(channel(2))}};
-}
-
 void takePoints(const PictureColors& colors, ColorTable& table) {
     Entry entries[256];
     for (uint32_t i = 0; i < colors.count; ++i) {
         const ColorPoint& point = colors.points[i];
-        entries[i] = entryOf([&](int c) { return static_cast<float>(point.channels[c]); });
+        for (int c = 0; c < 3; ++c) entries[i].rgb[c] = levelOf(point.channels[c]);
     }
     takeEntries(entries, colors.count, table);
 }
 
-void takeMeans(const Clusters& clusters, ColorTable& table) {
+void takeMeans(const Clusters& clusters, bool dithered, ColorTable& table) {
+    float means[kMostClusters][3];
+    if (dithered) spreadMeans(clusters, means);
     Entry entries[kMostClusters];
     uint32_t count = 0;
     for (uint32_t i = 0; i < clusters.count; ++i) {
         const ColorSum& sum = clusters.sums[i];
-        if (sum.weight != 0) entries[count++] = entryOf([&](int c) { return meanOf(sum, c); });
+        if (sum.weight == 0) continue;
+        for (int c = 0; c < 3; ++c)
+            entries[count].rgb[c] = levelOf(dithered ? means[i][c] : meanOf(sum, c));
+        ++count;
     }
     takeEntries(entries, count, table);
 }
@@ -80,7 +81,7 @@ bool refine(Clusters& clusters, int threads) {
     return true;
 }
 
-bool reduce(PictureColors& colors, uint32_t most, int threads, ColorTable& table) {
+bool reduce(PictureColors& colors, uint32_t most, bool dithered, int threads, ColorTable& table) {
     Clusters clusters;
     clusters.points = &colors.points;
     clusters.count = 1;
@@ -88,21 +89,21 @@ bool reduce(PictureColors& colors, uint32_t most, int threads, ColorTable& table
     if (!clusters.spare.obtain(colors.count) || !cutClusters(clusters, most) ||
         !refine(clusters, threads))
         return false;
-    takeMeans(clusters, table);
+    takeMeans(clusters, dithered, table);
     return true;
 }
 
 }  // namespace
 
-PaletteResult choosePalette(const ColorRows& rows, uint32_t most, int threads, Watch& watch,
-                            ColorTable& table, bool& exact) {
+PaletteResult choosePalette(const ColorRows& rows, uint32_t most, bool dithered, int threads,
+                            Watch& watch, ColorTable& table, bool& exact) {
     exact = false;
     PictureColors colors;
     const PaletteResult counted = countColors(rows, threads, watch, colors);
     if (counted != PaletteResult::kDone) return counted;
     if (colors.count > most)
-        return reduce(colors, most, threads, table) ? PaletteResult::kDone
-                                                    : PaletteResult::kNoMemory;
+        return reduce(colors, most, dithered, threads, table) ? PaletteResult::kDone
+                                                              : PaletteResult::kNoMemory;
     exact = colors.listed;
     takePoints(colors, table);
     return PaletteResult::kDone;

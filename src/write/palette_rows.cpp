@@ -7,6 +7,7 @@ bool preparePaletteRows(PaletteRows& rows, const ColorTable& table, uint32_t wid
     rows.width = width;
     rows.dither = dither;
     if (dither == TIVAR_DITHER_DIFFUSE) return prepareDiffusion(rows.diffusion, width, table);
+    if (dither == TIVAR_DITHER_ORDERED) prepareOrdered(rows.ordered, table);
     return rows.nearest.prepare(table);
 }
 
@@ -17,8 +18,14 @@ bool beginAgain(PaletteRows& rows, const ColorTable& table) {
 void indexGroup(PaletteRows& rows, const RowGroup& colors, uint8_t* const* indices) {
     if (rows.dither == TIVAR_DITHER_DIFFUSE)
         return diffuseRows(rows.diffusion, colors.rows, indices, colors.count);
-    for (uint32_t i = 0; i < colors.count; ++i)
-        mapRow(rows.nearest, colors.rows[i], rows.width, indices[i]);
+    for (uint32_t i = 0; i < colors.count; ++i) {
+        if (rows.dither == TIVAR_DITHER_ORDERED) {
+            orderRow(rows.ordered, rows.nearest, colors.places[i], colors.rows[i], rows.width,
+                     indices[i]);
+        } else {
+            mapRow(rows.nearest, colors.rows[i], rows.width, indices[i]);
+        }
+    }
 }
 
 }  // namespace tivar

@@ -8,6 +8,7 @@
 #include "write/diffuse.h"
 #include "write/flight.h"
 #include "write/nearest_colors.h"
+#include "write/ordered.h"
 #include "write/rows.h"
 
 namespace tivar {
@@ -16,6 +17,7 @@ struct PaletteRows {
     uint32_t width;
     int32_t dither;  // enum TivarDither
     NearestColors nearest;
+    Ordered ordered;
     Diffusion diffusion;
 };
 

@@ -37,7 +37,13 @@ void fail(TivarReport& report, int32_t result, int error) {
     report.result = result;
     report.system_error = error;
     if (result == TIVAR_RESULT_OK) return;
-    copyBounded(report.text, sizeof report.text, tivar_result_text(result));
+    const char* text = tivar_result_text(result);
+    if (error == 0) {
+        copyBounded(report.text, sizeof report.text, text);
+    } else {
+        // The system's own words depend on the process's language.
+        std::snprintf(report.text, sizeof report.text, "%s (errno %d)", text, error);
+    }
 }
 
 }  // namespace tivar

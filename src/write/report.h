@@ -17,7 +17,7 @@ int32_t tell(TivarReport* to, const TivarReport& report);
 // Sets result, field and text; why completes "FIELD: ...".
 void refuse(TivarReport& report, int32_t result, const char* field, const char* why);
 
-// Sets result and its text, with what the system says of error unless that is 0.
+// Sets result and its text, with the errno value unless that is 0.
 void fail(TivarReport& report, int32_t result, int error);
 
 }  // namespace tivar

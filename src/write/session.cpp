@@ -28,7 +28,8 @@ bool countsFirst(const Job& job, const Target& target) {
 }
 
 bool diffuses(const Job& job) {
-    return job.options.dither == TIVAR_DITHER_DIFFUSE;
+    const bool changes = job.source == PixelSource::kReduced || job.source == PixelSource::kHigh;
+    return changes && job.options.dither == TIVAR_DITHER_DIFFUSE;
 }
 
 // Rows that come from the top go to their places in a file that has them the other way round.
@@ -51,7 +52,7 @@ uint64_t passesOf(const Job& job, const Target& target) {
            (countsFirst(job, target) ? 1 : 0);
 }
 
-// ---- The palette ----
+// ---- The file's colours ----
 
 // Rows that lie in memory, as colours.
 const uint8_t* readColors(const void* context, uint32_t y, uint8_t* scratch) {
@@ -84,16 +85,23 @@ int32_t obtainPalette(Session& session) {
         case TIVAR_COLORS_FILTER:
             return resultOf(filterPalette(rows, options.max_colors, session.watch, session.table));
         default:
-            return resultOf(choosePalette(rows, options.max_colors, options.threads, session.watch,
-                                          session.table, session.exact));
+            return resultOf(choosePalette(rows, options.max_colors,
+                                          options.dither != TIVAR_DITHER_NONE, options.threads,
+                                          session.watch, session.table, session.exact));
     }
 }
 
-int32_t settlePalette(Session& session) {
+int32_t settleColors(Session& session) {
     const Job& job = session.job;
+    session.exact = job.source == PixelSource::kColors || job.source == PixelSource::kIndices;
     if (job.source == PixelSource::kIndices) {
         prepareKeptIndices(session.kept, job, session.table);
         return kOk;
+    }
+    if (job.source == PixelSource::kHigh) {
+        const bool ready =
+            prepareHighRows(session.high, job.picture.width, job.options.masks, job.options.dither);
+        return ready ? kOk : int32_t{TIVAR_RESULT_NO_MEMORY};
     }
     if (job.source != PixelSource::kReduced) return kOk;
     const int32_t result = obtainPalette(session);
@@ -142,6 +150,9 @@ void makeRows(Session& session, uint32_t slot, RowGroup& group, uint8_t* const* 
         uint8_t* colors = colorRowOf(session, slot + i);
         std::memset(out[i] + used, 0, static_cast<size_t>(session.form.rowBytes - used));
         if (bits <= 8) packIndices(row, job.picture.width, bits, out[i]);
+        if (bits == 16)
+            putHighRow(session.high, group.places[i], colorsOf(session.colors, row, colors),
+                       out[i]);
         if (bits == 24) putColors24(session.colors, row, colors, out[i]);
         if (bits == 32) putColors32(session.colors, job.keepsAlpha, row, colors, out[i]);
     }
@@ -305,8 +316,9 @@ int32_t countEncoded(Session& session) {
 // Several threads make rows that lie in memory and do not depend on each other.
 int threadsOf(const Session& session) {
     const Job& job = session.job;
-    const bool ordered = job.source == PixelSource::kReduced && dependOnOrder(session.reduced);
-    if (job.encoded || ordered || session.source.top == nullptr) return 1;
+    const bool inTurn =
+        job.source == PixelSource::kReduced ? dependOnOrder(session.reduced) : diffuses(job);
+    if (job.encoded || inTurn || session.source.top == nullptr) return 1;
     return threadsForRows(job.picture.width, job.picture.height, job.options.threads);
 }
 
@@ -370,7 +382,7 @@ bool fitsFile(const Job& job) {
 int32_t prepareFile(Session& session, const Target& target) {
     session.watch.total = passesOf(session.job, target) * session.job.picture.height;
     int32_t result = preparePicture(session, target);
-    if (result == kOk) result = settlePalette(session);
+    if (result == kOk) result = settleColors(session);
     if (result == kOk) result = prepareRows(session);
     if (result != kOk) return result;
     session.form = describeForm(session.job, session.table.count, session.job.encoded);

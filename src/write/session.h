@@ -2,6 +2,7 @@
 #pragma once
 
 #include "write/header.h"
+#include "write/high_rows.h"
 #include "write/index_rows.h"
 #include "write/job.h"
 #include "write/output.h"
@@ -24,6 +25,7 @@ struct Session {
     FileForm form;
     KeptIndices kept;
     PaletteRows reduced;
+    HighRows high;
     RleEncoder encoder;
     // Room for a row of colours and one of indices for every thread or every row of a group, and for
     // rows on their way to the target.

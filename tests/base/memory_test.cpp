@@ -377,6 +377,53 @@ TEST(MemoryGuards, ALockedBlockIsUsedThroughItsGuard) {
     GlobalFree(handle);
 }
 
+TEST(MemoryGuards, APinnedBlockIsGoneAtOnceAndItsMemoryWithTheLastPin) {
+    const long blocks = support::liveBlocks;
+    {
+        const MemHandle handle = blockOf("rows");
+        const tivar::Pinned<char> first(handle);
+        {
+            const tivar::Pinned<char> second(handle);
+            EXPECT_FALSE(second.gone());
+            EXPECT_EQ(GlobalFree(handle), 0u);
+            EXPECT_TRUE(second.gone());
+        }
+        EXPECT_TRUE(first.gone());
+        EXPECT_EQ(GlobalLock(handle), nullptr);
+        EXPECT_EQ(GlobalSize(handle), 0u);
+        EXPECT_EQ(GlobalReAlloc(handle, 9, 0), 0u);
+        EXPECT_EQ(tivar::resizeBlock(handle, 9), 0u);
+        EXPECT_EQ(tivar::blockRoom(handle), 0u);
+        EXPECT_EQ(GlobalFree(handle), 0u) << "a second time";
+        EXPECT_EQ(std::string(first.data, 4), "rows");
+    }
+    EXPECT_EQ(support::liveBlocks, blocks);
+}
+
+TEST(MemoryGuards, APinnedBlockThatNobodyFreesStays) {
+    const MemHandle handle = blockOf("rows");
+    { const tivar::Pinned<char> pin(handle); }
+    EXPECT_EQ(bytesOf(handle), "rows");
+    GlobalFree(handle);
+    const tivar::Pinned<char> none(0);
+    EXPECT_FALSE(none);
+    EXPECT_FALSE(none.gone());
+}
+
+TEST(MemoryGuards, ResizingAPinnedBlockMovesItAndKeepsTheOldBytesForThePin) {
+    for (const bool inPlace : {false, true}) {
+        const MemHandle handle = blockOf("rows");
+        const tivar::Pinned<char> pin(handle);
+        const MemHandle moved =
+            inPlace ? tivar::resizeBlock(handle, 2) : GlobalReAlloc(handle, 2, 0);
+        EXPECT_NE(moved, handle);
+        EXPECT_TRUE(pin.gone());
+        EXPECT_EQ(bytesOf(moved), "ro");
+        EXPECT_EQ(std::string(pin.data, 4), "rows");
+        GlobalFree(moved);
+    }
+}
+
 TEST(MemoryGuards, AnOwnedBlockGoesWithItsGuardUnlessReleased) {
     MemHandle kept = 0;
     {

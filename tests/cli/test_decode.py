@@ -128,8 +128,8 @@ def test_standard_streams(tivar):
     "data,fragment",
     [
         (bmp_build.windows(4, 4, 24, bytes(47)), "47 of 48 bytes, at byte 101"),
-        (bmp_build.windows(1, 1, 16, bytes(4)), "16 bits per pixel"),
-        (bmp_build.windows(1, 1, 24, bytes(4), compression=4), "compression 4"),
+        (bmp_build.windows(1, 1, 16, bytes(2)), "2 of 4 bytes, at byte 56"),
+        (bmp_build.windows(1, 1, 24, bytes(4), compression=9), "compression 9"),
         (bmp_build.rle8(bytes([9, 1, 0, 1])), "a run of 9 pixels"),
         (bmp_build.rle8(bytes([0, 0, 3, 1])), "cut short in row 1"),
     ],

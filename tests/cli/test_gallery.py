@@ -228,7 +228,7 @@ def test_galleries_that_cannot_be(tivar, chart):
     fails(tivar.run("gallery", "-", "-o", "out"), 2, "standard input")
     fails(tivar.run("gallery", "none.png", "-o", "out"), 1, "none.png", "No such file")
     (tivar.directory / "text.png").write_text("text")
-    fails(tivar.run("gallery", "text.png", "-o", "out"), 1, "text.png", "neither PNG")
+    fails(tivar.run("gallery", "text.png", "-o", "out"), 1, "text.png", "no picture of a known kind")
     assert sorted(os.listdir(tivar.directory)) == ["chart.png", "text.png"]
     os.rename(tivar.directory / "chart.png", tivar.directory / "index.html")
     fails(tivar.run("gallery", "index.html", "-o", "."), 1, "index.html", "the input itself")

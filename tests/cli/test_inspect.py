@@ -126,7 +126,6 @@ END = 54 + 1024 + 8
         (dict(image=9), 34, "says 9 instead of 8"),
         (dict(colors=257), 46, "257 colours"),
         (dict(compression=2), 30, "RLE4 at a depth of 8"),
-        (dict(compression=9), 30, "compression 9"),
         (dict(header=41), 14, "41 bytes"),
         (dict(palette=[(0, 0, 0)] * 2, colors=4), 54, "2 of 4 palette entries"),
         # The second row of the file is the upper one of the picture.

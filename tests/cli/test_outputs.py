@@ -313,7 +313,7 @@ def test_two_inputs_do_not_write_one_file_through_a_link(tivar):
 
 def test_a_bmp_file_as_input_is_told_as_such(tivar, chart):
     tivar.export(chart, "photo.bmp")
-    fails(tivar.run("export", "photo.bmp"), 1, "photo.bmp: is a BMP file already", "tivar decode")
+    fails(tivar.run("export", "photo.bmp"), 1, "photo.bmp: is the input itself", "-o")
 
 
 def test_standard_output_closed_by_the_caller_is_an_error(tivar, chart):

@@ -7,6 +7,7 @@
 #include "support/driver_host.h"
 #include "support/export_host.h"
 #include "support/failing_call.h"
+#include "support/fenced_words.h"
 #include "support/temp_directory.h"
 
 namespace {
@@ -102,6 +103,33 @@ TEST(InitialiseCommonRoute, WithoutANameItGives22AndOpensNothing) {
     host.block[DRIVER_INIT_NAME] = 0;
     EXPECT_EQ(host.initialise(), 22);
     EXPECT_EQ(host.settings->metafileStream, 0u);
+}
+
+TEST(InitialiseCommonRoute, NullNameChangesNothing) {
+    const CurrentSettings current;
+    CommonHost host;
+    hRaster = current.handle;
+    lpRaster = current.record;
+    hSetup = 77;
+    for (const MemHandle setup : {host.settings.handle, MemHandle{0}}) {
+        host.block[DRIVER_INIT_NAME] = 0;
+        host.block[DRIVER_INIT_SETUP] = setup;
+        EXPECT_EQ(host.initialise(), 22);
+        EXPECT_EQ(hRaster, current.handle);
+        EXPECT_EQ(lpRaster, current.record);
+        EXPECT_EQ(hSetup, 77u);
+        EXPECT_EQ(host.settings->exportParams, nullptr);
+    }
+    hSetup = 0;
+}
+
+TEST(InitialiseCommonRoute, StatusBlockOfANamedFileMayEndBeforeTheDocumentWord) {
+    const TempDirectory directory;
+    CommonHost host(directory.path("out.bmp"));
+    const support::FencedWords status(STATUS_DOCUMENT);
+    host.block[DRIVER_INIT_HOOK] = reinterpret_cast<HostWord>(status.words);
+    EXPECT_EQ(host.initialise(), 0);
+    EXPECT_EQ(host.terminate(), 300);
 }
 
 TEST(InitialiseCommonRoute, ColourFormatSettlesPaletteAndDepth) {
@@ -267,6 +295,27 @@ TEST(TerminateCommonRoute, HandsTheMemoryBlockToTheHost) {
     const MemHandle handed = host.status.words[STATUS_MEMORY];
     ASSERT_NE(handed, 0u);
     EXPECT_EQ(support::blockContents(handed)[0], 0xFF) << "an empty file and its end mark";
+}
+
+TEST(TerminateCommonRoute, DocumentWithoutANameLeavesNoMemoryBlock) {
+    CommonHost host;
+    HostDocument document;
+    document.attach(host.settings.record, host.status.words);
+    host.status.words[STATUS_MEMORY] = 4711;
+    EXPECT_EQ(host.initialise(), 0);
+    EXPECT_EQ(host.terminate(), 300);
+    EXPECT_EQ(document.closes, 1);
+    EXPECT_EQ(host.status.words[STATUS_MEMORY], 0u);
+}
+
+TEST(TerminateCommonRoute, NamedOutputLeavesTheMemoryWordAlone) {
+    const TempDirectory directory;
+    CommonHost host(directory.path("out.bmp"));
+    host.status.words[STATUS_MEMORY] = 4711;
+    EXPECT_EQ(host.initialise(), 0);
+    EXPECT_EQ(host.terminate(), 300);
+    EXPECT_EQ(host.status.words[STATUS_MEMORY], 4711u);
+    host.status.words[STATUS_MEMORY] = 0;
 }
 
 TEST(TerminateCommonRoute, MemoryBlockThatNobodyCanTakeIsFreed) {

@@ -255,6 +255,32 @@ TEST(OpenDevice, FileThatCannotBeMadePushes303AndTheDeviceIsOpenAllTheSame) {
     EXPECT_TRUE(directory.names().empty());
 }
 
+TEST(OpenDevice, WithoutSettingsItPushes303) {
+    DriverHost host;
+    host.initialise();
+    lpSetup = nullptr;
+    EXPECT_EQ(host.send(OP_OPEN), 303);
+    EXPECT_EQ(lpEMData->deviceState, DEV_OPEN);
+    EXPECT_EQ(lpEMData->outputStream, 0u);
+}
+
+TEST(OpenDevice, SettingsThatWereDestroyedAreNotUsed) {
+    DriverHost host;
+    const MemHandle setup = CreateSetup(0, "/nowhere/none.ini", nullptr, nullptr);
+    host.block[DRIVER_INIT_SETUP] = setup;
+    host.initialise();
+    EXPECT_EQ(lpSetup, GlobalLock(setup));
+    DestroySetup(setup);
+    EXPECT_EQ(lpSetup, nullptr);
+    EXPECT_EQ(hRaster, 0u);
+    EXPECT_EQ(host.send(OP_OPEN), 303);
+    host.send(OP_BEGIN_PICTURE);
+    host.send(OP_BEGIN_BODY);
+    EXPECT_EQ(host.send(support::cellArrayBlock({4, 1, 8}, Bytes(4))), 0);
+    host.send(support::beginImageBlock({4, 1, 8}));
+    EXPECT_EQ(host.send(support::endImageBlock()), 0);
+}
+
 TEST(OpenDevice, FailedOneByteBlockPushes300) {
     DriverHost host;
     host.initialise();

@@ -240,6 +240,22 @@ TEST(Terminate, ClearsTheLastCodeAndGivesZero) {
     EXPECT_EQ(host.terminate(), 0) << "without a device state";
 }
 
+TEST(Terminate, ClearsTheLastCodeBeforeTheHostIsAsked) {
+    DriverHost host;
+    host.initialise();
+    host.send(OP_OPEN);
+    lpEMData->errors.lastCode = -5;
+    static int32_t seen;
+    seen = -1;
+    host.hook.words[STATUS_PROC] = reinterpret_cast<HostWord>(
+        +[](intptr_t, int32_t, int32_t, int32_t, int32_t, int32_t, intptr_t) -> int32_t {
+            seen = lpEMData->errors.lastCode;
+            return 0;
+        });
+    EXPECT_EQ(host.terminate(), 0);
+    EXPECT_EQ(seen, 0);
+}
+
 TEST(CommonDispatch, WithoutACommonBlockNothingRuns) {
     DriverHost host;
     host.initialise();

@@ -5,6 +5,7 @@
 #include "driver/operations.h"
 #include "support/byte_list.h"
 #include "support/driver_host.h"
+#include "support/failing_call.h"
 
 namespace {
 
@@ -94,6 +95,42 @@ TEST(ReplyBuffer, PositionStartsAgainOnlyWithANewDeviceState) {
     host.terminate();
     host.initialise();
     EXPECT_EQ(lpEMData->replyPosition, 0u);
+}
+
+// Initialises a full buffer's device once more, by hand, with a smaller one.
+TEST(ReplyBuffer, SmallerBufferOfASecondInitialisationTakesNothingAndThePositionBecomesItsSize) {
+    ReplyHost host(960);
+    host.send(OP_OPEN);
+    for (int i = 0; i < 20; ++i) host.send(OP_QUERY_WINDOW);
+    ASSERT_EQ(lpEMData->replyPosition, 960u);
+    // Kept: nothing frees the first buffer, whose address the host has.
+    const support::Block first(lpEMData->hReply);
+    host.closeAndTakeFile();
+    hCommon = 1;
+    lpEMData->deviceState = -1;
+    host.block[DRIVER_INIT_REPLY_SIZE] = 4;
+    host.initialise();
+    hCommon = 0;
+    ASSERT_EQ(lpEMData->replyPosition, 960u);
+    const long blocks = support::liveBlocks;
+    host.send(OP_OPEN);
+    host.send(OP_QUERY_WINDOW);
+    EXPECT_EQ(lpEMData->replyPosition, 4u);
+    EXPECT_EQ(support::blockContents(lpEMData->hReply), Bytes(4));
+    host.send(OP_QUERY_WINDOW);
+    EXPECT_EQ(lpEMData->replyPosition, 4u);
+    host.closeAndTakeFile();
+    EXPECT_EQ(support::liveBlocks, blocks);
+}
+
+TEST(ReplyBuffer, PositionBehindTheEndBecomesTheSizeWithoutABufferToo) {
+    const ReplyHost host(8);
+    lpEMData->replyPosition = 9;
+    uint8_t* buffer = lpEMData->lpReply;
+    lpEMData->lpReply = nullptr;
+    append({1});
+    lpEMData->lpReply = buffer;
+    EXPECT_EQ(lpEMData->replyPosition, 8u);
 }
 
 // ---- The stack summary -------------------------------------------------------------------------

@@ -340,6 +340,24 @@ TEST(BeginCellBitmap, SettingsServeOneFileAfterAnother) {
     }
 }
 
+TEST(BeginCellBitmap, BegunTwiceWithoutAnEndFreesTheFirstWorkBuffer) {
+    const long blocks = support::liveBlocks;
+    {
+        const MemoryStream target;
+        const CurrentSettings settings;
+        settings->colorFormat = COLOR_FORMAT_8BIT;
+        settings->compressionMode = COMPRESSION_RLE;
+        MemHandle first = 0;
+        MemHandle second = 0;
+        const Bytes palette = rampPalette(256);
+        EXPECT_EQ(BeginCellBitmap(target.stream, 8, 1, 8, palette.data(), &first), 1);
+        EXPECT_EQ(BeginCellBitmap(target.stream, 8, 1, 8, palette.data(), &second), 1);
+        EndCellBitmap(target.stream, second);
+        EndCellBitmap(target.stream, first);
+    }
+    EXPECT_EQ(support::liveBlocks, blocks);
+}
+
 TEST(WriteCellBits, BandsFollowEachOther) {
     for (const bool encoded : {false, true}) {
         Writer writer({COLOR_FORMAT_8BIT, encoded});

@@ -185,6 +185,17 @@ TEST(CellTable, ShortPictureTableIsBlackFromItsEndOn) {
     EXPECT_EQ(request.table(), ByteList().add({1, 2, 3, 4, 5}).repeat(43, 0).list);
 }
 
+TEST(CellTable, RequestsTableShorterThanItsCountTakesWhatFits) {
+    const Bytes colors = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 16,
+                          17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32,
+                          33, 34, 35, 36, 37, 38, 39, 40, 41, 42, 43, 44, 45, 46, 47, 48};
+    Request request(picture(4, 1, 1, {0, 0, 0, 0}, colors), 1, 1, 4, 2);
+    request.record.colorCount = 256;
+    EXPECT_EQ(request.initialise(), 4711u);
+    EXPECT_EQ(request.record.colorCount, 16);
+    EXPECT_EQ(request.table(), slice(colors, 0, 6));
+}
+
 TEST(CellTable, TrueColourAtEightBitsGetsItsColoursInCellOrder) {
     Request request(redAndBlue(), 2, 2, 8, 256);
     request.initialise();

@@ -2,6 +2,7 @@
 #include "support/environment.h"
 #include "support/export_host.h"
 #include "support/failing_call.h"
+#include "support/fenced_words.h"
 #include "support/temp_directory.h"
 
 namespace {
@@ -397,6 +398,167 @@ TEST(ExportCellData, NoMemoryLaterOnReturnsZeroAndLeavesTheHostItsBlock) {
             }
         }
     }
+}
+
+// ---- Settings and blocks that change in the middle -----------------------------------------------
+
+TEST(ExportCellData, StaleMemoryWordIsClearedWhenTheExportBegins) {
+    Host host;
+    host.status[STATUS_MEMORY] = 4711;
+    static HostWord* words;
+    static HostWord seen;
+    words = host.status;
+    seen = 4711;
+    host.status[STATUS_PROC] = reinterpret_cast<HostWord>(
+        +[](intptr_t, int32_t, int32_t, int32_t, int32_t, int32_t, intptr_t) -> int32_t {
+            seen = words[STATUS_MEMORY];
+            return 0;
+        });
+    EXPECT_EQ(host.run(""), 0);
+    EXPECT_EQ(seen, 0u) << "the block is the host's when the export is over";
+    EXPECT_EQ(host.memoryFile(), host.expected());
+}
+
+TEST(ExportCellData, StaleMemoryWordIsClearedWhereNoBlockOrStreamCanBeHad) {
+    for (const int nth : {1, 2}) {
+        Host host;
+        host.status[STATUS_MEMORY] = 4711;
+        const FailingCall failing("calloc", nth);
+        EXPECT_EQ(host.run(""), 303) << nth;
+        EXPECT_EQ(host.status[STATUS_MEMORY], 0u) << nth;
+    }
+}
+
+TEST(ExportCellData, StatusBlockOfANamedFileMayEndBeforeTheDocumentWord) {
+    const TempDirectory directory;
+    Host host;
+    const support::FencedWords status(STATUS_DOCUMENT);
+    host.parameters[EXPORT_STATUS] = reinterpret_cast<HostWord>(status.words);
+    EXPECT_EQ(host.run(directory.path("out.bmp").c_str()), 0);
+    EXPECT_EQ(asBytes(directory.read("out.bmp")), host.expected());
+    EXPECT_EQ(host.run(""), 0);
+    host.status[STATUS_MEMORY] = status.words[STATUS_MEMORY];
+    EXPECT_EQ(host.memoryFile(), host.expected());
+}
+
+// An export that the host disturbs at its report of 100 percent, and a document at its first write.
+struct Disturbed : Host {
+    using Act = void (*)(Disturbed&);
+
+    explicit Disturbed(Act wantedAct, const model::Settings& wanted = {})
+        : Host(wanted), act(wantedAct) {
+        status[STATUS_CONTEXT] = reinterpret_cast<HostWord>(this);
+        status[STATUS_PROC] =
+            reinterpret_cast<HostWord>(+[](intptr_t context, int32_t, int32_t, int32_t, int32_t,
+                                           int32_t, intptr_t) -> int32_t {
+                reinterpret_cast<Disturbed*>(context)->disturb();
+                return 0;
+            });
+    }
+    void disturb() {
+        if (acted++ == 0) act(*this);
+    }
+    // Output to a document that disturbs.
+    void attachDocument() {
+        settings->documentStream = reinterpret_cast<HostWord>(
+            +[](intptr_t first, int32_t operation, intptr_t a, intptr_t b) -> intptr_t {
+                auto& self = *reinterpret_cast<Disturbed*>(first);
+                if (operation == 1) return first;
+                if (operation == 3) self.disturb();
+                return HostDocument::serve(reinterpret_cast<intptr_t>(&self.document), operation, a,
+                                           b);
+            });
+        status[STATUS_DOCUMENT] = reinterpret_cast<HostWord>(this);
+    }
+
+    Act act;
+    int acted = 0;
+    HostDocument document;
+};
+
+TEST(DisturbedExport, ClearedDocumentFieldChangesNothing) {
+    Disturbed host([](Disturbed& self) { self.settings->documentStream = 0; });
+    host.attachDocument();
+    EXPECT_EQ(host.run(nullptr), 0);
+    EXPECT_EQ(host.document.bytes, host.expected());
+    EXPECT_EQ(host.document.closes, 1);
+    EXPECT_EQ(host.status[STATUS_MEMORY], 0u);
+}
+
+TEST(DisturbedExport, DocumentFieldThatIsSetDuringOutputToMemoryLosesNothing) {
+    const long blocks = support::liveBlocks;
+    {
+        Disturbed host([](Disturbed& self) { self.attachDocument(); });
+        EXPECT_EQ(host.run(""), 0);
+        EXPECT_EQ(host.memoryFile(), host.expected());
+        EXPECT_TRUE(host.document.bytes.empty());
+    }
+    EXPECT_EQ(support::liveBlocks, blocks);
+}
+
+TEST(DisturbedExport, AnotherRecordsEndOrMakingIsNoneOfItsBusiness) {
+    const long blocks = support::liveBlocks;
+    for (const Disturbed::Act act :
+         {Disturbed::Act([](Disturbed&) {
+              DestroySetup(CreateSetup(0, "/nowhere/none.ini", nullptr, nullptr));
+          }),
+          Disturbed::Act([](Disturbed&) {
+              static MemHandle made;
+              made = CreateSetup(0, "/nowhere/none.ini", nullptr, nullptr);
+              EXPECT_EQ(lpRaster, GlobalLock(made));
+              DestroySetup(made);
+          })}) {
+        for (const bool toDocument : {false, true}) {
+            Disturbed host(act, settingsOf(COLOR_FORMAT_8BIT, COMPRESSION_RLE));
+            if (toDocument) host.attachDocument();
+            EXPECT_EQ(host.run(""), 0);
+            EXPECT_EQ(host.acted > 0, true);
+            EXPECT_EQ(toDocument ? host.document.bytes : host.memoryFile(), host.expected());
+            EXPECT_EQ(host.settings->exportParams, nullptr);
+            EXPECT_EQ(host.settings->lpRLEBuffer, nullptr);
+        }
+    }
+    EXPECT_EQ(support::liveBlocks, blocks);
+}
+
+TEST(DisturbedExport, ItsOwnRecordsEndStopsItWith303AndLeavesNoBlock) {
+    const long blocks = support::liveBlocks;
+    {
+        // A record of its own, beside the one that the host cleans up.
+        Disturbed host([](Disturbed& self) {
+            DestroySetup(self.parameters[EXPORT_SETUP]);
+            EXPECT_EQ(lpRaster, nullptr);
+        });
+        host.parameters[EXPORT_SETUP] = CreateSetup(0, "/nowhere/none.ini", nullptr, nullptr);
+        host.status[STATUS_MEMORY] = 4711;
+        EXPECT_EQ(host.run(""), 303);
+        EXPECT_EQ(host.status[STATUS_MEMORY], 0u);
+        EXPECT_EQ(lpRaster, nullptr);
+    }
+    EXPECT_EQ(support::liveBlocks, blocks);
+}
+
+TEST(DisturbedExport, NestedExportReportsToItsOwnBlockAndTheOuterOneGoesOnReporting) {
+    static int nested;
+    nested = 0;
+    Disturbed host([](Disturbed& self) {
+        Host inner;
+        inner.parameters[EXPORT_SETUP] = self.settings.handle;
+        const HostWord proc = self.settings->documentStream;
+        self.settings->documentStream = 0;
+        StatusRecorder recorder;
+        recorder.attach(inner.status);
+        EXPECT_EQ(inner.run(""), 0);
+        EXPECT_EQ(inner.memoryFile(), inner.expected());
+        nested += static_cast<int>(recorder.percentages.size());
+        self.settings->documentStream = proc;
+    });
+    host.attachDocument();
+    EXPECT_EQ(host.run(""), 0);
+    EXPECT_EQ(nested, 1);
+    EXPECT_EQ(host.document.bytes, host.expected());
+    EXPECT_GT(host.acted, 20) << "the report at the end comes through the same door";
+    EXPECT_EQ(host.settings->exportParams, nullptr);
 }
 
 }  // namespace

@@ -309,6 +309,78 @@ TEST(PictureOutput, PaletteThatTheCallBackMovedIsTheOneWrittenAndFreed) {
     EXPECT_EQ(slice(output.target.finish(), 54, 8), (Bytes{9, 9, 9, 0, 9, 9, 9, 0}));
 }
 
+// An 8-bit file of the painter's whose colour table the call-back leaves as told: its palette.
+Bytes paletteAfter(const std::function<void(CellDataRequest&)>& leave) {
+    const long blocks = support::liveBlocks;
+    Bytes file;
+    {
+        Output output(COLOR_FORMAT_8BIT);
+        Painter painter(4, 2);
+        painter.bandHeight = 2;
+        painter.onInitialise = leave;
+        EXPECT_EQ(output.run(), 0);
+        file = output.target.finish();
+    }
+    EXPECT_EQ(support::liveBlocks, blocks);
+    EXPECT_EQ(file.size(), 1078u + 2 * 4);
+    EXPECT_EQ(slice(file, 0, 2), (Bytes{'B', 'M'}));
+    return slice(file, 54, 1024);
+}
+
+void fillWhite(CellDataRequest& request) {
+    std::fill_n(request.colorTable, GlobalSize(GlobalHandle(request.colorTable)), uint8_t{255});
+}
+
+TEST(PictureOutput, ColourTableThatTheCallBackCutIsBlackFromItsEndOn) {
+    const Bytes palette = paletteAfter([](CellDataRequest& request) {
+        request.colorTable = static_cast<uint8_t*>(oxlPtrGlobalReAlloc(request.colorTable, 7, 66));
+        fillWhite(request);
+    });
+    Bytes expected(1024);
+    // Two entries, and the third one's red.
+    constexpr size_t kWhite[] = {0, 1, 2, 4, 5, 6, 10};
+    for (const size_t place : kWhite) expected[place] = 255;
+    EXPECT_EQ(palette, expected);
+}
+
+TEST(PictureOutput, ColourTableThatTheCallBackDroppedIsBlack) {
+    EXPECT_EQ(paletteAfter([](CellDataRequest& request) {
+                  oxlPtrGlobalFree(request.colorTable);
+                  request.colorTable = nullptr;
+              }),
+              Bytes(1024));
+    EXPECT_EQ(paletteAfter([](CellDataRequest& request) {
+                  fillWhite(request);
+                  oxlPtrGlobalFree(request.colorTable);
+              }),
+              Bytes(1024))
+        << "its old address says nothing";
+}
+
+TEST(PictureOutput, LargerCountThanTheColourTableHasIsNotBelieved) {
+    Bytes expected(1024, 255);
+    for (size_t i = 3; i < 1024; i += 4) expected[i] = 0;
+    EXPECT_EQ(paletteAfter([](CellDataRequest& request) {
+                  fillWhite(request);
+                  request.colorCount = INT16_MAX;
+              }),
+              expected);
+}
+
+TEST(PictureOutput, RequestThatTheCallBackFreedStopsTheOutput) {
+    const long blocks = support::liveBlocks;
+    {
+        Output output(COLOR_FORMAT_8BIT);
+        Painter painter(4, 2);
+        painter.bandHeight = 2;
+        painter.onInitialise = [](CellDataRequest& request) { oxlPtrGlobalFree(&request); };
+        EXPECT_EQ(output.run(), 27);
+        EXPECT_EQ(painter.count(DRAW_ROWS), 0);
+        EXPECT_EQ(painter.count(DRAW_TERMINATE), 0);
+    }
+    EXPECT_EQ(support::liveBlocks, blocks);
+}
+
 TEST(PictureOutput, CallBacksFlagExchangesRedAndBlue) {
     for (const int16_t flag : {int16_t{0}, int16_t{1}, int16_t{4}}) {
         Output output(COLOR_FORMAT_24BIT);

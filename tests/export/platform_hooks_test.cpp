@@ -163,19 +163,46 @@ TEST_F(OffscreenHooks, DrawingForwardsTheRowsAndReturnsTheAnswer) {
     TermPlatformOffscreen(offscreen);
 }
 
-// The record is still readable when message 2 arrives: the sanitizers would tell otherwise.
 TEST_F(OffscreenHooks, TerminatingCallsMessageTwoBeforeTheRecordIsFreed) {
     static uint32_t seenWidth;
+    static long seenBlocks;
+    static uint32_t seenSize;
     seenWidth = 0;
     const DrawProc look = [](int32_t message, void* input, HostWord output,
                              HostWord extra) -> HostWord {
         if (message == DRAW_TERMINATE && output == 0 && extra == 0)
             seenWidth += static_cast<CellDataRequest*>(input)->destWidth;
+        seenBlocks = support::liveBlocks;
+        seenSize = GlobalSize(GlobalHandle(input));
         return 0;
     };
     uint32_t rows = 10;
-    TermPlatformOffscreen(InitPlatformOffscreen(77, &rows, 8, 0, nullptr, &picture, look, nullptr));
+    CellDataRequest* offscreen =
+        InitPlatformOffscreen(77, &rows, 8, 0, nullptr, &picture, look, nullptr);
+    const long blocks = support::liveBlocks;
+    TermPlatformOffscreen(offscreen);
     EXPECT_EQ(seenWidth, 77u);
+    EXPECT_EQ(seenBlocks, blocks) << "nothing is freed yet";
+    EXPECT_EQ(seenSize, sizeof(CellDataRequest)) << "nor given up";
+    EXPECT_EQ(support::liveBlocks, blocks - 1);
+}
+
+TEST_F(OffscreenHooks, RecordThatItsCallBackEndsIsNotUsedAnyMore) {
+    const DrawProc end = [](int32_t message, void* input, HostWord, HostWord) -> HostWord {
+        if (message != DRAW_TERMINATE) TermPlatformOffscreen(static_cast<CellDataRequest*>(input));
+        return 10;
+    };
+    const long blocks = support::liveBlocks;
+    uint32_t rows = 10;
+    EXPECT_EQ(InitPlatformOffscreen(4, &rows, 8, 0, nullptr, &picture, end, nullptr), nullptr);
+    EXPECT_EQ(rows, 0u);
+    const DrawProc freeIt = [](int32_t message, void* input, HostWord, HostWord) -> HostWord {
+        if (message == DRAW_TERMINATE) oxlPtrGlobalFree(input);
+        return 10;
+    };
+    TermPlatformOffscreen(
+        InitPlatformOffscreen(4, &rows, 8, 0, nullptr, &picture, freeIt, nullptr));
+    EXPECT_EQ(support::liveBlocks, blocks);
 }
 
 TEST_F(OffscreenHooks, NullArgumentsDoNothing) {

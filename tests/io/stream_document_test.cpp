@@ -1,6 +1,8 @@
+#include <cstring>
 #include <tuple>
 
 #include "io/stream_kit.h"
+#include "support/failing_call.h"
 #include "support/recording_document.h"
 
 namespace {
@@ -190,6 +192,84 @@ TEST(DocumentStream, CloseAndDeleteOfAnUnservedNameClosesTheFileToo) {
     EXPECT_EQ(oxlCloseandDelete(stream, path.c_str()), 0);
     EXPECT_EQ(openFiles(), before);
     EXPECT_EQ(document.log, "open 7 " + path + " 4097\nclose 0 0 512\n");
+}
+
+// ---- Documents that close their stream themselves -----------------------------------------------
+
+// A document whose procedure closes the stream when the nth call of the operation comes.
+struct ClosingDocument {
+    explicit ClosingDocument(int32_t wanted, int nth) : operation(wanted), left(nth) {
+        current() = this;
+        OxlStreamDesc descriptor = {};
+        descriptor.documentProc = reinterpret_cast<HostWord>(&serve);
+        stream = oxlOpen("a", &descriptor, kCreateToWrite);
+    }
+    ~ClosingDocument() { EXPECT_EQ(closes, 1); }
+    ClosingDocument(const ClosingDocument&) = delete;
+    ClosingDocument& operator=(const ClosingDocument&) = delete;
+
+    static ClosingDocument*& current() {
+        static ClosingDocument* document = nullptr;
+        return document;
+    }
+    static intptr_t serve(intptr_t, int32_t called, intptr_t a, intptr_t b) {
+        ClosingDocument& self = *current();
+        if (called == support::kDocClose) ++self.closes;
+        if (called == self.operation && --self.left == 0) self.closed = oxlClose(self.stream);
+        if (called == support::kDocRead) std::memset(reinterpret_cast<void*>(a), 'x', 1);
+        return called == support::kDocOpen ? 5 : b;
+    }
+
+    int32_t operation;
+    int left;
+    OxlStream stream = 0;
+    int32_t closed = 99;
+    int closes = 0;
+};
+
+TEST(ClosingDocument, CloseIsNotRepeatedFromWithin) {
+    const long blocks = support::liveBlocks;
+    {
+        ClosingDocument document(support::kDocClose, 1);
+        EXPECT_EQ(oxlClose(document.stream), 0);
+        EXPECT_EQ(document.closed, -1);
+    }
+    {
+        ClosingDocument document(support::kDocClose, 1);
+        EXPECT_EQ(oxlCloseandDelete(document.stream, "a"), 0);
+        EXPECT_EQ(document.closed, -1);
+    }
+    EXPECT_EQ(support::liveBlocks, blocks);
+}
+
+TEST(ClosingDocument, TransfersEndWithTheirStream) {
+    using Transfer = int32_t (*)(OxlStream stream);
+    struct Case {
+        int32_t operation;
+        Transfer run;
+        int32_t result;
+    };
+    static const uint32_t numbers[4] = {1, 2, 3, 4};
+    static uint32_t read[4];
+    static char line[8];
+    const Case cases[] = {
+        {support::kDocWrite, [](OxlStream s) { return oxlWriteLong(s, numbers, 4); }, 0},
+        {support::kDocWrite, [](OxlStream s) { return oxlWriteStruct(s, "2L", numbers, 2); }, 0},
+        {support::kDocWrite, [](OxlStream s) { return oxlWriteLine(s, "ab", 2); }, 0},
+        {support::kDocRead, [](OxlStream s) { return oxlReadStruct(s, "LLLL", read, 1); }, 0},
+        {support::kDocRead, [](OxlStream s) { return oxlReadLine(s, line, 8); }, -1},
+        {support::kDocRead, [](OxlStream s) { return oxlGetLineFormat(s); }, -1},
+        {support::kDocWrite, [](OxlStream s) { return oxlWrite(s, "ab", 2); }, 2},
+        {support::kDocSeek, [](OxlStream s) { return oxlSeek(s, 2, 0); }, 0},
+    };
+    const long blocks = support::liveBlocks;
+    for (const Case& given : cases) {
+        SCOPED_TRACE(&given - cases);
+        ClosingDocument document(given.operation, 1);
+        EXPECT_EQ(given.run(document.stream), given.result);
+        EXPECT_EQ(document.closed, 0);
+    }
+    EXPECT_EQ(support::liveBlocks, blocks);
 }
 
 }  // namespace

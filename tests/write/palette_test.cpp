@@ -31,11 +31,11 @@ struct Choice {
     bool exact;
 };
 
-Choice choose(const PlainPicture& picture, uint32_t most, int threads = 1) {
+Choice choose(const PlainPicture& picture, uint32_t most, int threads = 1, bool dithered = false) {
     Choice choice{};
     Watch watch = support::unwatched();
-    choice.result =
-        tivar::choosePalette(picture.rows(), most, threads, watch, choice.table, choice.exact);
+    choice.result = tivar::choosePalette(picture.rows(), most, dithered, threads, watch,
+                                         choice.table, choice.exact);
     EXPECT_EQ(watch.done, picture.height);
     return choice;
 }
@@ -156,6 +156,22 @@ TEST(ChoosePalette, HasLessErrorThanTheMedianCut) {
     }
 }
 
+TEST(ChoosePalette, ForDitheringReachesFurther) {
+    const PlainPicture picture = support::smooth(200, 200, 7);
+    const auto extent = [](const ColorTable& table) {
+        int lowest = 255;
+        int highest = 0;
+        for (uint32_t i = 0; i < table.count; ++i) {
+            lowest = std::min<int>(lowest, table.entries[i][0]);
+            highest = std::max<int>(highest, table.entries[i][0]);
+        }
+        return highest - lowest;
+    };
+    EXPECT_GT(extent(choose(picture, 16, 1, true).table), extent(choose(picture, 16).table));
+    EXPECT_GT(support::squaredError(picture, choose(picture, 16, 1, true).table),
+              support::squaredError(picture, choose(picture, 16).table));
+}
+
 TEST(ChoosePalette, EveryEntryIsAnotherColour) {
     PlainPicture picture(300, 300);
     support::Random random(9);
@@ -191,9 +207,9 @@ TEST(ChoosePalette, EndsWhenItIsCancelled) {
         int asked = 0;
         watch.context = &asked;
         Choice choice{};
-        EXPECT_EQ(
-            tivar::choosePalette(picture.rows(), 256, threads, watch, choice.table, choice.exact),
-            PaletteResult::kCancelled);
+        EXPECT_EQ(tivar::choosePalette(picture.rows(), 256, false, threads, watch, choice.table,
+                                       choice.exact),
+                  PaletteResult::kCancelled);
         EXPECT_EQ(asked, 11);
         EXPECT_EQ(support::liveBlocks, before);
     }
@@ -210,7 +226,7 @@ int failEveryCall(const std::string& function, const PlainPicture& picture) {
             Watch watch = support::unwatched();
             ColorTable table{};
             bool exact = false;
-            result = tivar::choosePalette(picture.rows(), 200, 1, watch, table, exact);
+            result = tivar::choosePalette(picture.rows(), 200, true, 1, watch, table, exact);
             happened = failing.happened();
         }
         EXPECT_EQ(support::liveBlocks, before) << function << ' ' << nth;

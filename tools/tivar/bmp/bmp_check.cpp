@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "bmp/fields.h"
+
 namespace tool {
 namespace {
 
@@ -40,7 +42,7 @@ void checkShape(const BmpFile& file, BmpFlaws& flaws) {
     if (file.planes != 1) {
         flaws.add({kBmpPlanes - (core ? 4 : 0), text(file.planes) + " planes instead of 1"});
     }
-    if (!isKnownDepth(file.bits)) {
+    if (!isKnownDepth(file.bits) && !(isEmbedded(file) && file.bits == 0)) {
         flaws.add({kBmpBits - (core ? 4 : 0), "a depth of " + text(file.bits) + " bits"});
     }
 }
@@ -56,6 +58,9 @@ void checkInfoHeader(const BmpFile& file, BmpFlaws& flaws) {
         flaws.add({kBmpCompressionField,
                    "RLE" + text(wanted) + " at a depth of " + text(file.bits) + " bits"});
     }
+    if (hasFields(file) && !fieldsOf(file).usable) {
+        flaws.add({kBmpMasks, "colour masks with gaps, over each other or beyond the pixel", true});
+    }
     if (encoded && file.height < 0) {
         flaws.add({kBmpWidth + 4, "encoded rows that begin with the top one"});
     }
@@ -63,7 +68,7 @@ void checkInfoHeader(const BmpFile& file, BmpFlaws& flaws) {
 
 // Where the OS/2 header has no field for it, the native form's length lies on top of the palette.
 void checkPalette(const BmpFile& file, BmpFlaws& flaws) {
-    if (file.bits > 8) return;
+    if (file.bits == 0 || file.bits > 8) return;
     const uint64_t ofDepth = uint64_t{1} << file.bits;
     if (file.colorsUsed > ofDepth) {
         flaws.add({kBmpColorsUsed,
@@ -82,6 +87,7 @@ void checkPalette(const BmpFile& file, BmpFlaws& flaws) {
 
 void checkImageSize(const BmpFile& file, uint64_t used, BmpFlaws& flaws) {
     if (!hasFullHeader(file) || file.form == BmpForm::Unknown) return;
+    if (isEmbedded(file) && file.imageSize == 0) return;
     const uint64_t raw = file.rowBytes * file.rows;
     const bool fits = file.form == BmpForm::Raw ? file.imageSize == 0 || file.imageSize == raw
                                                 : file.imageSize == used;
@@ -105,15 +111,28 @@ RunMap mapRaw(const BmpFile& file) {
     return map;
 }
 
+// The picture ends where it says itself, which only its own reader knows.
+RunMap mapEmbedded(const BmpFile& file) {
+    const uint64_t there = pixelBytes(file).size();
+    RunMap map;
+    map.end = static_cast<size_t>(file.imageSize == 0 ? there
+                                                      : std::min<uint64_t>(file.imageSize, there));
+    if (there < file.imageSize) {
+        map.flaws.add(
+            {file.bytes.size(),
+             "the picture is cut short: " + text(there) + " of " + text(file.imageSize) + " bytes",
+             true});
+    }
+    return map;
+}
+
 RunMap mapUnknown(const BmpFile& file) {
     RunMap map;
     if (file.rows == 0) {
         map.flaws.add({kBmpWidth, "the header gives no picture", true});
     } else {
-        map.flaws.add({kBmpCompressionField,
-                       "no reading is known of compression " + text(file.compression) +
-                           " at a depth of " + text(file.bits) + " bits",
-                       true});
+        map.notDecoded = "compression " + text(file.compression) + " at a depth of " +
+                         text(file.bits) + (file.bits == 1 ? " bit" : " bits");
     }
     return map;
 }
@@ -123,6 +142,7 @@ RunMap mapUnknown(const BmpFile& file) {
 RunMap mapPixels(const BmpFile& file) {
     if (file.form == BmpForm::Unknown) return mapUnknown(file);
     if (file.form == BmpForm::Raw) return mapRaw(file);
+    if (isEmbedded(file) || file.form == BmpForm::Jpeg) return mapEmbedded(file);
     return mapRuns(pixelBytes(file), runShape(file, file.form), file.pixelsAt);
 }
 

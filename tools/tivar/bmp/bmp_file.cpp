@@ -29,23 +29,25 @@ void readHeaders(BmpFile& file) {
 }
 
 void measureRows(BmpFile& file) {
-    const bool usable = isKnownDepth(file.bits) && file.width > 0 && file.height != 0;
-    if (!usable) return;
+    const bool depth = isKnownDepth(file.bits) || isEmbedded(file);
+    if (!depth || file.width <= 0 || file.height == 0) return;
     file.rows = static_cast<uint64_t>(std::llabs(file.height));
     file.rowBytes = rowBytes(static_cast<uint64_t>(file.width), file.bits);
 }
 
 uint64_t promisedColors(const BmpFile& file) {
-    const uint64_t ofDepth = file.bits <= 8 ? uint64_t{1} << file.bits : 0;
+    const bool indexed = file.bits >= 1 && file.bits <= 8;
+    const uint64_t ofDepth = indexed ? uint64_t{1} << file.bits : 0;
     return file.colorsUsed != 0 ? file.colorsUsed : ofDepth;
 }
 
 // As many entries as are promised, fit the depth and lie before the pixels.
 void readPalette(BmpFile& file) {
-    file.paletteAt = std::min(file.bytes.size(), kBmpFileHeaderBytes + size_t{file.headerBytes});
+    file.paletteAt = std::min(
+        file.bytes.size(), kBmpFileHeaderBytes + size_t{file.headerBytes} + looseMaskBytes(file));
     file.entryBytes = hasCoreHeader(file) ? 3 : 4;
     file.colorsPromised = promisedColors(file);
-    if (file.bits > 8) return;
+    if (file.bits == 0 || file.bits > 8) return;
     const size_t end = std::clamp(size_t{file.pixelOffset}, file.paletteAt, file.bytes.size());
     const uint64_t room = (end - file.paletteAt) / file.entryBytes;
     const uint64_t count = std::min({file.colorsPromised, uint64_t{1} << file.bits, room});
@@ -65,23 +67,49 @@ bool looksNative(const BmpFile& file, std::span<const uint8_t> pixels) {
     return (stamped || !raw) && isExactNative(pixels, runShape(file, BmpForm::Native));
 }
 
-BmpForm formOf(const BmpFile& file) {
-    if (file.rows == 0) return BmpForm::Unknown;
-    const auto pixels = pixelBytes(file);
-    if (!hasFullHeader(file)) return looksNative(file, pixels) ? BmpForm::Native : BmpForm::Raw;
-    if (file.compression == kBmpRaw) return BmpForm::Raw;
+bool beginsLikeJpeg(std::span<const uint8_t> pixels) {
+    return pixels.size() >= 2 && pixels[0] == 0xFF && pixels[1] == 0xD8;
+}
+
+BmpForm os2Form(const BmpFile& file) {
+    const bool rle24 = file.compression == kBmpRle24 && file.bits == 24;
+    if (!rle24) return BmpForm::Unknown;
+    // The 40 bytes of this header are those of Windows, too, where the number means JPEG.
+    return beginsLikeJpeg(pixelBytes(file)) ? BmpForm::Jpeg : BmpForm::Rle24;
+}
+
+BmpForm encodedForm(const BmpFile& file) {
     const bool rle8 = file.compression == kBmpRle8 && file.bits == 8;
     const bool rle4 = file.compression == kBmpRle4 && file.bits == 4;
     if (!rle8 && !rle4) return BmpForm::Unknown;
-    if (isWithoutCodes(pixels, runShape(file, BmpForm::Native))) return BmpForm::Native;
+    const bool windows = hasFullHeader(file) && !countsLikeOs2(file);
+    if (windows && isWithoutCodes(pixelBytes(file), runShape(file, BmpForm::Native))) {
+        return BmpForm::Native;
+    }
     return rle8 ? BmpForm::Rle8 : BmpForm::Rle4;
+}
+
+BmpForm formOf(const BmpFile& file) {
+    if (file.rows == 0) return BmpForm::Unknown;
+    if (hasCoreHeader(file)) {
+        return looksNative(file, pixelBytes(file)) ? BmpForm::Native : BmpForm::Raw;
+    }
+    if (isEmbedded(file)) return file.compression == kBmpJpeg ? BmpForm::Jpeg : BmpForm::Png;
+    if (hasFields(file) || file.compression == kBmpRaw) return BmpForm::Raw;
+    if (file.compression == kBmpRle8 || file.compression == kBmpRle4) return encodedForm(file);
+    return countsLikeOs2(file) ? os2Form(file) : BmpForm::Unknown;
 }
 
 }  // namespace
 
 bool isKnownDepth(uint16_t bits) {
-    constexpr std::array<uint16_t, 7> kDepths{1, 2, 4, 8, 16, 24, 32};
+    constexpr std::array<uint16_t, 8> kDepths{1, 2, 4, 8, 16, 24, 32, 64};
     return std::find(kDepths.begin(), kDepths.end(), bits) != kDepths.end();
+}
+
+bool isEmbedded(const BmpHeaders& headers) {
+    const bool number = headers.compression == kBmpJpeg || headers.compression == kBmpPng;
+    return number && hasFullHeader(headers) && !countsLikeOs2(headers);
 }
 
 RunShape runShape(const BmpFile& file, BmpForm form) {

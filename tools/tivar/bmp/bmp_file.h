@@ -15,7 +15,7 @@ namespace tool {
 
 // How the rows are stored. Native is the library's run-length form: pairs of a count and a value,
 // every row with its padding, no codes for the ends of lines and of the bitmap.
-enum class BmpForm { Raw, Rle8, Rle4, Native, Unknown };
+enum class BmpForm { Raw, Rle8, Rle4, Rle24, Native, Jpeg, Png, Unknown };
 
 // Parts never pass the end of the file.
 struct BmpFile : BmpHeaders {
@@ -34,6 +34,9 @@ struct BmpFile : BmpHeaders {
 BmpFile parseBmp(std::vector<uint8_t> bytes);
 
 bool isKnownDepth(uint16_t bits);
+
+// Whether the pixels are a whole picture of another kind, which needs no depth.
+bool isEmbedded(const BmpHeaders& headers);
 
 // The file's rows as runs of that form.
 RunShape runShape(const BmpFile& file, BmpForm form);

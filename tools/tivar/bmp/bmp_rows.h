@@ -8,9 +8,13 @@
 
 namespace tool {
 
-// What has no certain pixels, or more of them than programs open, is a Failure. The file lives
-// longer.
-PixelRows rowsOf(const BmpFile& file);
+// What has no certain pixels, or more of them than are asked for, is a Failure; lenient requests get
+// what there is. The file lives longer.
+PixelRows rowsOf(const BmpFile& file, const ReadRequest& request);
+
+// Of forms that are pictures of another kind.
+Image embeddedImage(const BmpFile& file, const ReadRequest& request);
+bool holdsImage(const BmpFile& file);
 
 }  // namespace tool
 

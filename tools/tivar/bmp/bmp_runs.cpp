@@ -12,8 +12,8 @@ struct Run {
     size_t at{};    // of its first byte
     size_t next{};  // behind its last byte
     unsigned count{};
-    const uint8_t* literal{};  // the pixels of an absolute run
-    uint8_t value{};           // of an encoded run
+    const uint8_t* pixels{};
+    bool repeats{};  // an encoded run: its pixels are those of one code
     unsigned dx{};
     unsigned dy{};
 };
@@ -41,8 +41,17 @@ Run readAbsolute(RunBytes bytes, Run run, unsigned bits) {
     const size_t length = (size_t{run.count} * bits + 15) / 16 * 2;
     if (bytes.size() - run.next < length) return cutShort(bytes, run.at);
     run.kind = RunKind::Pixels;
-    run.literal = bytes.data() + run.next;
+    run.pixels = bytes.data() + run.next;
+    run.repeats = false;
     run.next += length;
+    return run;
+}
+
+// The colour of a run of 24 bits has two bytes more than an index.
+Run withWholeColor(RunBytes bytes, Run run, unsigned bits) {
+    if (bits != 24) return run;
+    if (bytes.size() - run.at < 4) return cutShort(bytes, run.at);
+    run.next = run.at + 4;
     return run;
 }
 
@@ -52,22 +61,30 @@ Run readRun(RunBytes bytes, size_t at, const RunShape& shape) {
     run.at = at;
     run.next = at + 2;
     run.count = bytes[at];
-    run.value = bytes[at + 1];
+    run.pixels = bytes.data() + at + 1;
+    run.repeats = true;
     run.kind = RunKind::Pixels;
-    if (run.count != 0 || shape.native) return run;
-    if (run.value == kDelta) return readDelta(bytes, run);
-    if (run.value > kDelta) {
-        run.count = run.value;
+    if (run.count != 0 || shape.native) return withWholeColor(bytes, run, shape.bits);
+    const uint8_t code = *run.pixels;
+    if (code == kDelta) return readDelta(bytes, run);
+    if (code > kDelta) {
+        run.count = code;
         return readAbsolute(bytes, run, shape.bits);
     }
-    run.kind = run.value == kEndOfLine ? RunKind::EndOfLine : RunKind::EndOfBitmap;
+    run.kind = code == kEndOfLine ? RunKind::EndOfLine : RunKind::EndOfBitmap;
     return run;
 }
 
-uint8_t pixelOf(const Run& run, unsigned index, unsigned bits) {
-    if (bits == 8) return run.literal == nullptr ? run.value : run.literal[index];
-    const uint8_t pair = run.literal == nullptr ? run.value : run.literal[index / 2];
-    return index % 2 == 0 ? pair >> 4 : pair & 15;
+// One pixel of the run, behind the last byte written.
+uint8_t* putPixel(const Run& run, unsigned index, unsigned bits, uint8_t* to) {
+    if (bits == 24) return std::copy_n(run.pixels + (run.repeats ? 0 : 3 * index), 3, to);
+    if (bits == 8) {
+        *to = run.pixels[run.repeats ? 0 : index];
+    } else {
+        const uint8_t pair = run.pixels[run.repeats ? 0 : index / 2];
+        *to = index % 2 == 0 ? pair >> 4 : pair & 15;
+    }
+    return to + 1;
 }
 
 // One walk over the bytes.
@@ -207,8 +224,9 @@ RunMap mapRuns(RunBytes bytes, const RunShape& shape, size_t base) {
 }
 
 void expandRow(RunBytes bytes, const RunShape& shape, const RunMap& map, uint64_t row,
-               uint8_t* indices) {
-    std::fill_n(indices, shape.rowPixels, uint8_t{0});
+               uint8_t* pixels) {
+    const size_t pixelBytes = shape.bits == 24 ? 3 : 1;
+    std::fill_n(pixels, shape.rowPixels * pixelBytes, uint8_t{0});
     const auto mark =
         std::lower_bound(map.marks.begin(), map.marks.end(), row,
                          [](const RowMark& m, uint64_t wanted) { return m.row < wanted; });
@@ -223,7 +241,9 @@ void expandRow(RunBytes bytes, const RunShape& shape, const RunMap& map, uint64_
         if (along) continue;
         const auto count =
             static_cast<unsigned>(std::min<uint64_t>(run.count, shape.rowPixels - x));
-        for (unsigned i = 0; i < count; ++i) indices[x++] = pixelOf(run, i, shape.bits);
+        uint8_t* to = pixels + x * pixelBytes;
+        for (unsigned i = 0; i < count; ++i) to = putPixel(run, i, shape.bits, to);
+        x += count;
     }
 }
 

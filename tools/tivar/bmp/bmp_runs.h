@@ -1,10 +1,11 @@
-// Run-length encoded rows: the standard RLE8 and RLE4, and the library's native form.
+// Run-length encoded rows: the standard RLE8 and RLE4, RLE24 of OS/2 and the library's native form.
 
 #ifndef TIVAR_TOOL_BMP_RUNS_H
 #define TIVAR_TOOL_BMP_RUNS_H
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "bmp/bmp_flaw.h"
@@ -31,6 +32,7 @@ struct RunMap {
     std::vector<RowMark> marks;
     size_t end{};  // behind the last byte that belongs to the picture
     BmpFlaws flaws;
+    std::string notDecoded;  // a kind that is known to exist, but not here; "" = none
 };
 
 using RunBytes = std::span<const uint8_t>;
@@ -38,9 +40,10 @@ using RunBytes = std::span<const uint8_t>;
 // base is the place of the encoded bytes in the file.
 RunMap mapRuns(RunBytes bytes, const RunShape& shape, size_t base);
 
-// One row, a byte per pixel, in the room of shape.rowPixels; pixels that are not set become 0.
+// One row, a byte per pixel or blue, green and red of 24 bits, in the room of shape.rowPixels; pixels
+// that are not set become 0.
 void expandRow(RunBytes bytes, const RunShape& shape, const RunMap& map, uint64_t row,
-               uint8_t* indices);
+               uint8_t* pixels);
 
 // Whether there are only pairs as far as the rows go, though they may be damaged.
 bool isWithoutCodes(RunBytes bytes, const RunShape& shape);

@@ -40,11 +40,14 @@ void decodeFile(const DecodeRequest& request) {
     refuseTerminal(target);
     refuseOwnInput(request.input, target, "name another file");
     const BmpFile file = parseBmp(readBmpBytes(request.input));
-    const PixelRows rows = rowsOf(file);
+    const PixelRows rows = rowsOf(file, request.reading);
     Output output(target, duplicate(STDOUT_FILENO));
     const int error = write(rows, streamInto(output).get());
     if (error != 0) failErrno(output.name, error);
     commit(output);
+    for (const Notice& notice : rows.notices) {
+        report(nameOfInput(request.input), notice.what, notice.remedy);
+    }
 }
 
 }  // namespace tool

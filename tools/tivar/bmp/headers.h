@@ -3,13 +3,25 @@
 #ifndef TIVAR_TOOL_HEADERS_H
 #define TIVAR_TOOL_HEADERS_H
 
+#include <array>
 #include <cstdint>
 #include <span>
 #include <string>
 
 namespace tool {
 
-enum BmpCompression : uint32_t { kBmpRaw = 0, kBmpRle8 = 1, kBmpRle4 = 2 };
+// Numbers 3 and 4 mean something else with the headers of OS/2 2.x.
+enum BmpCompression : uint32_t {
+    kBmpRaw = 0,
+    kBmpRle8 = 1,
+    kBmpRle4 = 2,
+    kBmpFields = 3,
+    kBmpHuffman = 3,
+    kBmpJpeg = 4,
+    kBmpRle24 = 4,
+    kBmpPng = 5,
+    kBmpAlphaFields = 6
+};
 
 // Places of the file header and of the fields that the 40-byte header and its successors share.
 enum BmpPlace : size_t {
@@ -23,7 +35,9 @@ enum BmpPlace : size_t {
     kBmpCompressionField = 30,
     kBmpImageSize = 34,
     kBmpColorsUsed = 46,
-    kBmpFullHeadersEnd = 54
+    kBmpFullHeadersEnd = 54,
+    kBmpMasks = 54,  // behind the 40-byte header or within its successors
+    kBmpProfileOffset = 126
 };
 
 constexpr size_t kBmpFileHeaderBytes = 14;
@@ -43,6 +57,9 @@ struct BmpHeaders {
     uint32_t xPerMeter{};
     uint32_t yPerMeter{};
     uint32_t colorsUsed{};
+    std::array<uint32_t, 4> masks{};  // of red, green, blue and alpha
+    uint32_t profileAt{};             // counted from the info header
+    uint32_t profileBytes{};
 };
 
 // start has the file header and the info header, or its first 40 bytes.
@@ -52,11 +69,20 @@ BmpHeaders headersIn(std::span<const uint8_t> start);
 // length of the info header.
 size_t headerNeeds(std::span<const uint8_t> start);
 
+// Bytes of the masks that stand between the 40-byte header and the palette.
+size_t looseMaskBytes(const BmpHeaders& headers);
+
 // Whether the header is that of OS/2 1.x, with 16-bit sides and palette entries of 3 bytes.
 bool hasCoreHeader(const BmpHeaders& headers);
 
 // Whether the header has a compression field and the rest of the 40 bytes.
 bool hasFullHeader(const BmpHeaders& headers);
+
+// Whether numbers of compression are those of OS/2 2.x.
+bool countsLikeOs2(const BmpHeaders& headers);
+
+// Whether pixels of 16 or 32 bits are cut into colours by the masks.
+bool hasFields(const BmpHeaders& headers);
 
 // "Windows, 40 bytes"
 std::string headerName(uint32_t headerBytes);

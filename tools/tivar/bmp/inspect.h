@@ -8,9 +8,12 @@
 
 namespace tool {
 
+// In words, a line for each file, or a line of JSON for each.
+enum class InspectForm { Whole, Brief, Json };
+
 struct InspectRequest {
     std::vector<std::string> inputs;
-    bool brief = false;  // a line for each file
+    InspectForm form = InspectForm::Whole;
 };
 
 // Prints it to standard output: the exit code, which tells whether everything fits together.

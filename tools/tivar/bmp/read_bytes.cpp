@@ -22,13 +22,16 @@ bool beginsLikeBmp(const std::vector<uint8_t>& bytes) {
 }  // namespace
 
 std::vector<uint8_t> readBmpBytes(const std::string& name) {
-    const OpenFile file = openInput(name);
+    return readBmpBytes(openInput(name).get());
+}
+
+std::vector<uint8_t> readBmpBytes(std::FILE* file) {
     std::vector<uint8_t> bytes;
     for (bool more = true; more;) {
         const size_t before = bytes.size();
         bytes.resize(before + kStep);
-        const size_t got = std::fread(bytes.data() + before, 1, kStep, file.get());
-        if (std::ferror(file.get()) != 0) failErrno("", errno);
+        const size_t got = std::fread(bytes.data() + before, 1, kStep, file);
+        if (std::ferror(file) != 0) failErrno("", errno);
         bytes.resize(before + got);
         if (bytes.empty()) fail("is empty", "get a complete copy of it");
         if (!beginsLikeBmp(bytes)) fail("is no BMP file", "name a file that begins with BM");

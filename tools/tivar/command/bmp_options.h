@@ -16,6 +16,9 @@ struct BmpCommands {
     CLI::App* decode{};
 };
 
+// How pictures are read.
+void addReading(CLI::App& app, ReadRequest& reading);
+
 BmpCommands addBmpCommands(CLI::App& app, Options& options);
 
 // The one of them that is on the command line, or null.

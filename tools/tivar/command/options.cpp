@@ -125,12 +125,19 @@ void addSizeOptions(CLI::App& app, Options& options, Typed& typed) {
         ->type_name("NAME");
 }
 
+void addOrientation(CLI::App& app, ReadRequest& reading) {
+    app.add_flag_callback(
+        "--no-orient", [&reading] { reading.orient = false; },
+        "Leave pictures as they are stored, whatever their EXIF data say");
+}
+
 void addQuiet(CLI::App& app, bool& quiet) {
     app.add_flag("-q,--quiet", quiet, "No progress and no notices");
 }
 
 void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
-    app.add_option("INPUT", options.jobs.inputs, "PNG, JPEG or PNM files; - is standard input")
+    app.add_option("INPUT", options.jobs.inputs,
+                   "Pictures: BMP, PNG, JPEG, PNM; - is standard input")
         ->required()
         ->check(notEmpty())
         ->type_name("");
@@ -155,11 +162,14 @@ void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("-j,--jobs", options.jobs.atOnce, "Export this many inputs at once")
         ->check(CLI::Range(1, 256).description(""))
         ->type_name("N");
+    addReading(app, options.jobs.each.reading);
+    addOrientation(app, options.jobs.each.reading);
     addQuiet(app, options.jobs.each.quiet);
 }
 
 void addGalleryOptions(CLI::App& app, Options& options, Typed& typed) {
-    app.add_option("INPUT", options.gallery.input, "A PNG, JPEG or PNM file")
+    app.add_option("INPUT", options.gallery.input,
+                   "A picture of one of the kinds that export reads")
         ->required()
         ->check(notEmpty())
         ->type_name("");
@@ -170,6 +180,8 @@ void addGalleryOptions(CLI::App& app, Options& options, Typed& typed) {
         ->check(notEmpty())
         ->type_name("DIR");
     addBackground(app, typed);
+    addReading(app, options.gallery.each.reading);
+    addOrientation(app, options.gallery.each.reading);
     addQuiet(app, options.gallery.each.quiet);
     app.footer(
         "Pictures of more than 1024 pixels a side are shown reduced by a whole number; their PSNR "

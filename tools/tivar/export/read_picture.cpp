@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "bmp/read_bmp.h"
 #include "picture/color_profile.h"
 #include "picture/readers.h"
 #include "picture/upright.h"
@@ -31,13 +32,11 @@ std::string peek(std::FILE* file) {
 
 Image readAny(std::FILE* file, const ReadRequest& request) {
     const std::string start = peek(file);
-    std::string names;
+    if (start.starts_with("BM")) return readBmp(file, request);
+    std::string names = "BMP";
     for (const ImageReader& reader : imageReaders()) {
         if (reader.knows(start)) return reader.read(file, request);
-        names += std::string(names.empty() ? "" : ", ") + reader.name;
-    }
-    if (start.starts_with("BM")) {
-        fail("is a BMP file already", "turn it into another kind first, as tivar decode does");
+        names += std::string(", ") + reader.name;
     }
     fail("is no picture of a known kind (" + names + ")", "convert it to one of them first");
 }

@@ -106,10 +106,10 @@ GalleryPicture pictureOf(const BmpFile& file, const PixelRows& rows, const Pixel
 GalleryPicture& placeFor(Gallery& gallery, std::vector<Shown>& shown, const std::string& path,
                          const PixelRows& source) {
     auto file = std::make_shared<const BmpFile>(parseBmp(readBmpBytes(path)));
-    const PixelRows rows = rowsOf(*file);
+    const PixelRows rows = rowsOf(*file, {});
     if (!shown.empty() && shown.front().file->bits != file->bits) shown.clear();
     for (const Shown& other : shown) {
-        if (meanSquaredError(rows, rowsOf(*other.file)) == 0) {
+        if (meanSquaredError(rows, rowsOf(*other.file, {})) == 0) {
             return gallery.pictures[other.picture];
         }
     }

@@ -39,13 +39,18 @@ Formats formatsOf(PixelFormat format) {
     }
 }
 
+// A shortened way through the profiles is worth its loss in the dark for millions of pixels only.
+uint32_t flagsFor(PixelFormat format) {
+    if (format == PixelFormat::Rgba) return cmsFLAGS_COPY_ALPHA;
+    return format == PixelFormat::Rgb || format == PixelFormat::Inks ? 0 : cmsFLAGS_NOOPTIMIZE;
+}
+
 // No transform when the profile is of other colours than the picture.
-Transform transformOf(const Profile& profile, const Formats& formats) {
+Transform transformOf(const Profile& profile, const Formats& formats, PixelFormat format) {
     if (profile == nullptr || cmsGetColorSpace(profile.get()) != formats.space) return nullptr;
     const Profile srgb(cmsCreate_sRGBProfile());
-    const uint32_t flags = formats.from == TYPE_RGBA_8 ? cmsFLAGS_COPY_ALPHA : 0;
     return Transform(cmsCreateTransform(profile.get(), formats.from, srgb.get(), formats.to,
-                                        INTENT_PERCEPTUAL, flags));
+                                        INTENT_PERCEPTUAL, flagsFor(format)));
 }
 
 // Whether colours stay as they are but for rounding, as with the many profiles that are sRGB's own.
@@ -143,7 +148,7 @@ void convertToSrgb(Image& image, const ReadRequest& request) {
     cmsSetLogErrorHandler(nullptr);
     const Profile profile(cmsOpenProfileFromMem(bytes.data(), static_cast<uint32_t>(bytes.size())));
     const Formats formats = formatsOf(image.format);
-    Transform transform = transformOf(profile, formats);
+    Transform transform = transformOf(profile, formats, image.format);
     if (transform == nullptr) {
         image.notices.push_back(
             {"its colour profile cannot be used, the colours are taken for sRGB",

@@ -18,6 +18,9 @@ bool runGuarded(DecodeGuard& guard, void (*step)(void*), void* state) {
 }
 
 void failDecoding(const DecodeGuard& guard) {
+    if (guard.limited) {
+        fail(guard.message, "raise --limit-pixels if you trust the file, or convert it first");
+    }
     fail(std::string("the picture is damaged or cut short (") + guard.message + ")",
          "get a complete copy of it");
 }

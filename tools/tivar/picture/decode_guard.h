@@ -14,6 +14,7 @@ namespace tool {
 struct DecodeGuard {
     std::jmp_buf place;
     char message[256] = "";
+    bool limited = false;  // a limit was passed, which says nothing about damage
 };
 
 // Stores message and jumps back to the guarded call.

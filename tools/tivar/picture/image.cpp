@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <limits>
 
 #include "process/failure.h"
@@ -133,6 +134,18 @@ std::vector<Color> greys(unsigned count) {
         table.push_back({grey, grey, grey});
     }
     return table;
+}
+
+void widenTwoBits(uint8_t* row, uint32_t width) {
+    for (size_t at = (size_t{width} + 3) / 4; at-- > 0;) {
+        const unsigned four = row[at];
+        row[2 * at + 1] = static_cast<uint8_t>((four >> 2 & 3) << 4 | (four & 3));
+        row[2 * at] = static_cast<uint8_t>(four >> 6 << 4 | (four >> 4 & 3));
+    }
+    // What stood behind the last pixel has been widened, too.
+    const size_t end = (size_t{width} + 1) / 2;
+    if (width % 2 != 0) row[end - 1] = row[end - 1] & 0xF0;
+    std::fill(row + end, row + (size_t{width} + 3) / 4 * 2, uint8_t{0});
 }
 
 void convertRow(const Image& image, const uint8_t* from, PixelFormat wanted, uint8_t* to) {

@@ -81,6 +81,9 @@ inline uint8_t* rowAt(const Image& image, size_t y) {
 // So many greys from black to white.
 std::vector<Color> greys(unsigned count);
 
+// Two-bit indices, four to a byte, become four-bit ones, two to a byte, in their place.
+void widenTwoBits(uint8_t* row, uint32_t width);
+
 // The same pixels, as the wanted format has them: greys and palettes become colours, and what has no
 // alpha is opaque. Rgb leaves alpha away.
 void convertRow(const Image& image, const uint8_t* from, PixelFormat wanted, uint8_t* to);

@@ -27,7 +27,17 @@ struct Reader {
     Reader(const Reader&) = delete;
 };
 
+[[noreturn]] void leaveLimited(j_common_ptr common, const char* message) {
+    auto& guard = *static_cast<DecodeGuard*>(common->client_data);
+    guard.limited = true;
+    leave(guard, message);
+}
+
 [[noreturn]] void leaveWithMessage(j_common_ptr common) {
+    const int code = common->err->msg_code;
+    if (code == JERR_NO_BACKING_STORE || code == JERR_OUT_OF_MEMORY) {
+        leaveLimited(common, "needs more memory to decode than its limit on pixels allows");
+    }
     char message[JMSG_LENGTH_MAX];
     common->err->format_message(common, message);
     leave(*static_cast<DecodeGuard*>(common->client_data), message);
@@ -71,7 +81,7 @@ void onProgress(j_common_ptr common) {
     const uint64_t most =
         std::clamp(kMostScanPixels / std::max<uint64_t>(pixels, 1), kFewestScans, kMostScans);
     if (static_cast<uint64_t>(jpeg.input_scan_number) > most) {
-        leave(*static_cast<DecodeGuard*>(common->client_data), "it has too many scans");
+        leaveLimited(common, "has more scans than any program writes");
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include <png.h>
 
-#include <algorithm>
 #include <new>
 #include <vector>
 
@@ -125,19 +124,6 @@ void takeColors(const Reader& reader, const Layout& layout, Image& picture) {
     if (png_get_eXIf_1(reader.png, reader.info, &length, &exif) != 0) {
         picture.orientation = orientationIn({exif, length});
     }
-}
-
-// Two-bit indices, four to a byte, become four-bit ones, two to a byte, from the last byte on.
-void widenTwoBits(uint8_t* row, uint32_t width) {
-    for (size_t at = (size_t{width} + 3) / 4; at-- > 0;) {
-        const unsigned four = row[at];
-        row[2 * at + 1] = static_cast<uint8_t>((four >> 2 & 3) << 4 | (four & 3));
-        row[2 * at] = static_cast<uint8_t>(four >> 6 << 4 | (four >> 4 & 3));
-    }
-    // What stood behind the last pixel has been widened, too.
-    const size_t end = (size_t{width} + 1) / 2;
-    if (width % 2 != 0) row[end - 1] = row[end - 1] & 0xF0;
-    std::fill(row + end, row + (size_t{width} + 3) / 4 * 2, uint8_t{0});
 }
 
 void readRows(const Reader& reader, const Layout& layout, const Image& picture) {

@@ -30,14 +30,18 @@ struct Writer {
     Writer(const Writer&) = delete;
 };
 
+int colorTypeOf(const PixelRows& rows) {
+    if (rows.bits <= 8) return PNG_COLOR_TYPE_PALETTE;
+    return rows.bits == 32 ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB;
+}
+
 void writeHeader(const Writer& writer, const PixelRows& rows, const png_color* palette,
                  std::FILE* file) {
     png_init_io(writer.png, file);
     png_set_user_limits(writer.png, 0x7FFFFFFF, 0x7FFFFFFF);
     const bool indexed = rows.bits <= 8;
     png_set_IHDR(writer.png, writer.info, rows.width, rows.height,
-                 indexed ? static_cast<int>(rows.bits) : 8,
-                 indexed ? PNG_COLOR_TYPE_PALETTE : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                 indexed ? static_cast<int>(rows.bits) : 8, colorTypeOf(rows), PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     if (indexed) {
         png_set_PLTE(writer.png, writer.info, palette, static_cast<int>(rows.palette.size()));

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "process/utf8.h"
+
 namespace tool {
 namespace {
 
@@ -29,31 +31,6 @@ bool commands(uint32_t code) {
     return false;
 }
 
-struct Character {
-    uint32_t code;
-    size_t bytes;
-};
-
-size_t bytesAfter(unsigned char lead) {
-    if (lead < 0xC2 || lead > 0xF4) return 0;
-    return lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
-}
-
-// The character of UTF-8 at the text's start. A byte that begins none stands for itself, as
-// terminals with other encodings take it.
-Character firstOf(std::string_view text) {
-    const auto lead = static_cast<unsigned char>(text[0]);
-    const size_t more = bytesAfter(lead);
-    if (more == 0 || text.size() <= more) return {lead, 1};
-    uint32_t code = lead & (0x3Fu >> more);
-    for (size_t i = 1; i <= more; ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if ((byte & 0xC0) != 0x80) return {lead, 1};
-        code = code << 6 | (byte & 0x3F);
-    }
-    return {code, more + 1};
-}
-
 // "\x9b" or "\u202e"
 std::string escaped(uint32_t code) {
     char text[12];
@@ -66,7 +43,7 @@ std::string escaped(uint32_t code) {
 std::string printable(std::string_view text) {
     std::string shown;
     while (!text.empty()) {
-        const Character next = firstOf(text);
+        const Character next = firstCharacter(text);
         const std::string_view bytes = text.substr(0, next.bytes);
         if (next.code == '\n' || next.code == '\r') {
             shown += ' ';

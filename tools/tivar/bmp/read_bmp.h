@@ -1,0 +1,17 @@
+// BMP files as pictures.
+
+#ifndef TIVAR_TOOL_READ_BMP_H
+#define TIVAR_TOOL_READ_BMP_H
+
+#include <cstdio>
+
+#include "picture/image.h"
+
+namespace tool {
+
+// The file stands at its first byte.
+Image readBmp(std::FILE* file, const ReadRequest& request);
+
+}  // namespace tool
+
+#endif
