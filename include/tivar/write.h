@@ -105,7 +105,8 @@ typedef struct TivarPicture {
     TivarReadRow read_row; /* must be null when pixels is not */
     void* context;         /* first argument of read_row */
 
-    /* Of indices: entries of red, green, blue. An index beyond them is black. */
+    /* Of indices: entries of red, green, blue. An index beyond them is black: the file's palette
+     * gets an entry for it, or it is the darkest one where there is no room. */
     const uint8_t* palette;
     uint32_t palette_count; /* 1 to 2^bits for indices, else 0 */
 
@@ -124,18 +125,18 @@ enum TivarHeader {
 enum TivarEncoding {
     TIVAR_ENCODING_RAW = 0,
     TIVAR_ENCODING_RLE,     /* RLE8 or RLE4 with codes for the ends of rows and of the bitmap */
-    TIVAR_ENCODING_SMALLEST /* of the two; raw for depths that cannot be encoded */
+    TIVAR_ENCODING_SMALLEST /* of the two; raw for files that cannot be encoded */
 };
 
 enum TivarRowOrder {
     TIVAR_BOTTOM_UP = 0, /* what every reader knows */
-    TIVAR_TOP_DOWN       /* negative height: raw files with a Windows header only */
+    TIVAR_TOP_DOWN       /* negative height: raw files only, with a Windows or V4 header */
 };
 
 enum TivarMasks { TIVAR_MASKS_565 = 0, TIVAR_MASKS_555 };
 
 enum TivarAlpha {
-    TIVAR_ALPHA_DEFAULT = 0, /* kept at 32 bits, else laid over white */
+    TIVAR_ALPHA_DEFAULT = 0, /* kept at 32 bits, but for the Windows header; else laid over white */
     TIVAR_ALPHA_OVER,        /* laid over options.background */
     TIVAR_ALPHA_DROP         /* the colours as they are, as if all were opaque */
 };
@@ -157,8 +158,8 @@ enum TivarDither {
 };
 
 enum TivarPaletteLength {
-    TIVAR_PALETTE_USED = 0, /* the entries that there are */
-    TIVAR_PALETTE_FULL      /* 2^bits of them, black behind the last */
+    TIVAR_PALETTE_USED = 0, /* the entries that there are; never fewer than 2 at 1 bit, else 3 */
+    TIVAR_PALETTE_FULL      /* 2^bits of them, black behind the last; OS/2 headers have no other */
 };
 
 /* Told from 0 to 100, about once a percent, each number at most once and never less than before.
@@ -174,13 +175,15 @@ typedef struct TivarOptions {
     uint32_t size; /* sizeof(TivarOptions) */
 
     /* The form of the file. */
-    int32_t bits;      /* 1, 4, 8, 16, 24, 32; 0 = 24, with alpha 32, grey 8, of indices theirs */
-    int32_t header;    /* enum TivarHeader */
-    int32_t encoding;  /* enum TivarEncoding; RLE at 4 and 8 bits with a Windows header */
-    int32_t row_order; /* enum TivarRowOrder */
+    int32_t bits;   /* 1, 4, 8, 16, 24, 32; 0 = 24, with alpha 32, grey 8, of indices theirs */
+    int32_t header; /* enum TivarHeader */
+    int32_t
+        encoding; /* enum TivarEncoding; RLE at 4 and 8 bits, bottom-up, not with an OS/2 header */
+    int32_t row_order;      /* enum TivarRowOrder */
     int32_t palette_length; /* enum TivarPaletteLength; at 1, 4 and 8 bits */
     int32_t masks;          /* enum TivarMasks; at 16 bits */
-    int32_t x_per_meter;    /* resolution in pixels per metre, at least 0; 0 = not stated */
+    int32_t x_per_meter;    /* resolution in pixels per metre, at least 0; 0 = not stated, which
+                               is all that an OS/2 header can do */
     int32_t y_per_meter;
 
     /* Its colours. */
@@ -217,14 +220,16 @@ TIVAR_API int32_t tivar_write_bmp(const TivarPicture* picture, const TivarOption
                                   const TivarSink* sink, TivarReport* report);
 
 enum TivarFileFlags {
-    TIVAR_FILE_SYNC = 1, /* on the disk before the call returns, its directory entry too */
+    TIVAR_FILE_SYNC = 1, /* on the disk before the call returns, its directory entry too. Where
+                            only the latter fails, the new file is there all the same */
     TIVAR_FILE_NEW = 2   /* a file of that name is a failure (system_error EEXIST) */
 };
 
 /* The same to a file of that name, UTF-8 on Windows: complete or not at all. It is written beside
  * the place and renamed, so a file that was there stays until then, and after a failure; a new one
  * has the mode 0666 less the process's mask, one that replaces another has the other's. A symbolic
- * link stays and leads to the new file. flags: enum TivarFileFlags. */
+ * link stays and leads to the new file. What is no file, a device or a pipe, is written to as it
+ * is. flags: enum TivarFileFlags. */
 TIVAR_API int32_t tivar_write_bmp_file(const TivarPicture* picture, const TivarOptions* options,
                                        const char* name, uint32_t flags, TivarReport* report);
 

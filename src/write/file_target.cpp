@@ -29,8 +29,8 @@ int32_t failedWith(FileTarget& file, int error) {
 
 // ---- Opening ----
 
-// The place that a link leads to, one step: false when path is no link. A relative link counts from
-// the directory that it lies in.
+// The place that a link leads to, one step: false when path is no link, or with ENAMETOOLONG when
+// the place does not fit. A relative link counts from the directory that it lies in.
 bool followLink(char* path, size_t capacity) {
     char to[PATH_MAX];
     const ssize_t length = readlink(path, to, sizeof to - 1);
@@ -38,6 +38,10 @@ bool followLink(char* path, size_t capacity) {
     to[length] = '\0';
     char* name = std::strrchr(path, '/');
     const size_t kept = to[0] == '/' || name == nullptr ? 0 : static_cast<size_t>(name + 1 - path);
+    if (static_cast<size_t>(length) >= capacity - kept) {
+        errno = ENAMETOOLONG;
+        return false;
+    }
     copyBounded(path + kept, capacity - kept, to);
     return true;
 }
@@ -47,7 +51,8 @@ int32_t followLinks(FileTarget& file, const char* name) {
     copyBounded(file.place, sizeof file.place, name);
     constexpr int kMostLinks = 40;
     for (int i = 0; i < kMostLinks; ++i)
-        if (!followLink(file.place, sizeof file.place)) return TIVAR_RESULT_OK;
+        if (!followLink(file.place, sizeof file.place))
+            return errno == ENAMETOOLONG ? failed(file) : int32_t{TIVAR_RESULT_OK};
     return failedWith(file, ELOOP);
 }
 
@@ -152,13 +157,16 @@ FileTarget::~FileTarget() {
 }
 
 int32_t openFile(FileTarget& file, const char* name, uint32_t flags) {
+    struct stat status = {};
+    const bool exists = stat(name, &status) == 0;
+    if (!exists && errno != ENOENT) return failed(file);
+    if (exists && (flags & TIVAR_FILE_NEW) != 0) return failedWith(file, EEXIST);
+    if (exists && S_ISDIR(status.st_mode)) return failedWith(file, EISDIR);
+    // Before links are followed: what /dev/stdout leads to may have a name in no directory.
+    if (exists && !S_ISREG(status.st_mode)) return openDirectly(file, name);
     const int32_t result = followLinks(file, name);
     if (result != TIVAR_RESULT_OK) return result;
-    struct stat status = {};
-    if (stat(file.place, &status) != 0) return errno == ENOENT ? openBeside(file) : failed(file);
-    if ((flags & TIVAR_FILE_NEW) != 0) return failedWith(file, EEXIST);
-    if (S_ISDIR(status.st_mode)) return failedWith(file, EISDIR);
-    if (!S_ISREG(status.st_mode)) return openDirectly(file, name);
+    if (!exists) return openBeside(file);
     // A file that may not be written is not replaced either.
     if (access(file.place, W_OK) != 0) return failed(file);
     file.replaces = true;

@@ -5,15 +5,23 @@
 namespace tivar {
 namespace {
 
-uint8_t darkestOf(const ColorTable& table) {
-    const auto light = [&](uint32_t i) {
-        const uint8_t* entry = table.entries[i];
-        return entry[0] * entry[0] + entry[1] * entry[1] + entry[2] * entry[2];
-    };
+int lightOf(const ColorTable& table, uint32_t i) {
+    const uint8_t* entry = table.entries[i];
+    return entry[0] * entry[0] + entry[1] * entry[1] + entry[2] * entry[2];
+}
+
+uint32_t darkestOf(const ColorTable& table) {
     uint32_t darkest = 0;
     for (uint32_t i = 1; i < table.count; ++i)
-        if (light(i) < light(darkest)) darkest = i;
-    return static_cast<uint8_t>(darkest);
+        if (lightOf(table, i) < lightOf(table, darkest)) darkest = i;
+    return darkest;
+}
+
+// The entry of indices beyond the palette, which are black: one is added if there is none and room.
+uint32_t entryBeyond(uint32_t room, ColorTable& table) {
+    const uint32_t darkest = darkestOf(table);
+    if (lightOf(table, darkest) == 0 || table.count >= room) return darkest;
+    return table.count++;
 }
 
 void packBits(const uint8_t* indices, uint32_t width, uint8_t* out) {
@@ -42,9 +50,10 @@ void prepareKeptIndices(KeptIndices& kept, const Job& job, ColorTable& table) {
     table.count = job.picture.palette_count;
     std::memcpy(table.entries, job.picture.palette, size_t{table.count} * 3);
     kept.plain = table.count == 1u << formatBits(job.picture.format);
-    const uint8_t darkest = darkestOf(table);
+    if (kept.plain) return;
+    const uint32_t beyond = entryBeyond(job.options.max_colors, table);
     for (uint32_t i = 0; i < 256; ++i)
-        kept.translated[i] = i < table.count ? static_cast<uint8_t>(i) : darkest;
+        kept.translated[i] = static_cast<uint8_t>(i < job.picture.palette_count ? i : beyond);
 }
 
 const uint8_t* keptIndicesOf(const KeptIndices& kept, const RowColors& how, const uint8_t* row,

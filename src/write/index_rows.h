@@ -15,7 +15,8 @@ struct KeptIndices {
     uint8_t translated[256];
 };
 
-// The table is the picture's palette. An index beyond it becomes the darkest entry.
+// The table is the picture's palette, and black for the indices beyond it; without room for black
+// they become the darkest entry.
 void prepareKeptIndices(KeptIndices& kept, const Job& job, ColorTable& table);
 
 // The file's index of every pixel of a row: the row itself or indices.

@@ -135,8 +135,10 @@ Refusal checkOs2(const TivarOptions& options, const TivarPicture& picture) {
                              "the OS/2 header cannot tell that rows are encoded");
     if (options.row_order == TIVAR_TOP_DOWN)
         return contradiction("options.row_order", "the OS/2 header has no negative heights");
-    if (options.x_per_meter != 0 || options.y_per_meter != 0)
+    if (options.x_per_meter != 0)
         return contradiction("options.x_per_meter", "the OS/2 header has no resolution");
+    if (options.y_per_meter != 0)
+        return contradiction("options.y_per_meter", "the OS/2 header has no resolution");
     if (picture.width > 0xFFFF)
         return {TIVAR_RESULT_TOO_LARGE, "picture.width", "the OS/2 header ends at 65535"};
     if (picture.height > 0xFFFF)

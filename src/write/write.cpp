@@ -6,6 +6,7 @@
 
 #include "write/file_target.h"
 #include "write/memory_target.h"
+#include "write/record.h"
 #include "write/report.h"
 #include "write/session.h"
 
@@ -13,6 +14,8 @@ namespace tivar {
 namespace {
 
 // ---- The caller's sink ----
+
+constexpr size_t kFirstSinkBytes = sizeof(TivarSink);
 
 int32_t writeToSink(void* context, const void* bytes, size_t length) {
     const auto& sink = *static_cast<const TivarSink*>(context);
@@ -24,11 +27,11 @@ Target sinkTarget(TivarSink& sink) {
     return {&sink, writeToSink, nullptr, nullptr};
 }
 
-Refusal checkSink(const TivarSink* sink) {
+Refusal checkSink(const TivarSink* sink, TivarSink& own) {
     if (sink == nullptr) return {TIVAR_RESULT_BAD_CALL, "sink", "it is null"};
-    if (sink->size < sizeof(TivarSink))
+    if (!readRecord(sink, kFirstSinkBytes, own))
         return {TIVAR_RESULT_BAD_CALL, "sink.size", "it is not that of the record"};
-    if (sink->write == nullptr) return {TIVAR_RESULT_BAD_CALL, "sink.write", "it is null"};
+    if (own.write == nullptr) return {TIVAR_RESULT_BAD_CALL, "sink.write", "it is null"};
     return kAccepted;
 }
 
@@ -71,8 +74,8 @@ int32_t tivar_write_bmp(const TivarPicture* picture, const TivarOptions* options
                         const TivarSink* sink, TivarReport* report) {
     if (!isReport(report)) return TIVAR_RESULT_BAD_CALL;
     Call call = {};
-    if (!accept(call, picture, options, checkSink(sink))) return tell(report, call.report);
-    TivarSink own = *sink;
+    TivarSink own = {};
+    if (!accept(call, picture, options, checkSink(sink, own))) return tell(report, call.report);
     fail(call.report, writeFile(call.session, sinkTarget(own)), 0);
     describe(call);
     return tell(report, call.report);

@@ -1,5 +1,7 @@
 // Every exported routine that allocates, while one of its allocations fails: the stated result, no
 // leak, and the next call works.
+#include <tivar/write.h>
+
 #include <cstring>
 #include <functional>
 
@@ -520,10 +522,77 @@ std::vector<Routine> exportAndDriverRoutines() {
     };
 }
 
+// ---- The direct interface ----------------------------------------------------------------------
+
+// A picture of noise with 8 bits and run lengths, which takes every kind of block.
+struct DirectCall {
+    DirectCall() {
+        for (size_t i = 0; i < sizeof pixels; ++i) pixels[i] = static_cast<uint8_t>(i * i / 7);
+        picture.size = sizeof picture;
+        picture.width = 20;
+        picture.height = 14;
+        picture.pixels = pixels;
+        options.size = sizeof options;
+        options.bits = 8;
+        options.encoding = TIVAR_ENCODING_RLE;
+    }
+    uint8_t pixels[20 * 14 * 3];
+    TivarPicture picture = {};
+    TivarOptions options = {};
+};
+
+Outcome writingToMemory(Attempt& attempt) {
+    const DirectCall call;
+    void* bytes = nullptr;
+    size_t length = 0;
+    int32_t result = 0;
+    attempt([&] {
+        result = tivar_write_bmp_memory(&call.picture, &call.options, &bytes, &length, nullptr);
+    });
+    const auto* from = static_cast<const uint8_t*>(bytes);
+    const Bytes file = from == nullptr ? Bytes() : Bytes(from, from + length);
+    tivar_free(bytes);
+    return {{result}, file};
+}
+
+// What a sink took before the failure is not compared.
+Outcome writingToSink(Attempt& attempt) {
+    const DirectCall call;
+    Bytes taken;
+    const TivarSink sink = {sizeof sink,
+                            [](void* context, const void* data, size_t length) {
+                                const auto* from = static_cast<const uint8_t*>(data);
+                                auto& bytes = *static_cast<Bytes*>(context);
+                                bytes.insert(bytes.end(), from, from + length);
+                                return length;
+                            },
+                            &taken};
+    int32_t result = 0;
+    attempt([&] { result = tivar_write_bmp(&call.picture, &call.options, &sink, nullptr); });
+    return {{result}, result == 0 ? taken : Bytes()};
+}
+
+Outcome writingToFile(Attempt& attempt) {
+    const DirectCall call;
+    int32_t result = 0;
+    attempt([&] {
+        result = tivar_write_bmp_file(&call.picture, &call.options, "direct.bmp", 0, nullptr);
+    });
+    const std::string content = support::readFile("direct.bmp");
+    std::remove("direct.bmp");
+    return {{result}, Bytes(content.begin(), content.end())};
+}
+
+std::vector<Routine> directRoutines() {
+    return {{"tivar_write_bmp", {TIVAR_RESULT_NO_MEMORY}, writingToSink},
+            {"tivar_write_bmp_memory", {TIVAR_RESULT_NO_MEMORY}, writingToMemory},
+            {"tivar_write_bmp_file", {TIVAR_RESULT_NO_MEMORY}, writingToFile}};
+}
+
 std::vector<Routine> everyRoutine() {
     std::vector<Routine> all;
-    for (const auto& part :
-         {colorRoutines(), memoryAndStreamRoutines(), filterRoutines(), exportAndDriverRoutines()})
+    for (const auto& part : {colorRoutines(), memoryAndStreamRoutines(), filterRoutines(),
+                             exportAndDriverRoutines(), directRoutines()})
         all.insert(all.end(), part.begin(), part.end());
     return all;
 }
@@ -544,6 +613,8 @@ const std::set<std::string> kAllocateNothing = {
     "RasterAdjustAspect", "TermPlatformOffscreen", "UpdateStatus",
     // Driver.
     "InqGDPSupport", "InquireSupport", "RASTER_dd_entry", "dd_entry",
+    // The direct interface.
+    "tivar_free", "tivar_result_text", "tivar_version",
     // Memory.
     "GlobalCompact", "GlobalFree", "GlobalHandle", "GlobalLock", "GlobalSize", "GlobalUnlock",
     "oxlPtrGlobalFree", "oxlPtrGlobalHandle",

@@ -140,12 +140,10 @@ void readPalette(Reader& reader, BmpFile& bmp, std::uint32_t entries) {
 // ---- Pixels ------------------------------------------------------------------------------------
 
 void checkValue(Reader& reader, const BmpFile& bmp, std::uint32_t value) {
-    if (bmp.bits <= 8)
-        reader.demand(value * 3 < bmp.palette.size(), "an index beyond the palette");
+    if (bmp.bits <= 8) reader.demand(value * 3 < bmp.palette.size(), "an index beyond the palette");
     if (bmp.compression == kMasks)
-        reader.demand(
-            (value & ~(bmp.masks[0] | bmp.masks[1] | bmp.masks[2] | bmp.masks[3])) == 0,
-            "bits beside the masks");
+        reader.demand((value & ~(bmp.masks[0] | bmp.masks[1] | bmp.masks[2] | bmp.masks[3])) == 0,
+                      "bits beside the masks");
 }
 
 std::uint32_t& place(BmpFile& bmp, std::uint32_t x, std::uint32_t storedRow) {
@@ -251,8 +249,8 @@ std::uint32_t entriesOf(Reader& reader, const BmpFile& bmp, const Counts& counts
         return counts.used == 0 ? most : counts.used;
     }
     // The header has no place for the number: readers take what lies before the pixels.
-    const std::uint32_t room = offset - std::min<std::uint32_t>(
-                                            offset, static_cast<std::uint32_t>(reader.position));
+    const std::uint32_t room =
+        offset - std::min<std::uint32_t>(offset, static_cast<std::uint32_t>(reader.position));
     reader.demand(room % 3 == 0 && room / 3 <= most, "a palette that ends inside an entry");
     return room / 3;
 }
@@ -374,8 +372,7 @@ std::uint32_t indexAt(const Drawn& picture, std::uint32_t x, std::uint32_t y) {
 Rgba colorAt(const Drawn& picture, std::uint32_t x, std::uint32_t y) {
     if (isIndexed(picture.format)) return entryOf(picture.palette, indexAt(picture, x, y));
     const std::size_t bytes = static_cast<std::size_t>(bitsOfFormat(picture.format)) / 8;
-    const std::uint8_t* at =
-        &picture.rows[y * rowBytes(picture.format, picture.width) + x * bytes];
+    const std::uint8_t* at = &picture.rows[y * rowBytes(picture.format, picture.width) + x * bytes];
     switch (picture.format) {
         case TIVAR_RGB:
             return {at[0], at[1], at[2], 255};

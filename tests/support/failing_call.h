@@ -4,6 +4,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <pthread.h>
 #include <stdarg.h>
 #include <stdio.h>
@@ -66,6 +67,19 @@ inline void* counted(void* block) {
     return block;
 }
 
+// Their bytes, and the most that there were since somebody set it.
+inline std::atomic<long> liveBytes{0};
+inline std::atomic<long> mostBytes{0};
+inline void countBytes(long more) {
+    const long now = liveBytes += more;
+    long most = mostBytes;
+    while (now > most && !mostBytes.compare_exchange_weak(most, now)) {
+    }
+}
+inline long bytesOf(void* block) {
+    return static_cast<long>(malloc_usable_size(block));
+}
+
 // Bytes that the thread's last call of calloc asked for, and what the last one to return gave.
 inline thread_local size_t lastAllocation = 0;
 inline thread_local void* lastZeroed = nullptr;
@@ -98,7 +112,8 @@ SUPPORT_WRAP(int, fsync, (int file), (file), -1)
 SUPPORT_WRAP(int, rename, (const char* from, const char* to), (from, to), -1)
 SUPPORT_WRAP(int, fclose, (FILE * file), (file), (__real_fclose(file), EOF))
 SUPPORT_WRAP(int, pthread_create,
-             (pthread_t * thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument),
+             (pthread_t * thread, const pthread_attr_t* attributes, void* (*run)(void*),
+              void* argument),
              (thread, attributes, run, argument), EAGAIN)
 #undef SUPPORT_WRAP
 
@@ -107,26 +122,39 @@ extern "C" __attribute__((used)) inline void* __wrap_calloc(size_t count, size_t
     support::lastAllocation = count * size;
     if (support::FailingCall::due("calloc")) return nullptr;
     support::lastZeroed = support::counted(__real_calloc(count, size));
+    support::countBytes(support::bytesOf(support::lastZeroed));
     return support::lastZeroed;
 }
 
 extern "C" void* __real_malloc(size_t size);
 extern "C" __attribute__((used)) inline void* __wrap_malloc(size_t size) {
     if (support::FailingCall::due("malloc")) return nullptr;
-    return support::counted(__real_malloc(size));
+    void* block = support::counted(__real_malloc(size));
+    support::countBytes(support::bytesOf(block));
+    return block;
 }
 
 extern "C" void* __real_realloc(void* block, size_t size);
 extern "C" __attribute__((used)) inline void* __wrap_realloc(void* block, size_t size) {
     if (support::FailingCall::due("realloc")) return nullptr;
+    const long before = support::bytesOf(block);
     void* moved = __real_realloc(block, size);
+    if (moved != nullptr) support::countBytes(support::bytesOf(moved) - before);
     return block == nullptr ? support::counted(moved) : moved;
 }
 
 extern "C" void __real_free(void* block);
 extern "C" __attribute__((used)) inline void __wrap_free(void* block) {
     if (block != nullptr) --support::liveBlocks;
+    support::countBytes(-support::bytesOf(block));
     __real_free(block);
+}
+
+// Where offsets of files are 64 bits wide by choice, the same calls have names of their own.
+extern "C" ssize_t __real_pwrite64(int file, const void* data, size_t size, off64_t place);
+extern "C" __attribute__((used)) inline ssize_t __wrap_pwrite64(int file, const void* data,
+                                                                size_t size, off64_t place) {
+    return support::FailingCall::due("pwrite") ? -1 : __real_pwrite64(file, data, size, place);
 }
 
 extern "C" int __real_open(const char* name, int flags, ...);
@@ -139,6 +167,18 @@ extern "C" __attribute__((used)) inline int __wrap_open(const char* name, int fl
         va_end(rest);
     }
     return support::FailingCall::due("open") ? -1 : __real_open(name, flags, mode);
+}
+
+extern "C" int __real_open64(const char* name, int flags, ...);
+extern "C" __attribute__((used)) inline int __wrap_open64(const char* name, int flags, ...) {
+    unsigned mode = 0;
+    if ((flags & O_CREAT) != 0) {
+        va_list rest;
+        va_start(rest, flags);
+        mode = va_arg(rest, unsigned);
+        va_end(rest);
+    }
+    return support::FailingCall::due("open") ? -1 : __real_open64(name, flags, mode);
 }
 
 // A read fails the way a broken disk makes it fail: the file's error indicator must be set, too.

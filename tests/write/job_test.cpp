@@ -26,9 +26,8 @@ void expectRefused(const TivarPicture& picture, const TivarOptions& options, int
                    const char* field) {
     const support::TempDirectory directory;
     Sink sink;
-    for (const Written& written :
-         {toMemory(picture, options), toSink(picture, options, sink),
-          toFile(picture, options, directory.path("out.bmp"))}) {
+    for (const Written& written : {toMemory(picture, options), toSink(picture, options, sink),
+                                   toFile(picture, options, directory.path("out.bmp"))}) {
         EXPECT_EQ(written.result, result) << field << ": " << written.report.text;
         EXPECT_EQ(written.report.result, result);
         EXPECT_STREQ(written.report.field, field);
@@ -181,9 +180,8 @@ TEST(WriteJob, ALaterReportHasItsNewFieldsZero) {
     std::memset(report.rest, 0xEE, sizeof report.rest);
     void* bytes = nullptr;
     size_t length = 0;
-    EXPECT_EQ(
-        tivar_write_bmp_memory(&call.picture, nullptr, &bytes, &length, &report.record),
-        TIVAR_RESULT_OK);
+    EXPECT_EQ(tivar_write_bmp_memory(&call.picture, nullptr, &bytes, &length, &report.record),
+              TIVAR_RESULT_OK);
     tivar_free(bytes);
     EXPECT_EQ(report.record.size, sizeof report);
     EXPECT_EQ(report.record.bytes, length);
@@ -207,11 +205,13 @@ TEST(WriteJob, EveryFieldOfThePictureIsChecked) {
         bad("picture.stride", [=](Call& call) { call.picture.stride = stride; });
     for (const uint32_t flags : {2u, 3u, 0x80000000u})
         bad("picture.flags", [=](Call& call) { call.picture.flags = flags; });
-    bad("picture.palette", [](Call& call) { call.picture.palette = nullptr; }, TIVAR_INDEX8);
+    bad(
+        "picture.palette", [](Call& call) { call.picture.palette = nullptr; }, TIVAR_INDEX8);
     for (const int32_t format : {TIVAR_INDEX1, TIVAR_INDEX4, TIVAR_INDEX8}) {
         const uint32_t room = 1u << model::bitsOfFormat(format);
         for (const uint32_t count : {0u, room + 1, 0xFFFFFFFFu})
-            bad("picture.palette_count",
+            bad(
+                "picture.palette_count",
                 [=](Call& call) {
                     call.picture.palette = kPalette;
                     call.picture.palette_count = count;
@@ -275,7 +275,7 @@ TEST(WriteJob, FilesBeyond4GiBAreTooLarge) {
 
 struct Number {
     const char* field;
-    int32_t TivarOptions::* member;
+    int32_t TivarOptions::*member;
     int32_t last;
 };
 
@@ -379,8 +379,8 @@ TEST(WriteJob, OptionsThatExcludeEachOtherAreRefused) {
         contradicts("options.masks", bits,
                     [](Call& call) { call.options.masks = TIVAR_MASKS_555; });
     for (const int32_t bits : {16, 24, 32}) {
-        for (const int32_t colors : {TIVAR_COLORS_BEST, TIVAR_COLORS_GREYS, TIVAR_COLORS_GIVEN,
-                                     TIVAR_COLORS_FILTER})
+        for (const int32_t colors :
+             {TIVAR_COLORS_BEST, TIVAR_COLORS_GREYS, TIVAR_COLORS_GIVEN, TIVAR_COLORS_FILTER})
             contradicts("options.colors", bits, [=](Call& call) { call.options.colors = colors; });
         contradicts("options.max_colors", bits, [](Call& call) { call.options.max_colors = 2; });
         contradicts("options.palette", bits, [](Call& call) { call.options.palette = kPalette; });
@@ -399,8 +399,8 @@ TEST(WriteJob, OptionsThatExcludeEachOtherAreRefused) {
             call.options.palette_count = 2;
             call.options.max_colors = 2;
         });
-        for (const int32_t colors : {TIVAR_COLORS_DEFAULT, TIVAR_COLORS_BEST, TIVAR_COLORS_GREYS,
-                                     TIVAR_COLORS_FILTER})
+        for (const int32_t colors :
+             {TIVAR_COLORS_DEFAULT, TIVAR_COLORS_BEST, TIVAR_COLORS_GREYS, TIVAR_COLORS_FILTER})
             contradicts("options.palette", bits, [=](Call& call) {
                 call.options.colors = colors;
                 call.options.palette = kPalette;
@@ -417,8 +417,7 @@ TEST(WriteJob, OptionsThatExcludeEachOtherAreRefused) {
 TEST(WriteJob, TheSidesOfTheOs2HeaderEndAt65535) {
     for (const bool wide : {false, true}) {
         for (const uint32_t side : {65535u, 65536u}) {
-            const Drawn drawn =
-                drawFew(TIVAR_INDEX1, wide ? side : 1, wide ? 1 : side, 2, side);
+            const Drawn drawn = drawFew(TIVAR_INDEX1, wide ? side : 1, wide ? 1 : side, 2, side);
             TivarOptions options = noOptions();
             options.header = TIVAR_HEADER_OS2;
             if (side == 65535) {

@@ -39,8 +39,7 @@ inline void putColor(Drawn& picture, uint8_t* at, model::Rgba color) {
 inline void putIndex(Drawn& picture, uint32_t x, uint32_t y, uint32_t index) {
     const auto bits = static_cast<uint32_t>(model::bitsOfFormat(picture.format));
     const uint32_t perByte = 8 / bits;
-    uint8_t& byte =
-        picture.rows[y * model::rowBytes(picture.format, picture.width) + x / perByte];
+    uint8_t& byte = picture.rows[y * model::rowBytes(picture.format, picture.width) + x / perByte];
     byte = static_cast<uint8_t>(byte | index << (8 - bits * (x % perByte + 1)));
 }
 
@@ -58,13 +57,16 @@ inline Drawn drawWith(int32_t format, uint32_t width, uint32_t height, uint32_t 
     }
     const auto bytes = static_cast<uint32_t>(model::bitsOfFormat(format)) / 8;
     const auto count = static_cast<uint32_t>(colors.size());
+    uint32_t next = 0;
     for (uint32_t y = 0; y < height; ++y) {
         uint32_t left = 0;
         uint32_t chosen = 0;
         for (uint32_t x = 0; x < width; ++x) {
             if (left == 0) {
                 left = random() % 3 == 0 ? 1 + random() % 40 : 1;
-                chosen = random() % count;
+                // Each of them, if there is room, then any.
+                chosen = next < count ? next : random() % count;
+                ++next;
             }
             --left;
             if (model::isIndexed(format)) {
@@ -92,8 +94,7 @@ inline std::vector<model::Rgba> someColors(uint32_t count, bool withAlpha, uint3
 
 inline Drawn drawFew(int32_t format, uint32_t width, uint32_t height, uint32_t colors,
                      uint32_t seed = 1) {
-    return drawWith(format, width, height, seed,
-                    someColors(colors, model::hasAlpha(format), seed));
+    return drawWith(format, width, height, seed, someColors(colors, model::hasAlpha(format), seed));
 }
 
 // Any bytes at all, indices beyond a short palette included.
@@ -263,8 +264,7 @@ inline Written toSink(const TivarPicture& picture, const TivarOptions& options) 
 inline Written toFile(const TivarPicture& picture, const TivarOptions& options,
                       const std::string& name, uint32_t flags = 0) {
     Written written = {0, noReport(), {}};
-    written.result =
-        tivar_write_bmp_file(&picture, &options, name.c_str(), flags, &written.report);
+    written.result = tivar_write_bmp_file(&picture, &options, name.c_str(), flags, &written.report);
     const std::string content = support::readFile(name);
     written.bytes.assign(content.begin(), content.end());
     return written;
