@@ -285,7 +285,7 @@ def struct_io():
     yield "numbers", Seed().u8(7).u32(0x12345678).u8(3)
 
 
-def write(count):
+def write_some(count):
     return Seed().u8(0).one_in(8).u8(count).add(drawing())
 
 
@@ -329,8 +329,8 @@ def block_stream(mode, grow):
 
 
 def streams():
-    mixed = [write(30), seek(0, 5), read(9), write(7), seek(2, 4, True), read(20), seek(1, 3, True),
-             write(2)]
+    mixed = [write_some(30), seek(0, 5), read(9), write_some(7), seek(2, 4, True), read(20), seek(1, 3, True),
+             write_some(2)]
     lines = [write_line("one"), Seed().u8(15, 0), write_line("two"), Seed().u8(15, 1),
              write_line("three"), seek(0, 0), line(10), line(10), line(10), Seed().u8(14)]
     large = [write_large(3), seek(0, 200), write_large(1), read(60), write_large(7), Seed().u8(10),
@@ -528,8 +528,84 @@ def bmp_output():
     yield "row", Seed().u8(0).add(Seed().u16(700)).add(drawing(RUNS)).one_in(2, True)
 
 
+# --- The direct interface -------------------------------------------------------------------------
+
+RGB, BGR, RGBA, BGRA, GREY, INDEX1, INDEX4, INDEX8 = range(8)
+DEPTHS = {None: 0, 1: 1, 4: 2, 8: 3, 16: 4, 24: 5, 32: 6}
+
+
+def choice(value):
+    seed = Seed().one_in(40).one_in(2, value != 0)
+    return seed.u8(value) if value else seed
+
+
+def write_options(bits, header=0, encoding=0, order=0, length=0, masks=0, x=0, y=0, colors=0, most=0,
+                  dither=0, alpha=0):
+    seed = Seed().one_in(40).u8(DEPTHS[bits])
+    for value in (header, encoding, order, length, masks, x, y, colors):
+        seed.add(choice(value))
+    if colors != 3:
+        seed.one_in(4, most != 0)
+        if most:
+            seed.u8(most - 2)
+    seed.add(choice(dither)).add(choice(alpha))
+    return seed.u8(9, 99, 199) if alpha == 1 else seed
+
+
+def write_call(form, width, height, options, style=NOISE, entries=0, given=0):
+    """entries: of the picture's palette; given: of that of the options."""
+    seed = Seed().u8(form, width - 1, height - 1).add(drawing(style))
+    if form >= INDEX1:
+        seed.u8(entries - 1).add(drawing(NOISE, 0x77))
+    return seed.u8(given).add(drawing(NOISE, 0x99)).add(options)
+
+
+def other_way(from_rows=False, in_order=False, failing_row=0, room=None, failing=0):
+    seed = Seed().one_in(2, in_order).one_in(2, from_rows)
+    if from_rows:
+        seed.one_in(4, failing_row != 0)
+        if failing_row:
+            seed.u8(failing_row)
+    seed.one_in(3, room is not None)
+    if room is not None:
+        seed.u16(room)
+    seed.one_in(4, failing != 0)
+    return seed.u8(failing - 1) if failing else seed
+
+
+def write():
+    rows = other_way(from_rows=True, in_order=True)
+    for form, name in enumerate(("rgb", "bgr", "rgba", "bgra", "grey")):
+        for bits in (1, 4, 8, 16, 24, 32):
+            yield f"{name}-{bits}", write_call(form, 37, 21, write_options(bits)).add(rows)
+    for form, name, entries in ((INDEX1, "index1", 2), (INDEX4, "index4", 9), (INDEX8, "index8", 200)):
+        for header in (0, 2, 3):
+            yield f"{name}-{header}", write_call(form, 37, 21, write_options(None, header),
+                                                 entries=entries).add(rows)
+    for bits in (4, 8):
+        for encoding in (1, 2):
+            yield f"encoded-{bits}-{encoding}", write_call(
+                INDEX4, 80, 21, write_options(bits, encoding=encoding), RUNS, 16).add(rows)
+        for dither in (1, 2, 3):
+            for colors in (1, 2, 4):
+                yield f"dither-{bits}-{dither}-{colors}", write_call(
+                    RGB, 37, 21, write_options(bits, dither=dither, colors=colors), FEW).add(rows)
+        yield f"limited-{bits}", write_call(RGB, 37, 21, write_options(bits, most=5)).add(rows)
+        yield f"given-{bits}", write_call(BGR, 37, 21, write_options(bits, colors=3), given=16).add(rows)
+    yield "top-down", write_call(RGB, 37, 21, write_options(24, order=1)).add(rows)
+    yield "full-palette", write_call(GREY, 9, 5, write_options(4, length=1)).add(rows)
+    yield "masks-555", write_call(RGB, 9, 5, write_options(16, masks=1, dither=2)).add(rows)
+    yield "over", write_call(RGBA, 37, 21, write_options(32, alpha=1)).add(rows)
+    yield "dropped", write_call(BGRA, 37, 21, write_options(8, alpha=2)).add(rows)
+    yield "resolution", write_call(RGB, 9, 5, write_options(24, x=72, y=96)).add(rows)
+    yield "failing-row", write_call(RGB, 37, 21, write_options(8)).add(other_way(True, False, 7))
+    yield "failing-sink", write_call(RGB, 37, 21, write_options(8)).add(other_way(room=99))
+    yield "no-memory", write_call(RGB, 37, 21, write_options(8)).add(other_way(failing=4))
+    yield "contradiction", write_call(RGB, 37, 21, write_options(24, encoding=1)).add(rows)
+
+
 def main():
-    for target in (filter_route, driver_route, struct_io, streams, profiles, color, bmp_output):
+    for target in (filter_route, driver_route, struct_io, streams, profiles, color, bmp_output, write):
         directory = CORPUS / target.__name__
         directory.mkdir(parents=True, exist_ok=True)
         for old in directory.iterdir():

@@ -15,6 +15,7 @@ struct Heap {
     long live = 0;
     bool refused = false;
     std::uint32_t untilFailure = 0;
+    std::size_t largest = kLargestBlock;
 };
 
 Heap g_heap;
@@ -22,7 +23,7 @@ Heap g_heap;
 bool refuses(std::size_t bytes) {
     if (!g_heap.watching) return false;
     const bool due = g_heap.untilFailure > 0 && --g_heap.untilFailure == 0;
-    if (!due && bytes <= kLargestBlock) return false;
+    if (!due && bytes <= g_heap.largest) return false;
     g_heap.refused = true;
     return true;
 }
@@ -39,8 +40,9 @@ int lowestFreeDescriptor() {
 
 }  // namespace
 
-HeapWatch::HeapWatch() : descriptor_(lowestFreeDescriptor()) {
+HeapWatch::HeapWatch(std::size_t largest) : descriptor_(lowestFreeDescriptor()) {
     g_heap = {};
+    g_heap.largest = largest;
     g_heap.watching = true;
 }
 
@@ -73,12 +75,20 @@ OwnAllocation::~OwnAllocation() {
 
 extern "C" {
 
+void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
 void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
+void* __wrap_malloc(std::size_t size);
 void* __wrap_calloc(std::size_t count, std::size_t size);
 void* __wrap_realloc(void* block, std::size_t size);
 void __wrap_free(void* block);
+
+void* __wrap_malloc(std::size_t size) {
+    void* block = fuzz::refuses(size) ? nullptr : __real_malloc(size);
+    if (block != nullptr) fuzz::count(1);
+    return block;
+}
 
 void* __wrap_calloc(std::size_t count, std::size_t size) {
     void* block = fuzz::refuses(count * size) ? nullptr : __real_calloc(count, size);

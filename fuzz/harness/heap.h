@@ -1,8 +1,9 @@
 // The library's use of the heap, watched and limited. The programs are linked with --wrap for
-// calloc, realloc and free, which leads the library's calls here; C++ allocations do not come this
+// malloc, calloc, realloc and free, which leads the library's calls here; C++ allocations do not come this
 // way.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace fuzz {
@@ -14,7 +15,7 @@ constexpr std::uint32_t kLargestBlock = 3u << 20;
 // For the life of the guard, what is allocated must be freed again, and files opened be closed.
 class HeapWatch {
   public:
-    HeapWatch();
+    explicit HeapWatch(std::size_t largest = kLargestBlock);
     ~HeapWatch();
     HeapWatch(const HeapWatch&) = delete;
     HeapWatch& operator=(const HeapWatch&) = delete;

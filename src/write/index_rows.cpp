@@ -50,8 +50,10 @@ void prepareKeptIndices(KeptIndices& kept, const Job& job, ColorTable& table) {
     table.count = job.picture.palette_count;
     std::memcpy(table.entries, job.picture.palette, size_t{table.count} * 3);
     kept.plain = table.count == 1u << formatBits(job.picture.format);
+    kept.blackBeyond = true;
     if (kept.plain) return;
     const uint32_t beyond = entryBeyond(job.options.max_colors, table);
+    kept.blackBeyond = lightOf(table, beyond) == 0;
     for (uint32_t i = 0; i < 256; ++i)
         kept.translated[i] = static_cast<uint8_t>(i < job.picture.palette_count ? i : beyond);
 }

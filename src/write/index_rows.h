@@ -11,7 +11,8 @@ namespace tivar {
 
 // How the picture's indices become the file's.
 struct KeptIndices {
-    bool plain;  // none changes
+    bool plain;        // none changes
+    bool blackBeyond;  // those beyond the palette are black, as they should
     uint8_t translated[256];
 };
 

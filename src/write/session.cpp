@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "write/own_colors.h"
 #include "write/palette.h"
 #include "write/row_pass.h"
 #include "write/true_color.h"
@@ -93,7 +94,6 @@ int32_t obtainPalette(Session& session) {
 
 int32_t settleColors(Session& session) {
     const Job& job = session.job;
-    session.exact = job.source == PixelSource::kColors || job.source == PixelSource::kIndices;
     if (job.source == PixelSource::kIndices) {
         prepareKeptIndices(session.kept, job, session.table);
         return kOk;
@@ -122,12 +122,30 @@ uint8_t* indexRowOf(const Session& session, uint32_t slot) {
     return session.indexRows.data + size_t{session.job.picture.width} * slot;
 }
 
+// Where it is not known beforehand; after the first other colour there is nothing left to find out.
+void compareWithPalette(Session& session, const uint8_t* colors, const uint8_t* indices) {
+    if (session.exact || session.differs) return;
+    if (!haveOwnEntries(session.table, colors, indices, session.job.picture.width))
+        session.differs = true;
+}
+
+void compareWithSteps(Session& session, const uint8_t* colors) {
+    const int greenBits = session.job.options.masks == TIVAR_MASKS_555 ? 5 : 6;
+    if (!session.differs && !haveOwnSteps(colors, session.job.picture.width, greenBits))
+        session.differs = true;
+}
+
 // Rows of the picture become rows of indices: in the picture or in the slots from slot on.
 void makeIndices(Session& session, uint32_t slot, RowGroup& group) {
     if (session.job.source == PixelSource::kIndices) {
-        for (uint32_t i = 0; i < group.count; ++i)
-            group.rows[i] = keptIndicesOf(session.kept, session.colors, group.rows[i],
-                                          indexRowOf(session, slot + i));
+        for (uint32_t i = 0; i < group.count; ++i) {
+            const uint8_t* row = group.rows[i];
+            group.rows[i] =
+                keptIndicesOf(session.kept, session.colors, row, indexRowOf(session, slot + i));
+            if (session.kept.blackBeyond) continue;
+            const uint8_t* colors = colorsOf(session.colors, row, colorRowOf(session, slot + i));
+            compareWithPalette(session, colors, group.rows[i]);
+        }
         return;
     }
     uint8_t* indices[kFlightRows];
@@ -136,6 +154,8 @@ void makeIndices(Session& session, uint32_t slot, RowGroup& group) {
         indices[i] = indexRowOf(session, slot + i);
     }
     indexGroup(session.reduced, group, indices);
+    for (uint32_t i = 0; i < group.count; ++i)
+        compareWithPalette(session, group.rows[i], indices[i]);
     std::copy(indices, indices + group.count, group.rows);
 }
 
@@ -150,9 +170,11 @@ void makeRows(Session& session, uint32_t slot, RowGroup& group, uint8_t* const* 
         uint8_t* colors = colorRowOf(session, slot + i);
         std::memset(out[i] + used, 0, static_cast<size_t>(session.form.rowBytes - used));
         if (bits <= 8) packIndices(row, job.picture.width, bits, out[i]);
-        if (bits == 16)
-            putHighRow(session.high, group.places[i], colorsOf(session.colors, row, colors),
-                       out[i]);
+        if (bits == 16) {
+            const uint8_t* own = colorsOf(session.colors, row, colors);
+            compareWithSteps(session, own);
+            putHighRow(session.high, group.places[i], own, out[i]);
+        }
         if (bits == 24) putColors24(session.colors, row, colors, out[i]);
         if (bits == 32) putColors32(session.colors, job.keepsAlpha, row, colors, out[i]);
     }

@@ -1,6 +1,8 @@
 // One call: the steps from the picture to the bytes of the file.
 #pragma once
 
+#include <atomic>
+
 #include "write/header.h"
 #include "write/high_rows.h"
 #include "write/index_rows.h"
@@ -21,7 +23,8 @@ struct Session {
     Source source;
     RowColors colors;
     ColorTable table;
-    bool exact;  // every pixel keeps its colour
+    bool exact;                 // the palette has every colour of the picture
+    std::atomic<bool> differs;  // a pixel has got another colour
     FileForm form;
     KeptIndices kept;
     PaletteRows reduced;

@@ -61,8 +61,9 @@ void describe(Call& call) {
     const Session& session = call.session;
     call.report.bits = session.job.options.bits;
     call.report.colors = session.form.entries;
-    call.report.exact = session.exact ? 1 : 0;
-    if (call.report.result == TIVAR_RESULT_OK) call.report.bytes = fileBytes(session.form);
+    if (call.report.result != TIVAR_RESULT_OK) return;
+    call.report.exact = session.differs ? 0 : 1;
+    call.report.bytes = fileBytes(session.form);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
-// Exports a fixed set of made-up pictures into the directory that its argument names. Builds of
-// either word size must give the same files.
+// Exports a fixed set of made-up pictures into the directory that its argument names, and writes them
+// by the direct interface. Builds of either word size must give the same files.
 #include <tivar/tivar.h>
+#include <tivar/write.h>
 
 #include <cstdio>
 #include <string>
@@ -80,6 +81,74 @@ bool exportOne(const std::string& name, const DrawnPicture& drawn, const Look& l
     return ExportCellData(name.c_str(), &picture, &description, parameters) == TIVAR_OK;
 }
 
+// ---- The direct interface ----------------------------------------------------------------------
+
+struct DirectLook {
+    const char* name;
+    int32_t bits;
+    int32_t colors;
+    int32_t dither;
+    int32_t encoding;
+    int32_t threads;
+};
+
+constexpr DirectLook kDirectLooks[] = {
+    {"32", 32, 0, 0, 0, 0},
+    {"24", 24, 0, 0, 0, 0},
+    {"16", 16, 0, 0, 0, 0},
+    {"16-diffused", 16, 0, TIVAR_DITHER_DIFFUSE, 0, 0},
+    {"16-ordered", 16, 0, TIVAR_DITHER_ORDERED, 0, 0},
+    {"8", 8, 0, 0, 0, 0},
+    {"8-threads", 8, 0, TIVAR_DITHER_DIFFUSE, TIVAR_ENCODING_SMALLEST, 3},
+    {"8-filter", 8, TIVAR_COLORS_FILTER, 0, 0, 0},
+    {"8-rle", 8, TIVAR_COLORS_BEST, TIVAR_DITHER_ORDERED, TIVAR_ENCODING_RLE, 0},
+    {"4", 4, 0, 0, 0, 0},
+    {"4-rle", 4, TIVAR_COLORS_BEST, TIVAR_DITHER_NONE, TIVAR_ENCODING_RLE, 0},
+    {"4-greys", 4, TIVAR_COLORS_GREYS, TIVAR_DITHER_ORDERED, 0, 0},
+    {"1", 1, 0, 0, 0, 0},
+    {"1-best", 1, TIVAR_COLORS_BEST, TIVAR_DITHER_DIFFUSE, 0, 0},
+};
+
+bool writeOne(const std::string& name, const DrawnPicture& drawn, const DirectLook& look) {
+    TivarPicture picture = {};
+    picture.size = sizeof picture;
+    picture.format = drawn.bits == 8 ? TIVAR_INDEX8 : TIVAR_BGR;
+    picture.width = drawn.width;
+    picture.height = drawn.height;
+    picture.pixels = drawn.pixels.data();
+    picture.stride = (static_cast<ptrdiff_t>(drawn.width) * drawn.bits + 31) / 32 * 4;
+    if (drawn.bits == 8) {
+        picture.palette = drawn.table.data();
+        picture.palette_count = static_cast<uint32_t>(drawn.table.size() / 3);
+    }
+    TivarOptions options = {};
+    options.size = sizeof options;
+    options.bits = look.bits;
+    options.colors = look.colors;
+    options.dither = look.dither;
+    options.encoding = look.encoding;
+    options.threads = look.threads;
+    return tivar_write_bmp_file(&picture, &options, name.c_str(), 0, nullptr) == TIVAR_RESULT_OK;
+}
+
+bool writeDirectly(const std::string& directory) {
+    uint32_t seed = 100;
+    for (const Drawing drawing : kDrawings) {
+        for (const int bits : {8, 24}) {
+            const DrawnPicture drawn = support::drawPicture(drawing, bits, 93, 71, ++seed);
+            for (const DirectLook& look : kDirectLooks) {
+                const std::string name = directory + "/direct-" +
+                                         std::to_string(static_cast<int>(drawing)) + "-from-" +
+                                         std::to_string(bits) + "-to-" + look.name + ".bmp";
+                if (writeOne(name, drawn, look)) continue;
+                std::fprintf(stderr, "%s: not written\n", name.c_str());
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -102,5 +171,5 @@ int main(int argc, char** argv) {
             }
         }
     }
-    return 0;
+    return writeDirectly(argv[1]) ? 0 : 1;
 }

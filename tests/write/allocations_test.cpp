@@ -189,7 +189,7 @@ TEST(WriteFileCalls, EachThatFailsIsToldAndTheOldFileStays) {
         for (const uint32_t flags : {0u, uint32_t{TIVAR_FILE_SYNC}}) {
             for (const bool replaces : {false, true}) {
                 // Disks take their time.
-                if (flags != 0 && (replaces || way.access == Access::kInOrder)) continue;
+                if (flags != 0 && (replaces || way.access == Access::kPacked)) continue;
                 for (const char* function :
                      {"open", "write", "pwrite", "fsync", "close", "rename", "fchmod"}) {
                     SCOPED_TRACE(testing::Message() << way.name << ", flags " << flags);

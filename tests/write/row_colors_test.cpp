@@ -193,6 +193,51 @@ TEST(WriteColors, ReportsSayWhetherAnythingWasReduced) {
     EXPECT_EQ(toMemory(few, optionsOf(4)).report.exact, 0);
 }
 
+TEST(WriteColors, IndicesBeyondAFullPaletteAreTheDarkestEntryWhichIsTold) {
+    Drawn drawn = drawNoise(TIVAR_INDEX8, 20, 20, 5, 16);
+    drawn.palette.assign(48, 200);
+    drawn.palette[7 * 3] = 9;
+    const Written written = toMemory(drawn, optionsOf(4));
+    EXPECT_EQ(written.report.exact, 0);
+    model::BmpFile file;
+    ASSERT_EQ(read(written, file), "");
+    EXPECT_EQ(file.palette, drawn.palette);
+    for (uint32_t y = 0; y < 20; ++y)
+        for (uint32_t x = 0; x < 20; ++x) {
+            const uint32_t index = model::indexAt(drawn, x, y);
+            EXPECT_EQ(model::valueAt(file, x, y), index < 16 ? index : 7);
+        }
+    for (uint8_t& index : drawn.rows) index = index % 16;
+    EXPECT_EQ(toMemory(drawn, optionsOf(4)).report.exact, 1);
+}
+
+TEST(WriteColors, PicturesOfTheLevelsOf16BitsAreExact) {
+    for (const int32_t masks : {TIVAR_MASKS_565, TIVAR_MASKS_555}) {
+        const uint32_t most = masks == TIVAR_MASKS_555 ? 31 : 63;
+        Drawn drawn = {TIVAR_RGB, 64, 1, {}, {}};
+        for (uint32_t x = 0; x < 64; ++x)
+            for (const uint32_t steps : {31u, most, 31u})
+                drawn.rows.push_back(
+                    static_cast<uint8_t>((2 * 255 * (x % (steps + 1)) + steps) / (2 * steps)));
+        for (const int32_t dither :
+             {TIVAR_DITHER_NONE, TIVAR_DITHER_DIFFUSE, TIVAR_DITHER_ORDERED}) {
+            TivarOptions options = optionsOf(16);
+            options.masks = masks;
+            options.dither = dither;
+            const Written written = toMemory(drawn, options);
+            EXPECT_EQ(written.report.exact, 1);
+            model::BmpFile file;
+            ASSERT_EQ(read(written, file), "");
+            for (uint32_t x = 0; x < 64; ++x)
+                EXPECT_EQ(model::colorAt(file, x, 0), model::colorAt(drawn, x, 0));
+        }
+        drawn.rows[100] ^= 1;
+        TivarOptions options = optionsOf(16);
+        options.masks = masks;
+        EXPECT_EQ(toMemory(drawn, options).report.exact, 0);
+    }
+}
+
 TEST(WriteColors, TheNumberOfColoursCanBeLimited) {
     const Drawn noise = drawNoise(TIVAR_RGB, 60, 60, 5);
     for (const int32_t bits : {4, 8}) {

@@ -73,8 +73,8 @@ TEST(WriteThreads, SixteenThreadsGiveTheBytesOfOne) {
 }
 
 TEST(WriteThreads, AnyNumberWithinACallGivesTheSameBytes) {
-    for (const int32_t format : {TIVAR_RGB, TIVAR_BGRA}) {
-        const Drawn drawn = drawNoise(format, 501, 397, 9);
+    for (const int32_t format : {TIVAR_BGRA}) {
+        const Drawn drawn = drawNoise(format, 501, 197, 9);
         for (const int32_t bits : kDepths) {
             for (const int32_t dither :
                  {TIVAR_DITHER_NONE, TIVAR_DITHER_DIFFUSE, TIVAR_DITHER_ORDERED}) {
@@ -82,7 +82,7 @@ TEST(WriteThreads, AnyNumberWithinACallGivesTheSameBytes) {
                 if (bits <= 16) options.dither = dither;
                 const Bytes wanted = toMemory(drawn, options).bytes;
                 ASSERT_FALSE(wanted.empty());
-                for (const int32_t threads : {1, 2, 3, 4, 5, 6, 7, 8, 1000}) {
+                for (const int32_t threads : {2, 3, 5, 8, 1000}) {
                     options.threads = threads;
                     EXPECT_TRUE(toMemory(drawn, options).bytes == wanted)
                         << bits << " bits, dither " << dither << ", " << threads << " threads";

@@ -96,9 +96,7 @@ void expectForm(const Written& written, const Drawn& picture, const TivarOptions
     EXPECT_EQ(written.report.bits, options.bits);
     EXPECT_EQ(written.report.colors, file.palette.size() / 3);
     EXPECT_EQ(written.report.bytes, written.bytes.size());
-    // At 1 bit black and white are not chosen for the picture.
-    const bool isChosen = options.bits != 1 || picture.format >= TIVAR_INDEX1;
-    if (options.bits != 16 && isChosen) {
+    if (options.bits != 16) {
         EXPECT_EQ(written.report.exact, 1);
     }
 }
