@@ -33,15 +33,18 @@ set(CPACK_DEBIAN_LIBTIVAR-DEV_DESCRIPTION "BMP export filter - development files
 The headers, the archive, and what pkg-config and CMake need to build
 programs with the export filter libtivar.")
 
-# The tool loads the library by name, which shlibdeps does not see.
+# The tool loads the library by name, and others with the first picture that needs them, which
+# shlibdeps does not see.
 set(CPACK_DEBIAN_TIVAR_PACKAGE_NAME tivar)
 set(CPACK_DEBIAN_TIVAR_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_TIVAR_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_TIVAR_PACKAGE_DEPENDS "libtivar2 (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TIVAR_PACKAGE_DEPENDS "libtivar2 (= ${PROJECT_VERSION}), ${TIVAR_TIFF_PACKAGE}")
+set(CPACK_DEBIAN_TIVAR_PACKAGE_RECOMMENDS "${TIVAR_HEIF_PACKAGE}")
 set(CPACK_DEBIAN_TIVAR_DESCRIPTION "export pictures as BMP files on the command line
-A host of the export filter libtivar: it reads PNG, JPEG and PNM pictures
-and writes BMP files of 1, 4, 8 or 24 bits per pixel, raw or run-length
-encoded, through the library. It also inspects and decodes BMP files.")
+A host of the export filter libtivar: it reads BMP, PNG, JPEG, GIF, TIFF,
+WebP, HEIF and PNM pictures and writes BMP files of 1, 4, 8 or 24 bits
+per pixel, raw or run-length encoded, through the library. It also
+inspects and decodes BMP files.")
 
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 include(CPack)

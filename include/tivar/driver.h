@@ -224,7 +224,8 @@ TIVAR_API int32_t dd_entry(int16_t code, void* out, uint16_t reserved);
  *               Common block: 0, TIVAR_ERR_COMMON_MEMORY, TIVAR_ERR_COMMON_SETUP, or
  *               TIVAR_ERR_STREAM when the output cannot be opened.
  * DRV_DISPATCH  runs the operation of the parameter block if the device state accepts it, else
- *               ignores it. The code of the last error that the operation met, or 0.
+ *               ignores it. The code of the last error that the operation met, or 0;
+ *               TIVAR_ERR_STREAM when a call-back ended the device.
  * DRV_TERM      raster: closes an open device and frees the device state; 0. Common block: closes
  *               the output; TIVAR_ERR_NO_MEMORY, as there is never a metafile to draw, or
  *               TIVAR_ERR_STREAM when closing fails.

@@ -1,6 +1,7 @@
 #include "color/color_transform.h"
 
 #include "base/numbers.h"
+#include "color/grey.h"
 
 namespace tivar {
 namespace {
@@ -17,8 +18,7 @@ bool isGreyish(const uint8_t* color) {
 }
 
 void turnGrey(uint8_t* color) {
-    const auto grey = static_cast<uint8_t>((3 * color[0] + 6 * color[1] + color[2]) / 10);
-    color[0] = color[1] = color[2] = grey;
+    color[0] = color[1] = color[2] = greyOf(color);
 }
 
 void transformColor(uint8_t* color, int32_t mode) {

@@ -5,7 +5,6 @@
 #include <tivar/color.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstring>
 
@@ -16,38 +15,11 @@
 #include "color/debug.h"
 #include "color/depth.h"
 #include "color/dither_rows.h"
+#include "color/error_shares.h"
 #include "color/pixel.h"
 
 namespace tivar {
 namespace {
-
-constexpr int kClampBase = 128;
-
-// Entry i is i - 128 held to a byte: indexed through its base, the sum of a byte and an amount of
-// at most 128 either way reads as the clamped byte.
-constexpr std::array<uint8_t, 512> BOUNDARY_CHK = [] {
-    std::array<uint8_t, 512> table{};
-    for (int i = 0; i < 512; ++i)
-        table[static_cast<size_t>(i)] = static_cast<uint8_t>(std::clamp(i - kClampBase, 0, 255));
-    return table;
-}();
-
-void add(uint8_t& channel, int amount) {
-    const int place = kClampBase + channel + amount;
-    channel = BOUNDARY_CHK[static_cast<size_t>(place)];
-}
-
-// Spreads one channel's error: t to the right, and to the three pixels below what t leaves after
-// taking off eighths, which approximates 7, 5, 3 and 1 sixteenths.
-void diffuse(uint8_t* pixel, uint8_t* below, int error, bool hasLeft) {
-    const int q = error / 8;
-    const int t = 7 * error / 16;
-    add(pixel[3], t);
-    if (below == nullptr) return;
-    add(below[0], t - q);
-    if (hasLeft) add(below[-3], t - 2 * q);
-    add(below[3], t - 3 * q);
-}
 
 MemHandle copyTable(const uint8_t* entries, uint32_t bytes) {
     OwnedBlock table(allocateZeroed(bytes));
@@ -234,7 +206,7 @@ void _rlDitherOneLine(uint8_t* row, uint8_t* nextRow, const uint8_t* table, uint
             const int error = pixel[channel] - entry[channel];
             pixel[channel] = entry[channel];
             uint8_t* below = nextRow == nullptr ? nullptr : nextRow + size_t{x} * 3 + channel;
-            diffuse(pixel + channel, below, error, x > 0);
+            spreadError(pixel + channel, below, error, x > 0);
         }
     }
     // Kept: the last pixel is not searched but repeats the last choice.

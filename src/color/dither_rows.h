@@ -15,6 +15,10 @@ struct DitherTarget {
     int16_t count;
 };
 
+// Pixels by which the second of two rows in flight follows the first: enough for the first to be
+// done with every place that the second touches.
+constexpr int32_t kRowLag = 3;
+
 // Depths and tables that rows can be dithered to.
 bool canDitherRows(int16_t destBits, int16_t count);
 

@@ -12,10 +12,6 @@ namespace {
 constexpr int16_t kFewEntries = 64;
 constexpr int kLargeSideBits = 3;
 
-bool isGreyEntry(const uint8_t* entry) {
-    return entry[0] == entry[1] && entry[1] == entry[2];
-}
-
 // Takes a block over into an owner; false without memory.
 bool obtain(OwnedBlock& owner, size_t bytes) {
     owner.handle = allocateScratch(bytes);

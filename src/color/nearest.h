@@ -4,14 +4,11 @@
 // and colour kept apart, the lowest index on ties.
 #pragma once
 
-#ifdef __x86_64__
-#include <emmintrin.h>
-#endif
-
 #include <cstddef>
 #include <cstdint>
 
 #include "base/memory.h"
+#include "color/grey.h"
 
 namespace tivar {
 
@@ -22,27 +19,9 @@ struct NearestFinder {
     // The same as rlNearestRGBIndex.
     uint32_t find(uint8_t red, uint8_t green, uint8_t blue) {
         if (lists == nullptr) return searchTable(red, green, blue);
-        const uint32_t word = wordOf(cellOf(red, green, blue), isGrey(red, green, blue));
-        if ((word & kOneOfTwo) != 0) return nearerOfTwo(word, red, green, blue);
+        const uint32_t word = wordOf(cellOf(red, green, blue), isGreyQuery(red, green, blue));
+        if (isOneOfTwo(word)) return nearerOfTwo(word, red, green, blue);
         return searchWord(word, red, green, blue);
-    }
-
-    // The same for a colour in 16-bit lanes, red lowest, with the table in such lanes beside it.
-    uint32_t findLanes(uint64_t color, const uint64_t* entries) {
-        const auto red = static_cast<uint8_t>(color);
-        const auto green = static_cast<uint8_t>(color >> 16);
-        const auto blue = static_cast<uint8_t>(color >> 32);
-#ifdef __x86_64__
-        if (lists != nullptr && sideBits == kSmallSideBits) {
-            const __m128i lanes = _mm_cvtsi64_si128(static_cast<int64_t>(color));
-            const uint32_t word = wordOf(cellOfLanes(color), isGreyLanes(lanes));
-            if ((word & kOneOfTwo) != 0) return nearerOfTwoLanes(word, lanes, entries);
-            return searchWord(word, red, green, blue);
-        }
-#else
-        static_cast<void>(entries);
-#endif
-        return find(red, green, blue);
     }
 
     // The low 8 bits of the index for a packed colour; repeated colours cost one look.
@@ -51,6 +30,35 @@ struct NearestFinder {
         uint32_t& slot = memo[(packed >> 8) * kHashFactor >> (32 - kMemoBits)];
         if ((slot ^ packed) > 0xFF) slot = packed | (findPacked(packed) & 0xFF);
         return static_cast<uint8_t>(slot);
+    }
+
+    // ---- Steps of a query, for those who have a faster way to some of them ----
+
+    // What a cell's word says; any other value is the place of its list.
+    static constexpr uint32_t kUnbuilt = 0;
+    static constexpr uint32_t kSearchTable = 1;
+    static constexpr uint32_t kOneOfTwo = 1u << 31;  // and the indices of the only two candidates
+    static constexpr int kIndexBits = 10;
+    static constexpr uint32_t kIndexMask = (1u << kIndexBits) - 1;
+
+    static constexpr bool isOneOfTwo(uint32_t word) { return (word & kOneOfTwo) != 0; }
+    static constexpr uint32_t lowerOf(uint32_t word) { return word & kIndexMask; }
+    static constexpr uint32_t upperOf(uint32_t word) { return word >> kIndexBits & kIndexMask; }
+
+    // Lists are at hand and a cell is 2^kSmallSideBits colours wide.
+    static constexpr int kSmallSideBits = 2;
+    bool hasSmallCells() const { return lists != nullptr && sideBits == kSmallSideBits; }
+
+    uint32_t wordOf(uint32_t cell, bool grey) {
+        uint32_t& word = lists[(grey ? cells : 0) + cell];
+        if (word == kUnbuilt) word = buildList(cell, grey);
+        return word;
+    }
+
+    // Of a cell with more candidates than two.
+    uint32_t searchWord(uint32_t word, uint8_t red, uint8_t green, uint8_t blue) const {
+        if (word == kSearchTable) return searchTable(red, green, blue);
+        return searchList(candidates + word, red, green, blue);
     }
 
   private:
@@ -70,30 +78,10 @@ struct NearestFinder {
         int32_t* far;
     };
 
-    // What a cell's word says; any other value is the place of its list.
-    static constexpr uint32_t kUnbuilt = 0;
-    static constexpr uint32_t kSearchTable = 1;
-    static constexpr uint32_t kOneOfTwo = 1u << 31;  // and the indices of the only two candidates
-    static constexpr int kIndexBits = 10;
-    static constexpr uint32_t kIndexMask = (1u << kIndexBits) - 1;
-
-    static constexpr int kSmallSideBits = 2;
     static constexpr uint32_t kCandidates = 1u << 18;
     static constexpr int kLargestTable = 1 << 10;
     static constexpr int kMemoBits = 18;
     static constexpr uint32_t kHashFactor = 2654435769u;  // 2^32 over the golden ratio
-
-    uint32_t wordOf(uint32_t cell, bool grey) {
-        uint32_t& word = lists[(grey ? cells : 0) + cell];
-        if (word == kUnbuilt) word = buildList(cell, grey);
-        return word;
-    }
-
-    static bool isGrey(int red, int green, int blue) {
-        // Not short-circuited: the answer is quicker than a mispredicted branch.
-        const auto far = [](int a, int b) { return static_cast<unsigned>(a - b + 4) > 8 ? 1 : 0; };
-        return (far(red, green) | far(green, blue) | far(red, blue)) == 0;
-    }
 
     uint32_t cellOf(uint32_t red, uint32_t green, uint32_t blue) const {
         return ((red >> sideBits) << cellBits | green >> sideBits) << cellBits | blue >> sideBits;
@@ -125,48 +113,11 @@ struct NearestFinder {
     // The two may be one. Both are weighed: most cells are such, and a branch on which it is would
     // be mispredicted too often.
     uint32_t nearerOfTwo(uint32_t word, int red, int green, int blue) const {
-        const uint32_t lower = word & kIndexMask;
-        const uint32_t upper = word >> kIndexBits & kIndexMask;
+        const uint32_t lower = lowerOf(word);
+        const uint32_t upper = upperOf(word);
         const uint32_t toLower = distanceTo(lower, red, green, blue);
         return distanceTo(upper, red, green, blue) < toLower ? upper : lower;
     }
-
-    // Of a cell with more candidates than two.
-    uint32_t searchWord(uint32_t word, uint8_t red, uint8_t green, uint8_t blue) const {
-        if (word == kSearchTable) return searchTable(red, green, blue);
-        return searchList(candidates + word, red, green, blue);
-    }
-
-#ifdef __x86_64__
-    static bool isGreyLanes(__m128i lanes) {
-        const __m128i others = _mm_shufflelo_epi16(lanes, _MM_SHUFFLE(3, 0, 2, 1));
-        const __m128i apart =
-            _mm_max_epi16(_mm_sub_epi16(lanes, others), _mm_sub_epi16(others, lanes));
-        return _mm_movemask_epi8(_mm_cmpgt_epi16(apart, _mm_set1_epi16(4))) == 0;
-    }
-
-    // Small cells: the upper six bits of each lane, which a product brings side by side.
-    static uint32_t cellOfLanes(uint64_t color) {
-        constexpr uint64_t kSixBitsEach = 0x003F003F003F;
-        constexpr uint64_t kGather = uint64_t{1} << 44 | uint64_t{1} << 22 | 1;
-        const uint64_t intervals = color >> kSmallSideBits & kSixBitsEach;
-        return static_cast<uint32_t>(intervals * kGather >> 32) & 0x3FFFF;
-    }
-
-    static uint32_t nearerOfTwoLanes(uint32_t word, __m128i lanes, const uint64_t* entries) {
-        const uint32_t lower = word & kIndexMask;
-        const uint32_t upper = word >> kIndexBits & kIndexMask;
-        const __m128i both = _mm_set_epi64x(static_cast<int64_t>(entries[upper]),
-                                            static_cast<int64_t>(entries[lower]));
-        const __m128i apart = _mm_sub_epi16(both, _mm_unpacklo_epi64(lanes, lanes));
-        const __m128i squares = _mm_madd_epi16(apart, apart);
-        const __m128i distances =
-            _mm_add_epi32(squares, _mm_shuffle_epi32(squares, _MM_SHUFFLE(2, 3, 0, 1)));
-        const int toLower = _mm_cvtsi128_si32(distances);
-        const int toUpper = _mm_cvtsi128_si32(_mm_unpackhi_epi64(distances, distances));
-        return toUpper < toLower ? upper : lower;
-    }
-#endif
 
     uint32_t findPacked(uint32_t packed) {
         return find(static_cast<uint8_t>(packed >> 24), static_cast<uint8_t>(packed >> 16),

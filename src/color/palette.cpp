@@ -4,21 +4,11 @@
 #include "base/memory.h"
 #include "base/numbers.h"
 #include "color/depth.h"
+#include "color/grey.h"
 #include "color/pixel.h"
 
 namespace tivar {
 namespace {
-
-constexpr int32_t kGreyTolerance = 4;
-
-bool isGreyQuery(int32_t red, int32_t green, int32_t blue) {
-    return feqi(red, green, kGreyTolerance) != 0 && feqi(green, blue, kGreyTolerance) != 0 &&
-           feqi(red, blue, kGreyTolerance) != 0;
-}
-
-bool isGreyEntry(const uint8_t* entry) {
-    return entry[0] == entry[1] && entry[1] == entry[2];
-}
 
 uint32_t squaredDifference(int32_t a, int32_t b) {
     const auto difference = static_cast<uint32_t>(a - b);

@@ -1,9 +1,12 @@
 #include "color/red_blue.h"
 
-#include <bit>
 #include <cstring>
 
+#include "base/simd.h"
+
 namespace tivar {
+
+#if TIVAR_SIMD
 namespace {
 
 uint64_t load(const uint8_t* bytes) {
@@ -31,13 +34,14 @@ void exchangeEight(const uint8_t* from, uint8_t* to) {
 }
 
 }  // namespace
+#endif
 
 void copyRowRedBlue(const uint8_t* from, uint8_t* to, uint32_t width) {
     uint32_t done = 0;
-    if constexpr (std::endian::native == std::endian::little) {
-        for (; done + 8 <= width; done += 8)
-            exchangeEight(from + size_t{done} * 3, to + size_t{done} * 3);
-    }
+#if TIVAR_SIMD
+    for (; done + 8 <= width; done += 8)
+        exchangeEight(from + size_t{done} * 3, to + size_t{done} * 3);
+#endif
     for (; done < width; ++done) {
         const uint8_t* source = from + size_t{done} * 3;
         const uint8_t pixel[3] = {source[2], source[1], source[0]};

@@ -5,14 +5,19 @@
 #include <tivar/export.h>
 #include <tivar/stream.h>
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
 #include <bit>
 
 #include "base/memory.h"
+#include "base/simd.h"
 #include "base/turn.h"
+
+// Vector types have no instruction that gathers a bit a byte.
+#if TIVAR_SIMD && defined(__SSE2__)
+#include <emmintrin.h>
+#define TIVAR_GATHERS_BITS 1
+#else
+#define TIVAR_GATHERS_BITS 0
+#endif
 
 namespace tivar {
 namespace {
@@ -22,7 +27,7 @@ constexpr uint32_t kBlock = 64;
 // Bit i tells whether byte i differs from the byte behind it, for a block of bytes and one more.
 uint64_t findRunEnds(const uint8_t* bytes) {
     uint64_t ends = 0;
-#ifdef __SSE2__
+#if TIVAR_GATHERS_BITS
     for (uint32_t i = 0; i < kBlock; i += 16) {
         const __m128i here = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i));
         const __m128i behind = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i + 1));

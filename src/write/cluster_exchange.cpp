@@ -80,7 +80,7 @@ ExchangeResult exchangeClusters(Clusters& clusters) {
         return ExchangeResult::kNoMemory;
     weighAll(clusters, parts.data, slices.data);
     const uint32_t unionCount = findUnions(clusters, unions.data);
-    uint32_t byGain[kMostClusters];
+    uint32_t byGain[kMostClusters] = {};
     for (uint32_t i = 0; i < clusters.count; ++i) byGain[i] = i;
     std::sort(byGain, byGain + clusters.count, [&](uint32_t a, uint32_t b) {
         return parts[a].gain != parts[b].gain ? parts[a].gain > parts[b].gain : a < b;

@@ -1,6 +1,7 @@
 // A histogram of 6 bits a channel that knows the true mean of every cell's colours.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "base/block.h"
@@ -26,7 +27,7 @@ struct Histogram {
 
     Block<uint64_t> cells;
     Block<Aside> aside;
-    uint64_t asideCount = 0;
+    size_t asideCount = 0;
 };
 
 // The cell that a colour falls into. Cells of similar colours lie in the same page of memory.

@@ -97,7 +97,7 @@ uint8_t searchTable(const NearestColors& colors, const uint8_t* rgb) {
 // Entries side by side, and their squared distances to the nearest place of a cube.
 struct Reach {
     FourFloats channels[3][64];
-    FourFloats near[64];
+    FourFloats near[64] = {};
 };
 
 inline FourFloats lesser(FourFloats a, FourFloats b) {
@@ -134,9 +134,9 @@ float measure(Reach& reach, const FourFloats (*channels)[64], uint32_t count, co
     return std::min({bound[0], bound[1], bound[2], bound[3]});
 }
 
-// Lists the entries that are near enough: the numbers that they have in names.
-template <class Names>
-uint32_t listNear(const Reach& reach, float bound, uint32_t count, Names&& name, uint8_t* list) {
+// Lists the entries that are near enough, by name(place).
+template <class Name>
+uint32_t listNear(const Reach& reach, float bound, uint32_t count, Name&& name, uint8_t* list) {
     uint32_t listed = 0;
     for (uint32_t i = 0; i < count; ++i) {
         list[listed] = name(i);
@@ -215,7 +215,7 @@ uint32_t makeWord(const NearestColors& colors, const NearestColors::Region& regi
             reach.channels[c][i / 4][i % 4] = static_cast<float>(colors.entries[index][c]);
     }
     const float bound = measure(reach, reach.channels, region.count, rgb, kCellBits);
-    uint8_t list[256 + kOfWord];
+    uint8_t list[256 + kOfWord] = {};
     uint32_t listed = listNear(
         reach, bound, region.count, [&](uint32_t i) { return region.indices[i]; }, list);
     if (listed > kOfWord && listed <= kMostPaired) listed = dropBehind(colors, list, listed, rgb);

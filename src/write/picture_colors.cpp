@@ -152,18 +152,22 @@ void addCells(const Counters& counters, Histogram& base, ColorSum* sums) {
     }
 }
 
+size_t placeOf(const Histogram& base, uint32_t cell) {
+    return static_cast<size_t>(base.cells[cell]);
+}
+
 // What was laid aside, and what was listed before there were too many colours.
 void addRest(const Counters& counters, const Histogram& base, ColorSum* sums) {
     const auto addAside = [&](const Histogram& histogram) {
-        for (uint64_t i = 0; i < histogram.asideCount; ++i) {
-            const Histogram::Aside& aside = histogram.aside[static_cast<size_t>(i)];
-            addCell(aside.cell, aside.word, sums[base.cells[aside.cell]]);
+        for (size_t i = 0; i < histogram.asideCount; ++i) {
+            const Histogram::Aside& aside = histogram.aside[i];
+            addCell(aside.cell, aside.word, sums[placeOf(base, aside.cell)]);
         }
     };
     addAside(base);
     forEachOther(counters, base, addAside);
     forEachListed(counters,
-                  [&](uint32_t cell, const ColorSum& sum) { sums[base.cells[cell]].add(sum); });
+                  [&](uint32_t cell, const ColorSum& sum) { sums[placeOf(base, cell)].add(sum); });
 }
 
 bool gatherPoints(Counters& counters, uint64_t pixels, PictureColors& colors) {

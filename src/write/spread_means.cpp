@@ -52,7 +52,7 @@ void spreadMeans(const Clusters& clusters, float (*means)[3]) {
         Vector outward{};
         for (int c = 0; c < 3; ++c) outward.v[c] = mean.v[c] - center.v[c];
         const double length = std::sqrt(product(outward, outward));
-        for (int c = 0; c < 3; ++c) outward.v[c] = length > 0 ? outward.v[c] / length : 0;
+        for (double& part : outward.v) part = length > 0 ? part / length : 0;
         const double shift = kSpread * deviationOf(clusters, i, mean, outward);
         for (int c = 0; c < 3; ++c) {
             const double moved = std::floor(mean.v[c] + shift * outward.v[c] + 0.5);

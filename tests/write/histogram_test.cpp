@@ -17,8 +17,8 @@ Sums sumsOf(const Histogram& histogram) {
     for (uint32_t cell = 0; cell < tivar::kCellCount; ++cell) {
         if (histogram.cells[cell] != 0) addCell(cell, histogram.cells[cell], cells[cell]);
     }
-    for (uint64_t i = 0; i < histogram.asideCount; ++i) {
-        const Histogram::Aside& aside = histogram.aside[static_cast<size_t>(i)];
+    for (size_t i = 0; i < histogram.asideCount; ++i) {
+        const Histogram::Aside& aside = histogram.aside[i];
         addCell(aside.cell, aside.word, cells[aside.cell]);
     }
     Sums sums;

@@ -8,8 +8,8 @@
 
 namespace tool {
 
-// What has no certain pixels, or more of them than are asked for, is a Failure; lenient requests get
-// what there is. The file lives longer.
+// What has no certain pixels, or more of them than are asked for, is a Failure; lenient requests
+// get what there is. The file lives longer.
 PixelRows rowsOf(const BmpFile& file, const ReadRequest& request);
 
 // Of forms that are pictures of another kind.

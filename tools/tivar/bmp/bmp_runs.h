@@ -40,8 +40,8 @@ using RunBytes = std::span<const uint8_t>;
 // base is the place of the encoded bytes in the file.
 RunMap mapRuns(RunBytes bytes, const RunShape& shape, size_t base);
 
-// One row, a byte per pixel or blue, green and red of 24 bits, in the room of shape.rowPixels; pixels
-// that are not set become 0.
+// One row, a byte per pixel or blue, green and red of 24 bits, in the room of shape.rowPixels;
+// pixels that are not set become 0.
 void expandRow(RunBytes bytes, const RunShape& shape, const RunMap& map, uint64_t row,
                uint8_t* pixels);
 

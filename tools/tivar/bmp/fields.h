@@ -32,8 +32,8 @@ bool hasAlpha(const BmpHeaders& headers);
 void readFields(const Fields& fields, unsigned bits, const uint8_t* from, uint8_t* to,
                 size_t width);
 
-// Pixels of 64 bits: blue, green, red and alpha as fixed-point numbers with 13 bits behind the point,
-// in linear light.
+// Pixels of 64 bits: blue, green, red and alpha as fixed-point numbers with 13 bits behind the
+// point, in linear light.
 void readLinear(const uint8_t* from, uint8_t* to, size_t width);
 
 }  // namespace tool

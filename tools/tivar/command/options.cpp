@@ -10,6 +10,7 @@
 #include "command/bmp_options.h"
 #include "command/settings_options.h"
 #include "command/usage_error.h"
+#include "export/read_picture.h"
 #include "process/failure.h"
 
 namespace tool {
@@ -137,7 +138,7 @@ void addQuiet(CLI::App& app, bool& quiet) {
 
 void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("INPUT", options.jobs.inputs,
-                   "Pictures: BMP, PNG, JPEG, PNM; - is standard input")
+                   "Pictures (" + readableKinds() + "); - is standard input")
         ->required()
         ->check(notEmpty())
         ->type_name("");
@@ -168,8 +169,7 @@ void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
 }
 
 void addGalleryOptions(CLI::App& app, Options& options, Typed& typed) {
-    app.add_option("INPUT", options.gallery.input,
-                   "A picture of one of the kinds that export reads")
+    app.add_option("INPUT", options.gallery.input, "A picture (" + readableKinds() + ")")
         ->required()
         ->check(notEmpty())
         ->type_name("");

@@ -33,15 +33,20 @@ std::string peek(std::FILE* file) {
 Image readAny(std::FILE* file, const ReadRequest& request) {
     const std::string start = peek(file);
     if (start.starts_with("BM")) return readBmp(file, request);
-    std::string names = "BMP";
     for (const ImageReader& reader : imageReaders()) {
         if (reader.knows(start)) return reader.read(file, request);
-        names += std::string(", ") + reader.name;
     }
-    fail("is no picture of a known kind (" + names + ")", "convert it to one of them first");
+    fail("is no picture of a known kind (" + readableKinds() + ")",
+         "convert it to one of them first");
 }
 
 }  // namespace
+
+std::string readableKinds() {
+    std::string names = "BMP";
+    for (const ImageReader& reader : imageReaders()) names += std::string(", ") + reader.name;
+    return names;
+}
 
 Image readPicture(const std::string& name, const ReadRequest& request) {
     const OpenFile file = openInput(name);

@@ -9,6 +9,9 @@
 
 namespace tool {
 
+// "BMP, PNG, ..."
+std::string readableKinds();
+
 // The picture, upright and in sRGB, told apart by its first bytes; name "-" is standard input.
 Image readPicture(const std::string& name, const ReadRequest& request);
 

@@ -25,8 +25,8 @@ struct Color {
     uint8_t blue = 255;
 };
 
-// Bytes in the order of their names; of indices the leftmost pixel has the highest bits of its byte.
-// Inks are amounts of cyan, magenta, yellow and black.
+// Bytes in the order of their names; of indices the leftmost pixel has the highest bits of its
+// byte. Inks are amounts of cyan, magenta, yellow and black.
 enum class PixelFormat { Index1, Index4, Index8, Grey, GreyAlpha, Rgb, Rgba, Inks };
 
 // What the user may not expect of a picture that was read.
@@ -84,8 +84,8 @@ std::vector<Color> greys(unsigned count);
 // Two-bit indices, four to a byte, become four-bit ones, two to a byte, in their place.
 void widenTwoBits(uint8_t* row, uint32_t width);
 
-// The same pixels, as the wanted format has them: greys and palettes become colours, and what has no
-// alpha is opaque. Rgb leaves alpha away.
+// The same pixels, as Rgb or Rgba: greys and palettes become colours, and what has no alpha is
+// opaque. Rgb leaves alpha away.
 void convertRow(const Image& image, const uint8_t* from, PixelFormat wanted, uint8_t* to);
 
 }  // namespace tool

@@ -27,6 +27,13 @@ std::span<const ImageReader> imageReaders();
 Image readPng(std::FILE* file, const ReadRequest& request);
 Image readJpeg(std::FILE* file, const ReadRequest& request);
 Image readPnm(std::FILE* file, const ReadRequest& request);
+Image readGif(std::FILE* file, const ReadRequest& request);
+Image readTiff(std::FILE* file, const ReadRequest& request);
+Image readWebp(std::FILE* file, const ReadRequest& request);
+Image readHeif(std::FILE* file, const ReadRequest& request);
+
+// Of a file with more pictures than the one that was read.
+Notice severalPictures();
 
 }  // namespace tool
 

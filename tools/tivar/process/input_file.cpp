@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <limits>
 
 #include "process/failure.h"
 
@@ -33,6 +34,21 @@ OpenFile openInput(const std::string& name) {
     descriptor.number = -1;
     std::setvbuf(file.get(), nullptr, _IOFBF, kFileBuffer);
     return file;
+}
+
+std::vector<uint8_t> readAll(std::FILE* file) {
+    std::vector<uint8_t> bytes;
+    for (size_t got = kFileBuffer; got == kFileBuffer;) {
+        const size_t before = bytes.size();
+        bytes.resize(before + kFileBuffer);
+        got = std::fread(bytes.data() + before, 1, kFileBuffer, file);
+        if (std::ferror(file) != 0) failErrno("", errno);
+        bytes.resize(before + got);
+        if (bytes.size() > std::numeric_limits<uint32_t>::max()) {
+            fail("has more than 4 gigabytes", "convert it first");
+        }
+    }
+    return bytes;
 }
 
 }  // namespace tool

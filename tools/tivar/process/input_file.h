@@ -3,7 +3,10 @@
 #ifndef TIVAR_TOOL_INPUT_FILE_H
 #define TIVAR_TOOL_INPUT_FILE_H
 
+#include <cstdint>
+#include <cstdio>
 #include <string>
+#include <vector>
 
 #include "process/system.h"
 
@@ -13,6 +16,9 @@ namespace tool {
 std::string nameOfInput(const std::string& name);
 
 OpenFile openInput(const std::string& name);
+
+// All that is left of the file; more than 4 gigabytes are a Failure.
+std::vector<uint8_t> readAll(std::FILE* file);
 
 }  // namespace tool
 

@@ -1,0 +1,34 @@
+// Colours as vectors: four 16-bit lanes a colour, red, green, blue and an idle one.
+#pragma once
+
+#include <cstdint>
+
+#include "base/simd.h"
+
+#if TIVAR_SIMD
+
+namespace tivar {
+
+// A colour's four lanes in a word, red lowest.
+using LaneColor = uint64_t;
+
+// Two colours.
+typedef int16_t Lanes __attribute__((vector_size(16)));
+typedef LaneColor LanePair __attribute__((vector_size(16)));
+
+constexpr LaneColor laneColor(const uint8_t* color) {
+    return color[0] | LaneColor{color[1]} << 16 | LaneColor{color[2]} << 32;
+}
+
+// Through registers: a store of two halves and a load of the whole would wait for each other.
+inline Lanes join(LaneColor first, LaneColor second) {
+    return reinterpret_cast<Lanes>(LanePair{first, second});
+}
+
+inline LanePair part(Lanes lanes) {
+    return reinterpret_cast<LanePair>(lanes);
+}
+
+}  // namespace tivar
+
+#endif

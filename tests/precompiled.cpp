@@ -1,0 +1,2 @@
+// The program whose precompiled headers the tests share: see CMakeLists.txt.
+int main() {}
