@@ -13,19 +13,30 @@ HEIGHT = 24
 # which a reader may or may not be ready for.
 UNPADDED, PADDED = 320, 317
 
+# Of 16 bits the readers agree on the brightest and the darkest level alone.
+BRIGHT = [(255 * (i & 1), 255 * (i >> 1 & 1), 255 * (i >> 2)) for i in range(8)]
 COLORS = [(0, 0, 255), (255, 255, 0), (0, 0, 0), (255, 0, 0), (64, 0, 128), (1, 2, 3), (0, 255, 9), (250, 251, 252)]
 
 
 @dataclass(frozen=True)
 class Kind:
     bits: int
-    header: str  # Windows or OS/2
-    rows: str  # raw, native or portable
+    header: str  # Windows, OS/2 or V4
+    rows: str  # raw, native or portable; of the direct interface they begin with "direct"
     width: int
 
     @property
     def name(self):
-        return f"{self.bits}-{self.header.replace('/', '').lower()}-{self.rows}-{self.width}.bmp"
+        return f"{self.bits}-{self.header.replace('/', '').lower()}-{self.rows.replace(' ', '-')}-{self.width}.bmp"
+
+    @property
+    def is_direct(self):
+        return self.rows.startswith("direct")
+
+    @property
+    def colors(self):
+        """How many the drawing has."""
+        return min(len(COLORS), 1 << min(self.bits, 8))
 
     def options(self):
         options = ["--bits", str(self.bits), "--compress", self.rows.replace("raw", "none")]
@@ -46,6 +57,26 @@ def all_kinds():
                 kinds.append(Kind(bits, header, "portable", PADDED))
             if encoded:
                 kinds += [Kind(bits, header, "native", width) for width in (UNPADDED, PADDED)]
+    return kinds + direct_kinds()
+
+
+def direct_kinds():
+    """What the direct interface writes beside that: an alpha of 255 throughout, where there is one."""
+    kinds = [
+        Kind(32, "Windows", "direct", PADDED),
+        Kind(32, "V4", "direct", PADDED),
+        Kind(32, "V4", "direct, alpha", PADDED),
+    ]
+    for header in ("Windows", "V4"):
+        kinds += [Kind(16, header, f"direct, {masks}", PADDED) for masks in ("565", "555")]
+    for bits in (24, 8, 4, 1):
+        for header in ("Windows", "OS/2", "V4"):
+            kinds.append(Kind(bits, header, "direct", PADDED))
+            if header == "OS/2":
+                continue
+            kinds.append(Kind(bits, header, "direct, top-down", PADDED))
+            if bits in (4, 8):
+                kinds.append(Kind(bits, header, "direct, RLE", PADDED))
     return kinds
 
 
@@ -60,10 +91,10 @@ def draw(width, colors):
 
 def drawing_for(kind):
     """The drawing with a palette of the kind's depth; in true colour there is none."""
-    colors = COLORS[: 1 << min(kind.bits, 8)]
+    colors = (BRIGHT if kind.bits == 16 else COLORS)[: kind.colors]
     picture = Image.frombytes("P", (kind.width, HEIGHT), b"".join(draw(kind.width, len(colors))))
     picture.putpalette(bytes(channel for color in colors for channel in color))
-    return picture if kind.bits <= 8 else picture.convert("RGB")
+    return picture if kind.bits <= 8 else picture.convert("RGBA" if "alpha" in kind.rows else "RGB")
 
 
 def save_drawing(kind, path):

@@ -44,7 +44,7 @@ struct WriteFile : testing::Test {
 };
 
 TEST_F(WriteFile, ANewFileHasTheModeThatTheProcessGives) {
-    for (const mode_t mask : {0022, 0077, 0002}) {
+    for (const mode_t mask : {0022u, 0077u, 0002u}) {
         const mode_t before = umask(mask);
         EXPECT_EQ(put(directory.path("new.bmp")).bytes, wanted);
         umask(before);
@@ -54,7 +54,7 @@ TEST_F(WriteFile, ANewFileHasTheModeThatTheProcessGives) {
 }
 
 TEST_F(WriteFile, AFileThatIsReplacedGivesItsMode) {
-    for (const mode_t mode : {0600, 0640, 0755, 0666}) {
+    for (const mode_t mode : {0600u, 0640u, 0755u, 0666u}) {
         const std::string name = directory.write(
             "old.bmp", "something longer than the new file" + std::string(5000, 'x'));
         chmod(name.c_str(), mode);
