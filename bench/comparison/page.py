@@ -21,6 +21,7 @@ class Findings:
     profiles: dict = field(default_factory=dict)
     sizes: object = None
     memory: object = None
+    quality: str = ""  # tables of quality/measure
 
 
 # ---- Numbers and tables ----
@@ -235,6 +236,19 @@ def jobs(findings):
         yield from job_section(findings, outcome)
 
 
+def quality_section(findings):
+    if not findings.quality:
+        return
+    yield "## Time against quality\n"
+    yield (
+        "How near the pictures of reduced depth come to their originals: the mean peak signal-to-noise ratio in decibels, "
+        "and the same after a Gaussian blur of radius 2 of both pictures, which stands for looking from a distance; that "
+        "is what dithering is for. Times are the sums over the pictures. pngquant and libimagequant write no BMP files. "
+        "`./dev quality` repeats it.\n"
+    )
+    yield findings.quality
+
+
 def growth_section(findings, chart_name):
     yield "## Growth\n"
     yield f"![Time by size of the picture, throughput by size of the output to memory]({chart_name})\n"
@@ -266,5 +280,5 @@ def write(findings, path):
     chart_path = path.with_suffix(".svg")
     chart_path.write_text(chart(findings))
     parts = [introduction(findings), goals(findings), jobs(findings)]
-    parts += [growth_section(findings, chart_path.name), machine(findings)]
+    parts += [quality_section(findings), growth_section(findings, chart_path.name), machine(findings)]
     path.write_text("\n".join(line for part in parts for line in part))
