@@ -1,7 +1,7 @@
 """The jobs, who does them besides tivar, with what commands, and what tivar is to reach.
 
-A command is the list of a program and its arguments, or a shell line for pipelines. {source}, {target}
-and {scratch} are filled in for each run."""
+A command is the list of a program and its arguments, or a shell line for pipelines. {source}, {png} (the same
+picture), {target} and {scratch} are filled in for each run."""
 
 import re
 import subprocess
@@ -44,6 +44,7 @@ TOOLS = {
     "Pillow": Tool([sys.executable, "-I", "-c", "import PIL; print('Pillow', PIL.__version__)"], r"Pillow (\S+)"),
     "FFmpeg": Tool(["ffmpeg", "-version"], r"ffmpeg version (\S+)"),
     "cp": Tool(["cp", "--version"], r"coreutils\) (\S+)"),
+    "pngquant": Tool(["pngquant", "--version"], r"(\S+)"),
 }
 
 
@@ -77,8 +78,11 @@ class Job:
     source: str = "ppm"
     options: tuple = ()  # of tivar, besides the depth
     compression: int = 0
+    direct: bool = False  # by the direct interface
 
     def command(self, program):
+        if self.direct:
+            return [program.with_name("tivar_write_picture"), str(self.bits), "{source}", "{target}"]
         return [program, "export", "{source}", "-o", "{target}", "--bits", str(self.bits), *self.options, "--quiet"]
 
 
@@ -97,6 +101,49 @@ def palette_filter(generate, use):
 
 
 EIGHT_BIT_FILE = "its 16 colours take 8 bits a pixel"
+
+TO_256_COLORS = [
+    Peer("FFmpeg", palette_filter("", "none")),
+    Peer("Pillow", pillow("p.quantize(256, method=Image.Quantize.MEDIANCUT, dither=Image.Dither.NONE)")),
+    Peer(
+        "ImageMagick",
+        [CONVERT, "{source}", "-dither", "None", "-colors", "256", "-compress", "None", "BMP3:{target}"],
+    ),
+    Peer(
+        "GraphicsMagick",
+        ["gm", "convert", "{source}", "+dither", "-colors", "256", "-compress", "None", "{target}"],
+    ),
+    Peer("netpbm", "pnmquant -quiet 256 {source} | ppmtobmp -quiet -bpp=8 >{target}"),
+]
+TO_16_COLORS = [
+    Peer("ImageMagick", [CONVERT, "{source}", "-dither", "FloydSteinberg", "-colors", "16", "BMP3:{target}"]),
+    Peer("GraphicsMagick", ["gm", "convert", "{source}", "-dither", "-colors", "16", "{target}"]),
+    Peer(
+        "Pillow",
+        pillow("p.quantize(palette=p.quantize(16), dither=Image.Dither.FLOYDSTEINBERG)"),
+        bits=8,
+        note=EIGHT_BIT_FILE,
+    ),
+    Peer("FFmpeg", palette_filter("max_colors=16:", "floyd_steinberg"), bits=8, note=EIGHT_BIT_FILE),
+    Peer(
+        "netpbm",
+        "pnmcolormap -quiet 16 {source} >{scratch}/map.ppm && "
+        "pnmremap -quiet -mapfile={scratch}/map.ppm -fs {source} | ppmtobmp -quiet -bpp=4 >{target}",
+    ),
+]
+TO_BLACK_AND_WHITE = [
+    Peer("netpbm", "ppmtopgm {source} | pgmtopbm -fs | ppmtobmp -quiet -bpp=1 >{target}"),
+    Peer("Pillow", pillow("p.convert('1')")),
+    Peer("ImageMagick", [CONVERT, "{source}", "-monochrome", "BMP3:{target}"]),
+    Peer("GraphicsMagick", ["gm", "convert", "{source}", "-monochrome", "{target}"]),
+    Peer("FFmpeg", ffmpeg("-sws_dither", "ed", "-pix_fmt", "monob")),
+]
+
+
+def pngquant(*options):
+    command = ["pngquant", "--force", "-o", "{target}", *options, "--", "{png}"]
+    return Peer("pngquant", command, note="reads and writes PNG", yardstick=True)
+
 
 JOBS = [
     Job(
@@ -128,19 +175,7 @@ JOBS = [
         "the first-level cache, and by the histogram (`direct_indexed`), which adds one at a place that depends "
         "on the pixel. Sorting and cutting (`AdjustHeap`) and the lists of candidate colours (`buildList`) cost "
         "about the same whatever the size.",
-        [
-            Peer("FFmpeg", palette_filter("", "none")),
-            Peer("Pillow", pillow("p.quantize(256, method=Image.Quantize.MEDIANCUT, dither=Image.Dither.NONE)")),
-            Peer(
-                "ImageMagick",
-                [CONVERT, "{source}", "-dither", "None", "-colors", "256", "-compress", "None", "BMP3:{target}"],
-            ),
-            Peer(
-                "GraphicsMagick",
-                ["gm", "convert", "{source}", "+dither", "-colors", "256", "-compress", "None", "{target}"],
-            ),
-            Peer("netpbm", "pnmquant -quiet 256 {source} | ppmtobmp -quiet -bpp=8 >{target}"),
-        ],
+        TO_256_COLORS,
     ),
     Job(
         "4-bit",
@@ -151,25 +186,7 @@ JOBS = [
         "Bound by the diffusion (`ditherColorRows`): a pixel's colour is known only after its left neighbour's "
         "error, so every pixel waits for a search and the arithmetic behind it. Two rows in flight hide a part "
         "of that; reading, histogram and writing are small beside it.",
-        [
-            Peer(
-                "ImageMagick",
-                [CONVERT, "{source}", "-dither", "FloydSteinberg", "-colors", "16", "BMP3:{target}"],
-            ),
-            Peer("GraphicsMagick", ["gm", "convert", "{source}", "-dither", "-colors", "16", "{target}"]),
-            Peer(
-                "Pillow",
-                pillow("p.quantize(palette=p.quantize(16), dither=Image.Dither.FLOYDSTEINBERG)"),
-                bits=8,
-                note=EIGHT_BIT_FILE,
-            ),
-            Peer("FFmpeg", palette_filter("max_colors=16:", "floyd_steinberg"), bits=8, note=EIGHT_BIT_FILE),
-            Peer(
-                "netpbm",
-                "pnmcolormap -quiet 16 {source} >{scratch}/map.ppm && "
-                "pnmremap -quiet -mapfile={scratch}/map.ppm -fs {source} | ppmtobmp -quiet -bpp=4 >{target}",
-            ),
-        ],
+        TO_16_COLORS,
     ),
     Job(
         "1-bit",
@@ -179,13 +196,7 @@ JOBS = [
         3.5,
         "Bound by the same chain as at 4 bits, over greys (`ditherGreyRows`): the search is a look into a table "
         "of 256 levels, and what remains is the wait for that look and a clamped sum a pixel.",
-        [
-            Peer("netpbm", "ppmtopgm {source} | pgmtopbm -fs | ppmtobmp -quiet -bpp=1 >{target}"),
-            Peer("Pillow", pillow("p.convert('1')")),
-            Peer("ImageMagick", [CONVERT, "{source}", "-monochrome", "BMP3:{target}"]),
-            Peer("GraphicsMagick", ["gm", "convert", "{source}", "-monochrome", "{target}"]),
-            Peer("FFmpeg", ffmpeg("-sws_dither", "ed", "-pix_fmt", "monob")),
-        ],
+        TO_BLACK_AND_WHITE,
     ),
     Job(
         "8-bit-rle",
@@ -210,5 +221,36 @@ JOBS = [
         source="pgm",
         options=("--compress", "native"),
         compression=RLE8,
+    ),
+    Job(
+        "8-bit-direct",
+        "8 bits, not dithered, direct interface",
+        8,
+        [Goal("FFmpeg", 0.15), Goal("pngquant", 0.03)],
+        1.2,
+        "About equal parts: counting the colours of every pixel (`addPixel`), looking up the nearest entry (`mapRow`), "
+        "and reading the picture. Cuts and k-means work on the histogram and cost the same whatever the size.",
+        [*TO_256_COLORS, pngquant("--nofs", "256")],
+        direct=True,
+    ),
+    Job(
+        "4-bit-direct",
+        "4 bits, dithered, direct interface",
+        4,
+        [Goal("ImageMagick", 0.2)],
+        1.2,
+        "Bound by the diffusion over three channels, eight rows in flight.",
+        [*TO_16_COLORS, pngquant("16")],
+        direct=True,
+    ),
+    Job(
+        "1-bit-direct",
+        "1 bit, dithered, direct interface",
+        1,
+        [Goal("netpbm", 0.4), Goal("Pillow", 0.25)],
+        1.2,
+        "Half of it is the kernel's, which reads the picture into fresh pages; then the diffusion over greys.",
+        TO_BLACK_AND_WHITE,
+        direct=True,
     ),
 ]

@@ -119,7 +119,7 @@ def shown_command(contestant, suffix):
     if not isinstance(line, str):
         program, *parts = [str(part) for part in line]
         line = " ".join([program.rsplit("/", 1)[-1], *map(quoted, parts)])
-    return line.format(source=f"in.{suffix}", target="out.bmp", scratch="tmp")
+    return line.format(source=f"in.{suffix}", png="in.png", target="out.bmp", scratch="tmp")
 
 
 def job_section(findings, outcome):

@@ -11,7 +11,7 @@ from comparison.failure import Failure
 
 TILE = 512
 SUFFIXES = {".png", ".jpg", ".jpeg", ".ppm", ".bmp", ".tif", ".tiff"}
-MODES = {"ppm": "RGB", "pgm": "L"}
+MODES = {"ppm": "RGB", "pgm": "L", "png": "RGB"}
 TURNS = (None, Image.Transpose.FLIP_LEFT_RIGHT, Image.Transpose.FLIP_TOP_BOTTOM, Image.Transpose.ROTATE_180)
 
 
@@ -68,8 +68,8 @@ def draw_chart(program, width, height):
     return Image.frombytes("RGB", (width, height), drawn[start:])
 
 
-def make(maker, width, height, directory, suffixes=("ppm", "pgm")):
-    """Draws a picture and saves it, in colour as PPM and in grey as PGM."""
+def make(maker, width, height, directory, suffixes=("ppm", "pgm", "png")):
+    """Draws a picture and saves it, in colour as PPM and PNG and in grey as PGM."""
     image = maker.draw(width, height)
     picture = Picture(width, height, {})
     for suffix in suffixes:

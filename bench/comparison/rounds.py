@@ -80,7 +80,7 @@ class Outcome:
 
 
 def fill_in(command, source, target, scratch):
-    values = {"source": source, "target": target, "scratch": scratch}
+    values = {"source": source, "png": source.with_suffix(".png"), "target": target, "scratch": scratch}
     if isinstance(command, str):
         return ["/bin/sh", "-c", command.format(**values)]
     return [str(part).format(**values) for part in command]

@@ -1,6 +1,6 @@
 // The library's use of the heap, watched and limited. The programs are linked with --wrap for
-// malloc, calloc, realloc and free, which leads the library's calls here; C++ allocations do not come this
-// way.
+// malloc, calloc, realloc and free, which leads the library's calls here; C++ allocations do not
+// come this way.
 #pragma once
 
 #include <cstddef>

@@ -18,8 +18,8 @@ struct Shares {
     Error belowRight;
 };
 
-// t goes to the right, and the three pixels below get what t leaves after taking off eighths, for 7,
-// 5, 3 and 1 sixteenths. divide(error, shift) divides by 2 to the power shift, toward zero.
+// t goes to the right, and the three pixels below get what t leaves after taking off eighths, for
+// 7, 5, 3 and 1 sixteenths. divide(error, shift) divides by 2 to the power shift, toward zero.
 template <class Error, class Divide>
 constexpr Shares<Error> sharesOf(Error error, Divide divide) {
     const Error q = divide(error, 3);

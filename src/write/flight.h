@@ -1,9 +1,10 @@
 // Eight rows of an error diffusion at once, a lane of a vector each.
 //
 // Every row runs three pixels behind the one above it. Two would do for that one to be done with
-// the places that touch it; the third lets errors travel down while the next step is under way. A step handles a pixel of each row; a row that is not at one of its pixels makes no
-// error. Pixels are brought into the order of the steps, and what is found back into that of rows,
-// a tile of steps at a time.
+// the places that touch it; the third lets errors travel down while the next step is under way. A
+// step handles a pixel of each row; a row that is not at one of its pixels makes no error. Pixels
+// are brought into the order of the steps, and what is found back into that of rows, a tile of
+// steps at a time.
 #pragma once
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // Pixels of 16 bits: red, green, blue from the highest bits down, 5 each, green 5 or 6.
 //
-// A channel's steps mean the levels of a byte that are nearest to them: colours of such levels alone
-// stay as they are, whatever the dithering.
+// A channel's steps mean the levels of a byte that are nearest to them: colours of such levels
+// alone stay as they are, whatever the dithering.
 #pragma once
 
 #include <cstdint>

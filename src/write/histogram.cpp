@@ -44,13 +44,14 @@ uint32_t levelOf(uint32_t cell, int channel) {
 
 inline void addPixel(Histogram& histogram, uint64_t* cells, const uint8_t* rgb) {
     const uint64_t entry = kTable[0][rgb[0]] + kTable[1][rgb[1]] + kTable[2][rgb[2]];
-    uint64_t& word = cells[entry >> kCellShift];
+    const auto cell = static_cast<uint32_t>(entry >> kCellShift);
+    uint64_t& word = cells[cell];
     const uint64_t added = word + (entry & kAddend);
     if (added >> kFullShift == 0) {
         word = added;
         return;
     }
-    histogram.aside[histogram.asideCount++] = {word, static_cast<uint32_t>(entry >> kCellShift)};
+    histogram.aside[histogram.asideCount++] = {word, cell};
     word = entry & kAddend;
 }
 

@@ -12,7 +12,8 @@ namespace tivar {
 // At most most colours, 1 to 256, for the picture, the darkest first: by luma, then by red, green
 // and blue. When the picture has no more colours than that, they are the palette and exact is true;
 // else the palette is one with little squared error, or, for pictures that are dithered to it, with
-// little of what dithering cannot mend. Looks at every row once. The same for any number of threads.
+// little of what dithering cannot mend. Looks at every row once. The same for any number of
+// threads.
 PaletteResult choosePalette(const ColorRows& rows, uint32_t most, bool dithered, int threads,
                             Watch& watch, ColorTable& table, bool& exact);
 

@@ -39,8 +39,8 @@ inline bool dependOnOrder(const PaletteRows& rows) {
     return rows.dither == TIVAR_DITHER_DIFFUSE;
 }
 
-// The nearest, or dithered, entries of a group of rows of colours. Rows that do not depend on others
-// may be asked for by several threads.
+// The nearest, or dithered, entries of a group of rows of colours. Rows that do not depend on
+// others may be asked for by several threads.
 void indexGroup(PaletteRows& rows, const RowGroup& colors, uint8_t* const* indices);
 
 }  // namespace tivar

@@ -30,8 +30,8 @@ struct Session {
     PaletteRows reduced;
     HighRows high;
     RleEncoder encoder;
-    // Room for a row of colours and one of indices for every thread or every row of a group, and for
-    // rows on their way to the target.
+    // Room for a row of colours and one of indices for every thread or every row of a group, and
+    // for rows on their way to the target.
     int threads;
     uint32_t groupRows;
     Block<uint8_t> colorRows;

@@ -24,8 +24,8 @@ bool prepareSource(Source& source, const TivarPicture& picture, uint32_t slots);
 // Asks the call-back for every row, from the top, and keeps them: enum TivarResult.
 int32_t keepPicture(Source& source, Watch& watch);
 
-// Row y; null when the call-back failed. What it gave lasts until the next row in that slot, and its
-// rows are asked for once each.
+// Row y; null when the call-back failed. What it gave lasts until the next row in that slot, and
+// its rows are asked for once each.
 const uint8_t* rowOf(Source& source, uint32_t y, uint32_t slot);
 
 // The same of rows in memory, which any number of threads may ask for.

@@ -1,5 +1,5 @@
-// Thresholds that spread over the plane as blue noise, for ordered dithering and for the diffusion's
-// faint tones.
+// Thresholds that spread over the plane as blue noise, for ordered dithering and for the
+// diffusion's faint tones.
 #pragma once
 
 #include <cstdint>

@@ -27,6 +27,9 @@ printf '%s\\n' "${COMPREPLY[@]}"
         ("export --mode ", []),
         ("gallery a.png -o ", ["pictures"]),
         ("export a.png -o ", ["old.bmp", "pictures"]),
+        ("help dec", ["decode"]),
+        ("inspect --", ["--brief", "--help", "--json"]),
+        ("export --li", ["--library", "--limit-pixels"]),
         ("settings set header = ", ["os2", "windows"]),
     ],
 )

@@ -121,7 +121,7 @@ def test_version_names_program_and_library(tivar):
     result = tivar.run("--version")
     assert result.returncode == 0
     assert re.fullmatch(
-        r"tivar 2\.0\.5 \(library 2\.0\.5, /.*libtivar\.so.*\)\n", result.stdout.decode()
+        r"tivar (\d+\.\d+\.\d+) \(library \1, /.*libtivar\.so.*\)\n", result.stdout.decode()
     )
 
 

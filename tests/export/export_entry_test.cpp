@@ -400,7 +400,8 @@ TEST(ExportCellData, NoMemoryLaterOnReturnsZeroAndLeavesTheHostItsBlock) {
     }
 }
 
-// ---- Settings and blocks that change in the middle -----------------------------------------------
+// ---- Settings and blocks that change in the middle
+// -----------------------------------------------
 
 TEST(ExportCellData, StaleMemoryWordIsClearedWhenTheExportBegins) {
     Host host;

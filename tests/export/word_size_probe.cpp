@@ -1,5 +1,5 @@
-// Exports a fixed set of made-up pictures into the directory that its argument names, and writes them
-// by the direct interface. Builds of either word size must give the same files.
+// Exports a fixed set of made-up pictures into the directory that its argument names, and writes
+// them by the direct interface. Builds of either word size must give the same files.
 #include <tivar/tivar.h>
 #include <tivar/write.h>
 

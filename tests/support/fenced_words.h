@@ -1,5 +1,5 @@
-// Words of a host's block with memory behind them that nobody may touch: a read beyond the last word
-// ends the program, with sanitizers or without.
+// Words of a host's block with memory behind them that nobody may touch: a read beyond the last
+// word ends the program, with sanitizers or without.
 #pragma once
 
 #include <sys/mman.h>

@@ -46,8 +46,8 @@ uint8_t plainOrderedGrey(const ColorTable& table, const uint8_t* rgb, int thresh
         support::plainNearestGrey(table, gap.part > threshold ? gap.upper : gap.lower));
 }
 
-// Of 32 entries (8 of a large palette), each nearest to the colour and what is missing so far, in the order of light the
-// one that the threshold points at.
+// Of 32 entries (8 of a large palette), each nearest to the colour and what is missing so far, in
+// the order of light the one that the threshold points at.
 uint8_t plainOrderedColor(const ColorTable& table, const uint8_t* rgb, int threshold) {
     const int mixed = table.count <= 16 ? 32 : 8;
     std::vector<uint32_t> taken;

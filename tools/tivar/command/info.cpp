@@ -47,7 +47,7 @@ void printInfo(const Library& library) {
 }
 
 void printVersion(const Library& library) {
-    std::printf("tivar %s (library %s, %s)\n", TIVAR_TOOL_VERSION, versionText(library).c_str(),
+    std::printf("tivar %s (library %s, %s)\n", TIVAR_TOOL_VERSION, library.release(),
                 printable(library.path).c_str());
 }
 

@@ -1,6 +1,7 @@
 #include "command/options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <iostream>
@@ -8,6 +9,7 @@
 #include <string_view>
 
 #include "command/bmp_options.h"
+#include "command/help_text.h"
 #include "command/settings_options.h"
 #include "command/usage_error.h"
 #include "export/read_picture.h"
@@ -233,6 +235,8 @@ void describe(CommandLine& line, Options& options, Typed& typed) {
     line.bmp = addBmpCommands(line.app, options);
     line.settings = addSettingsCommands(line.app, options);
     line.info = line.app.add_subcommand("info", "Show what the library offers");
+    // Listed only: its line is spelled out before it is parsed.
+    line.app.add_subcommand("help", "Show this, or the options of a command");
     addLibrary(*line.info, options.library);
 }
 
@@ -255,6 +259,15 @@ Command chosen(const CommandLine& line, const Typed& typed) {
     failUsage("a command is missing", kSeeHelp);
 }
 
+// "help export" is short for "export --help".
+std::vector<std::string> spelledOut(int argc, char** argv) {
+    std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    if (arguments.empty() || arguments.front() != "help") return arguments;
+    arguments.erase(arguments.begin());
+    arguments.emplace_back("--help");
+    return arguments;
+}
+
 }  // namespace
 
 Options parseOptions(int argc, char** argv) {
@@ -262,10 +275,12 @@ Options parseOptions(int argc, char** argv) {
     Typed typed;
     CommandLine line;
     describe(line, options, typed);
+    const std::vector<std::string> arguments = spelledOut(argc, argv);
     try {
-        line.app.parse(argc, argv);
-    } catch (const CLI::Success& help) {
-        line.app.exit(help);
+        line.app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    } catch (const CLI::Success&) {
+        refuseStrays(line.app, remedyOf(line));
+        std::cout << wrapped(line.app.help(), terminalColumns());
         return options;
     } catch (const CLI::ParseError& error) {
         failParse(line.app, error, std::span(argv, static_cast<size_t>(argc)).subspan(1),

@@ -19,6 +19,9 @@ namespace tool {
 [[noreturn]] void failParse(const CLI::App& app, const CLI::ParseError& error,
                             std::span<char* const> arguments, const std::string& remedy);
 
+// The same about what fits nowhere on a line that asks for help.
+void refuseStrays(const CLI::App& app, const std::string& remedy);
+
 // Validators whose messages are plain.
 CLI::Validator notEmpty();
 CLI::Validator oneOf(std::vector<std::string> words);

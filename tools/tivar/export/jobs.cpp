@@ -13,6 +13,7 @@
 #include "process/failure.h"
 #include "process/input_file.h"
 #include "process/interrupt.h"
+#include "process/lower_case.h"
 #include "process/output.h"
 
 namespace fs = std::filesystem;
@@ -52,7 +53,19 @@ void refuseSameTargets(const std::vector<Job>& jobs) {
     }
 }
 
+// A second name that is one of a BMP file is rather the target: as a picture to read it would be
+// written over itself.
+void refuseForgottenOption(const JobsRequest& request) {
+    if (request.inputs.size() != 2 || !request.out.empty()) return;
+    const std::string& last = request.inputs.back();
+    const std::string suffix = inLowerCase(fs::path(last).extension().string());
+    if (suffix == ".bmp" || suffix == ".dib") {
+        failUsage(last + " would be a second picture to read", "did you mean -o " + last + "?");
+    }
+}
+
 void checkUsage(const JobsRequest& request) {
+    refuseForgottenOption(request);
     const bool several = request.inputs.size() > 1;
     if (several && !request.out.empty() && !isDirectory(request.out)) {
         failUsage("-o " + request.out + " is no directory for several inputs",

@@ -1,7 +1,10 @@
 #include "export/run_job.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
+#include <filesystem>
 #include <utility>
 #include <vector>
 
@@ -13,6 +16,7 @@
 #include "export/read_picture.h"
 #include "process/failure.h"
 #include "process/library_voice.h"
+#include "process/lower_case.h"
 #include "process/output.h"
 #include "process/progress.h"
 
@@ -65,6 +69,15 @@ std::string describeResult(const Output& output, const Delivery& delivery, const
            std::to_string(delivery.start.length) + " bytes";
 }
 
+// The name of another kind of picture, which other programs go by.
+void tellMisnamed(Progress& progress, const std::string& target) {
+    constexpr std::array kOthers{".png", ".jpg", ".jpeg", ".gif", ".tif",  ".tiff", ".webp",
+                                 ".ppm", ".pgm", ".pbm",  ".pnm", ".heic", ".avif"};
+    const std::string suffix = inLowerCase(std::filesystem::path(target).extension().string());
+    if (std::find(kOthers.begin(), kOthers.end(), suffix) == kOthers.end()) return;
+    showNotice(progress, target + " is a BMP file, whatever its name says", "name it .bmp");
+}
+
 // What was asked for and is not in the file.
 void tellUnheard(Progress& progress, const ExportRequest& request, const ExportPlan& plan,
                  const SetupRecord& record) {
@@ -106,6 +119,7 @@ Exported runJob(const Library& library, const Job& job, const ExportRequest& req
     const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - begin;
     showResult(progress, describeResult(output, delivery, plan));
     for (const Notice& notice : notices) showNotice(progress, notice.what, notice.remedy);
+    tellMisnamed(progress, job.target);
     tellUnheard(progress, request, plan, *settings.record);
     return {delivery.start.length, spent.count()};
 }

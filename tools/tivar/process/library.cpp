@@ -116,6 +116,7 @@ void bindSymbols(Library& library, const Loaded& loaded) {
     bindSymbol(loaded, "lpEMData", library.deviceState);
     bindSymbol(loaded, "FilterVersion", library.versionWord);
     bindSymbol(loaded, "FilterID", library.idWord);
+    bindSymbol(loaded, "tivar_version", library.release);
 }
 
 }  // namespace

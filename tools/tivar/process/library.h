@@ -4,6 +4,7 @@
 #define TIVAR_TOOL_LIBRARY_H
 
 #include <tivar/tivar.h>
+#include <tivar/write.h>
 
 #include <string>
 #include <utility>
@@ -39,13 +40,14 @@ struct Library {
     EMData* const* deviceState{};  // the raster driver's, null while it is not initialised
     const int16_t* versionWord{};
     const int16_t* idWord{};
+    decltype(&::tivar_version) release{};
 };
 
 // Loads the library from wanted, else from the environment variable TIVAR_LIBRARY, else from beside
 // the program, else from where the system's loader looks. It stays loaded until the process ends.
 Library loadLibrary(const std::string& wanted);
 
-// "2.0.5"
+// Of the filter interface, "2.0.5".
 std::string versionText(const Library& library);
 
 // A block of the library's memory, freed with its owner.
