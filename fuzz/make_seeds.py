@@ -547,7 +547,7 @@ def write_options(bits, header=0, encoding=0, order=0, length=0, masks=0, x=0, y
     if colors != 3:
         seed.one_in(4, most != 0)
         if most:
-            seed.u8(most - 2)
+            seed.u8(most - 2)  # at least 2
     seed.add(choice(dither)).add(choice(alpha))
     return seed.u8(9, 99, 199) if alpha == 1 else seed
 
@@ -591,6 +591,7 @@ def write():
                 yield f"dither-{bits}-{dither}-{colors}", write_call(
                     RGB, 37, 21, write_options(bits, dither=dither, colors=colors), FEW).add(rows)
         yield f"limited-{bits}", write_call(RGB, 37, 21, write_options(bits, most=5)).add(rows)
+        yield f"two-{bits}", write_call(BGRA, 37, 21, write_options(bits, most=2)).add(rows)
         yield f"given-{bits}", write_call(BGR, 37, 21, write_options(bits, colors=3), given=16).add(rows)
     yield "top-down", write_call(RGB, 37, 21, write_options(24, order=1)).add(rows)
     yield "full-palette", write_call(GREY, 9, 5, write_options(4, length=1)).add(rows)

@@ -17,18 +17,21 @@ constexpr Refusal contradiction(const char* field, const char* why) {
 
 // ---- The picture ----
 
+// Bytes between rows, whichever way they lie; the least stride has no opposite of its own kind.
+uint64_t stepOf(const TivarPicture& picture) {
+    const auto stride = static_cast<uint64_t>(int64_t{picture.stride});
+    return picture.stride < 0 ? 0 - stride : stride;
+}
+
 bool strideHoldsRow(const TivarPicture& picture) {
     const uint64_t wanted = packedRowBytes(picture.width, formatBits(picture.format));
-    const auto stride = static_cast<int64_t>(picture.stride);
-    return picture.stride == 0 || picture.height == 1 ||
-           static_cast<uint64_t>(stride < 0 ? -stride : stride) >= wanted;
+    return picture.stride == 0 || picture.height == 1 || stepOf(picture) >= wanted;
 }
 
 // Whether every byte of the picture can lie in memory at all.
 bool fitsMemory(const TivarPicture& picture) {
     const uint64_t row = packedRowBytes(picture.width, formatBits(picture.format));
-    const auto stride = static_cast<int64_t>(picture.stride);
-    const uint64_t step = stride == 0 ? row : static_cast<uint64_t>(stride < 0 ? -stride : stride);
+    const uint64_t step = picture.stride == 0 ? row : stepOf(picture);
     constexpr uint64_t kMost = PTRDIFF_MAX;
     return row <= kMost && (picture.height == 1 || step <= (kMost - row) / (picture.height - 1));
 }

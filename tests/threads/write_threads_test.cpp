@@ -39,12 +39,12 @@ std::vector<Job> manyJobs(uint32_t count) {
 }
 
 TEST(WriteThreads, SixteenThreadsGiveTheBytesOfOne) {
-    constexpr size_t kTogether = 16;
+    constexpr size_t kSixteen = 16;
     const std::vector<Job> jobs = manyJobs(48);
     const support::TempDirectory directory;
-    std::vector<int> wrong(kTogether);
+    std::vector<int> wrong(kSixteen);
     std::vector<std::thread> threads;
-    for (size_t t = 0; t < kTogether; ++t) {
+    for (size_t t = 0; t < kSixteen; ++t) {
         threads.emplace_back([&, t] {
             const std::string name = directory.path("out-" + std::to_string(t % 8) + ".bmp");
             for (size_t i = 0; i < jobs.size(); ++i) {
@@ -62,7 +62,7 @@ TEST(WriteThreads, SixteenThreadsGiveTheBytesOfOne) {
         });
     }
     for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(wrong, std::vector<int>(kTogether));
+    EXPECT_EQ(wrong, std::vector<int>(kSixteen));
     // Two threads shared each name: either's file is whole.
     for (const std::string& name : directory.names()) {
         const std::string content = directory.read(name);
