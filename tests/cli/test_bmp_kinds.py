@@ -2,6 +2,7 @@
 
 import json
 import os
+import random
 
 import bmp
 import bmp_kinds
@@ -125,3 +126,28 @@ def test_json_has_every_field(tivar):
         "flaws": [],
         "more_flaws": 0,
     }
+
+
+def damaged(data, seed):
+    """Some bytes changed, most of them in the headers, or the end cut off."""
+    draw = random.Random(seed)
+    data = bytearray(data)
+    for _ in range(draw.randrange(1, 4)):
+        place = draw.randrange(2, min(len(data), 80) if draw.randrange(4) else len(data))
+        data[place] = draw.choice((0, 1, 2, 127, 128, 255, draw.randrange(256)))
+    return bytes(data[: draw.randrange(20, len(data))] if draw.randrange(3) == 0 else data)
+
+
+def test_damaged_files_of_every_kind_are_survived(tivar, kind):
+    for seed in range(6):
+        (tivar.directory / "in.bmp").write_bytes(damaged(kind.data, f"{kind.name} {seed}"))
+        limit = ["--limit-pixels", 1000000]
+        for arguments in (
+            ["inspect", "--json", "in.bmp"],
+            ["decode", *limit, "--lenient", "in.bmp", "out.png"],
+            ["export", *limit, "--lenient", "in.bmp", "-o", "out.bmp"],
+        ):
+            result = tivar.run(*arguments)
+            assert result.returncode in (0, 1), (seed, arguments, result.stderr)
+            if arguments[0] == "inspect" and result.stdout:
+                json.loads(result.stdout)

@@ -1,7 +1,6 @@
 """What is done with a picture while it is read: limits, damage, orientation and colour profiles."""
 
 import io
-import json
 import resource
 import struct
 import subprocess
@@ -48,7 +47,7 @@ def little_memory():
     resource.setrlimit(resource.RLIMIT_AS, (3 << 30, 3 << 30))
 
 
-def test_the_memory_of_a_progressive_picture_is_bounded(tivar):
+def test_the_memory_of_a_progressive_picture_is_bounded(tivar, sanitized):
     """65500 x 4000 pixels in three colours, whose coefficients alone are 1.5 GB."""
     frame = struct.pack(">BHHB", 8, 4000, 65500, 3) + bytes([1, 0x11, 0, 2, 0x11, 0, 3, 0x11, 0])
     data = (
@@ -57,7 +56,7 @@ def test_the_memory_of_a_progressive_picture_is_bounded(tivar):
         + jpeg_segment(0xDA, bytes([3, 1, 0, 2, 0, 3, 0, 0, 0, 0])) + bytes(100) + b"\xff\xd9"
     )
     (tivar.directory / "in.jpg").write_bytes(data)
-    result = tivar.run("export", "in.jpg", "-o", "out.bmp", limits=little_memory)
+    result = tivar.run("export", "in.jpg", "-o", "out.bmp", limits=None if sanitized else little_memory)
     fails(result, 1, "in.jpg", "needs more memory", "--limit-pixels")
 
 

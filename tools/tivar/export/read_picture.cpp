@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <ranges>
 #include <string_view>
 
 #include "bmp/read_bmp.h"
@@ -24,8 +25,8 @@ std::string peek(std::FILE* file) {
     if (start.empty()) fail("is empty", "get a complete copy of it");
     // The bytes come from the buffer, so that the C library takes them all back.
     std::clearerr(file);
-    for (auto last = start.rbegin(); last != start.rend(); ++last) {
-        std::ungetc(static_cast<unsigned char>(*last), file);
+    for (const char last : std::ranges::reverse_view(start)) {
+        std::ungetc(static_cast<unsigned char>(last), file);
     }
     return start;
 }
