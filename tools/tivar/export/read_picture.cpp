@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <ranges>
 #include <string_view>
 
 #include "bmp/read_bmp.h"
@@ -25,8 +24,8 @@ std::string peek(std::FILE* file) {
     if (start.empty()) fail("is empty", "get a complete copy of it");
     // The bytes come from the buffer, so that the C library takes them all back.
     std::clearerr(file);
-    for (const char last : std::ranges::reverse_view(start)) {
-        std::ungetc(static_cast<unsigned char>(last), file);
+    for (size_t left = start.size(); left != 0; --left) {
+        std::ungetc(static_cast<unsigned char>(start[left - 1]), file);
     }
     return start;
 }
