@@ -8,13 +8,15 @@
 
 namespace tivar {
 
+constexpr uint32_t kMostRecordBytes = 4096;  // more than any release will know
+
 // Copies the caller's record; false when its size is below leastBytes, which the first release had,
 // or something unknown is asked for.
 template <class Record>
 bool readRecord(const Record* from, size_t leastBytes, Record& record) {
     uint32_t size = 0;
     std::memcpy(&size, from, sizeof size);
-    if (size < leastBytes) return false;
+    if (size < leastBytes || size > kMostRecordBytes) return false;
     const auto* bytes = reinterpret_cast<const uint8_t*>(from);
     for (size_t i = sizeof(Record); i < size; ++i)
         if (bytes[i] != 0) return false;

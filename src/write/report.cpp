@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/text.h"
+#include "write/record.h"
 
 namespace tivar {
 namespace {
@@ -14,7 +15,8 @@ constexpr size_t kFirstReportBytes = sizeof(TivarReport);
 }  // namespace
 
 bool isReport(const TivarReport* report) {
-    return report == nullptr || report->size >= kFirstReportBytes;
+    return report == nullptr ||
+           (report->size >= kFirstReportBytes && report->size <= kMostRecordBytes);
 }
 
 int32_t tell(TivarReport* to, const TivarReport& report) {

@@ -36,7 +36,8 @@ struct HostileCall {
     explicit HostileCall(uint32_t seed) : random(seed) {
         for (uint8_t& byte : palette) byte = random.byte();
         picture = {};
-        picture.size = random() % 50 == 0 ? random() % 200 : uint32_t{sizeof picture};
+        picture.size =
+            random() % 50 == 0 ? random() % uint32_t{sizeof picture} : uint32_t{sizeof picture};
         picture.format = static_cast<int32_t>(strange(random, TIVAR_INDEX8));
         picture.width = strange(random, 40);
         picture.height = strange(random, 40);
@@ -55,7 +56,8 @@ struct HostileCall {
     void fillOptions() {
         constexpr int32_t depths[] = {0, 1, 4, 8, 16, 24, 32};
         options = {};
-        options.size = random() % 50 == 0 ? random() % 300 : uint32_t{sizeof options};
+        options.size =
+            random() % 50 == 0 ? random() % uint32_t{sizeof options} : uint32_t{sizeof options};
         options.bits = random() % 20 == 0 ? static_cast<int32_t>(random())
                                           : depths[random() % std::size(depths)];
         options.header = strangeChoice(random, TIVAR_HEADER_V4);
