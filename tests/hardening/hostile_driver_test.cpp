@@ -95,9 +95,11 @@ TEST(HostileArguments, RasterWriteCellData) {
     const Block image(someRows(16, 4));
     RasterWriteCellData(image.handle, 4, 4, 0, 32, CELLS_CMYK);
     EXPECT_EQ(image.contents(), someRows(16, 4)) << "there is no device";
-    DriverHost closed;
-    closed.initialise();
-    RasterWriteCellData(image.handle, 4, 4, 0, 32, CELLS_CMYK);
+    {
+        DriverHost closed;
+        closed.initialise();
+        RasterWriteCellData(image.handle, 4, 4, 0, 32, CELLS_CMYK);
+    }
     for (const int16_t bits : kStrangeDepths) {
         for (const int16_t model : kModels) {
             DriverHost host;
