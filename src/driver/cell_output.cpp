@@ -65,8 +65,10 @@ void negotiate(Work& work, uint32_t resolution) {
     CellFormat format = {static_cast<double>(work.width), static_cast<double>(work.height),
                          resolution, 0, 0};
     if (resolution != 0) {
-        format.width = static_cast<double>(windowExtent(kWindowX1, kWindowX2)) / resolution;
-        format.height = static_cast<double>(windowExtent(kWindowY1, kWindowY2)) / resolution;
+        format.width =
+            static_cast<double>(windowExtent(*work.device, kWindowX1, kWindowX2)) / resolution;
+        format.height =
+            static_cast<double>(windowExtent(*work.device, kWindowY1, kWindowY2)) / resolution;
     }
     auto bitCount = static_cast<uint16_t>(work.bits);
     uint16_t planes = 0;
@@ -80,9 +82,9 @@ void negotiate(Work& work, uint32_t resolution) {
     work.height = saturate<uint32_t>(format.height);
 }
 
-MemHandle copyDeviceColors() {
-    OwnedBlock palette(allocateZeroed(sizeof lpEMData->colorTable));
-    if (palette) std::memcpy(palette.data, lpEMData->colorTable, sizeof lpEMData->colorTable);
+MemHandle copyDeviceColors(const EMData& device) {
+    OwnedBlock palette(allocateZeroed(sizeof device.colorTable));
+    if (palette) std::memcpy(palette.data, device.colorTable, sizeof device.colorTable);
     return palette.release();
 }
 
@@ -111,7 +113,7 @@ bool prepare(Work& work, uint32_t width, uint32_t height) {
         work.replace(rlShrinkBitmap(work.image, work.bits, width, height, work.width, work.height));
         if (!reportStep(work)) return false;
     }
-    if (work.bits < kTrueColorBits) work.palette = copyDeviceColors();
+    if (work.bits < kTrueColorBits) work.palette = copyDeviceColors(*work.device);
     convertModel(work);
     if (work.outputBits != work.bits) {
         convertDepth(work);
@@ -135,9 +137,10 @@ void writeFile(const Work& work) {
     const OxlStream stream = work.device.stream.handle;
     const Locked<const uint8_t> ownPalette(work.palette);
     // A table shorter than the depth wants is black from its end on.
-    uint8_t palette[sizeof lpEMData->colorTable] = {};
+    const EMData& device = *work.device;
+    uint8_t palette[sizeof device.colorTable] = {};
     const size_t present = ownPalette ? GlobalSize(work.palette) : sizeof palette;
-    std::memcpy(palette, ownPalette ? ownPalette.data : &lpEMData->colorTable[0][0],
+    std::memcpy(palette, ownPalette ? ownPalette.data : &device.colorTable[0][0],
                 present < sizeof palette ? present : sizeof palette);
     const auto bits = static_cast<uint32_t>(int32_t{work.outputBits});
     MemHandle state = 0;
@@ -157,7 +160,7 @@ void RasterWriteCellData(MemHandle image, uint32_t width, uint32_t height, uint3
     const Turn turn;
     const DeviceUse device;
     if (!device || lpSetup == nullptr || image == 0) return;
-    useDeviceSettings();
+    useDeviceSettings(*device);
     const SettingsUse settings(device->hSetup, lpSetup);
     Work work = {device, settings, image, 0, 0, double(height), width, height,
                  bits,   0,        model, 0, 0};

@@ -1,7 +1,7 @@
 // What cell arrays and images share: the geometry of cell rows.
 #pragma once
 
-#include <tivar/types.h>
+#include <tivar/driver.h>
 
 namespace tivar {
 
@@ -9,7 +9,7 @@ namespace tivar {
 uint32_t bitsOfPrecision(int32_t precision);
 
 // Cells of a row that the device window shows, at most available.
-uint32_t visibleCells(uint32_t available);
+uint32_t visibleCells(const EMData& device, uint32_t available);
 
 // Bytes of a row padded to a multiple of 4, and zeroed memory for rows of them; 0 when 32 bits do
 // not hold the size.

@@ -32,6 +32,6 @@ void* d_reset(void* block, int32_t n);  // nothing
 int32_t askHook(const StatusHookRecord* hook, int32_t a2, int32_t a3, int32_t a4, int32_t a5);
 
 // Points lpRaster at the device's settings, which writing follows.
-void useDeviceSettings();
+void useDeviceSettings(const EMData& device);
 
 }  // namespace tivar
