@@ -20,15 +20,9 @@ uint32_t visibleCells(const EMData& device, uint32_t available) {
         std::min<uint64_t>(windowExtent(device, kWindowX1, kWindowX2), available));
 }
 
-uint32_t bytesOfCells(uint32_t cells, uint32_t bits) {
-    BitmapSize size;
-    if (bits <= INT32_MAX) measureBitmap(cells, 1, static_cast<int32_t>(bits), size);
-    return bits <= INT32_MAX ? size.stride : 0;
-}
-
 MemHandle allocateCells(uint32_t cells, uint32_t bits, uint32_t rows) {
     BitmapSize size;
-    if (bits > INT32_MAX || !measureBitmap(cells, rows, static_cast<int32_t>(bits), size)) return 0;
+    if (!measureBitmap(cells, rows, static_cast<int32_t>(bits), size)) return 0;
     return allocateZeroed(size.bytes);
 }
 

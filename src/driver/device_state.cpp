@@ -7,13 +7,13 @@
 #include <cstring>
 
 #include "base/memory.h"
-#include "base/status.h"
 #include "base/text.h"
 #include "base/turn.h"
 #include "driver/device_use.h"
 #include "driver/error_stack.h"
 #include "driver/operations.h"
 #include "export/output_target.h"
+#include "export/status_hook.h"
 
 MemHandle hEMData = 0;
 EMData* lpEMData = nullptr;
@@ -147,12 +147,6 @@ void freeOutputMemory(EMData& device) {
 }
 
 }  // namespace
-
-int32_t askHook(const StatusHookRecord* hook, int32_t a2, int32_t a3, int32_t a4, int32_t a5) {
-    if (hook == nullptr) return 0;
-    return CallGetSet_Status(reinterpret_cast<StatusProc>(hook[STATUS_PROC]),
-                             static_cast<intptr_t>(hook[STATUS_CONTEXT]), a2, a3, a4, a5, 0, 0);
-}
 
 void useDeviceSettings(const EMData& device) {
     hRaster = lpSetup == nullptr ? 0 : device.hSetup;
