@@ -100,33 +100,25 @@ struct Reach {
     FourFloats near[64] = {};
 };
 
-inline FourFloats lesser(FourFloats a, FourFloats b) {
-    return a < b ? a : b;
-}
-
-inline FourFloats greater(FourFloats a, FourFloats b) {
-    return a > b ? a : b;
-}
-
 // Measures the entries to the cube of 2^bits levels a side that the colour lies in. The result is
 // the least of the farthest distances: whatever the colour, its nearest entry is no farther.
 float measure(Reach& reach, const FourFloats (*channels)[64], uint32_t count, const uint8_t* rgb,
               int bits) {
     float low[3];
     for (int c = 0; c < 3; ++c) low[c] = static_cast<float>(rgb[c] >> bits << bits);
-    const auto side = static_cast<float>((1 << bits) - 1);
+    const FourFloats side = fourOf(static_cast<float>((1 << bits) - 1));
     const FourFloats zero{};
-    FourFloats bound = zero + 3 * 256 * 256;
+    FourFloats bound = fourOf(3.0f * 256 * 256);
     for (uint32_t i = 0; i * 4 < count; ++i) {
         FourFloats near = zero;
         FourFloats far = zero;
         for (int c = 0; c < 3; ++c) {
-            const FourFloats below = low[c] - channels[c][i];
+            const FourFloats below = fourOf(low[c]) - channels[c][i];
             const FourFloats above = zero - below - side;
             const FourFloats inward = greater(greater(below, above), zero);
             const FourFloats across = lesser(below, above);
-            near += inward * inward;
-            far += across * across;
+            near = near + inward * inward;
+            far = far + across * across;
         }
         reach.near[i] = near;
         bound = lesser(bound, far);
