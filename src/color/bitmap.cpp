@@ -15,7 +15,7 @@ bool measureBitmap(uint32_t width, uint32_t height, int32_t bitsPerPixel, Bitmap
     return true;
 }
 
-uint32_t strideOf(uint32_t width, uint32_t bitsPerPixel) {
+uint32_t rowBytesOf(uint32_t width, uint32_t bitsPerPixel) {
     BitmapSize size;
     measureBitmap(width, 1, static_cast<int32_t>(bitsPerPixel), size);
     return size.stride;

@@ -62,9 +62,9 @@ CellArray readCellArray(const EMData& device, const void* block) {
     array.bits = bitsOfPrecision(precision);
     array.rows = fieldAt<uint32_t>(block, kRows);
     array.width = visibleCells(device, cells);
-    array.rowBytes = strideOf(array.width, array.bits);
+    array.rowBytes = rowBytesOf(array.width, array.bits);
     const bool narrowed = array.bits == kTrueColorBits && array.width < cells;
-    array.sourceStride = narrowed ? strideOf(cells, array.bits) : array.rowBytes;
+    array.sourceStride = narrowed ? rowBytesOf(cells, array.bits) : array.rowBytes;
     array.bottomUp = runsBottomUp(device, block);
     array.colorDepth = device.colorDepth;
     return array;

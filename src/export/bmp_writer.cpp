@@ -59,7 +59,7 @@ struct FileShape {
 
 // False when the palette's bytes pass 32 bits or there is no palette to take it from.
 bool describeFile(FileShape& shape, const uint8_t* palette) {
-    shape.rowBytes = strideOf(shape.width, shape.bitCount);
+    shape.rowBytes = rowBytesOf(shape.width, shape.bitCount);
     shape.paletteEntries = 0;
     if (shape.bitCount == kTrueColorBits) return true;
     if (shape.bitCount >= 30 || palette == nullptr) return false;
@@ -257,7 +257,7 @@ int32_t writeCellBits(const SettingsUse& settings, OxlStream stream, const Band&
                                Pinned<uint8_t>(band.bits)};
     if (!writer.state) return TIVAR_ERR_BAND;
     if (band.bits == 0) return TIVAR_OK;
-    const uint32_t rowBytes = strideOf(band.width, band.bitCount);
+    const uint32_t rowBytes = rowBytesOf(band.width, band.bitCount);
     const bool empty = band.width == 0 || band.bitCount == 0;
     const uint32_t present = wholeRows(band.bits, band.rows, rowBytes, empty);
     const bool exchange = band.bitCount == kTrueColorBits && band.swapRedBlue == 1;
