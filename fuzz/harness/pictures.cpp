@@ -5,6 +5,7 @@
 #include "harness/check.h"
 #include "harness/heap.h"
 #include "support/random_numbers.h"
+#include "support/taken_settings.h"
 
 namespace fuzz {
 namespace {
@@ -146,15 +147,7 @@ SettingsBlock::SettingsBlock(const model::Settings& settings)
     : handle(GlobalAlloc(TIVAR_GMEM_FLAGS, sizeof(SetupRecord))),
       record(static_cast<SetupRecord*>(GlobalLock(handle))) {
     UseDefaultSettings(record);
-    record->colorFormat = settings.colorFormat;
-    record->compressionMode = settings.compressionMode;
-    record->fileType = settings.fileType;
-    record->sizeMode = settings.sizeMode;
-    record->resolutionMode = settings.resolutionMode;
-    record->pictureWidth = settings.pictureWidth;
-    record->pictureHeight = settings.pictureHeight;
-    record->xResolution = static_cast<std::int16_t>(settings.xResolution);
-    record->yResolution = static_cast<std::int16_t>(settings.yResolution);
+    support::takeSettings(*record, settings);
 }
 
 PictureBlocks::PictureBlocks(const Picture& source, const model::Description& wanted)

@@ -15,6 +15,12 @@ bool measureBitmap(uint32_t width, uint32_t height, int32_t bitsPerPixel, Bitmap
     return true;
 }
 
+uint32_t rowBytesOf(uint32_t width, uint32_t bitsPerPixel) {
+    BitmapSize size;
+    measureBitmap(width, 1, static_cast<int32_t>(bitsPerPixel), size);
+    return size.stride;
+}
+
 MemHandle allocateBitmap(uint32_t width, uint32_t height, int16_t bitsPerPixel) {
     BitmapSize size;
     return measureBitmap(width, height, bitsPerPixel, size) ? rlGetMemory(1, size.bytes) : 0;

@@ -17,6 +17,10 @@ struct BitmapSize {
 };
 bool measureBitmap(uint32_t width, uint32_t height, int32_t bitsPerPixel, BitmapSize& size);
 
+// Bytes of a row, padded to a multiple of 4; 0 where 32 bits do not hold its bits, and for depths
+// whose 32 bits make a negative number.
+uint32_t rowBytesOf(uint32_t width, uint32_t bitsPerPixel);
+
 // Zeroed rows of a new bitmap; 0 when they cannot be had.
 MemHandle allocateBitmap(uint32_t width, uint32_t height, int16_t bitsPerPixel);
 

@@ -36,8 +36,7 @@ struct RowLoader {
 // and among nearly grey entries can choose another one than the diffusion did.
 struct StoredIndices {
     explicit StoredIndices(const DitherTarget& target)
-        : block(allocateQuietly(TIVAR_GMEM_FLAGS,
-                                static_cast<uint32_t>(std::max<int>(target.count, 1)))) {
+        : block(allocateScratch(static_cast<uint32_t>(std::max<int>(target.count, 1)))) {
         for (int i = 0; block && i < std::max<int>(target.count, 1); ++i) {
             const uint8_t* entry = target.table + i * 3;
             block.data[i] = static_cast<uint8_t>(

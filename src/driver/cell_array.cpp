@@ -7,6 +7,7 @@
 
 #include "base/memory.h"
 #include "base/turn.h"
+#include "color/bitmap.h"
 #include "color/color_transform.h"
 #include "color/depth.h"
 #include "driver/cells.h"
@@ -34,14 +35,15 @@ struct CellArray {
     uint32_t rowBytes;
     size_t sourceStride;
     bool bottomUp;
+    int32_t colorDepth;  // of the device, for rev_rgb
 };
 
 // Rows run against the window: the array's corners and the window's lie in opposite order.
-bool runsBottomUp(const void* block) {
+bool runsBottomUp(const EMData& device, const void* block) {
     const auto first = fieldAt<double>(block, kFirstY);
     const auto second = fieldAt<double>(block, kSecondY);
-    const double windowFirst = lpEMData->deviceWindow[kWindowY1];
-    const double windowSecond = lpEMData->deviceWindow[kWindowY2];
+    const double windowFirst = device.deviceWindow[kWindowY1];
+    const double windowSecond = device.deviceWindow[kWindowY2];
     return (second < first && windowSecond > windowFirst) ||
            (second > first && windowSecond < windowFirst);
 }
@@ -52,18 +54,19 @@ const uint8_t* cellData(const void* block, int32_t precision) {
     return static_cast<const uint8_t*>(block) + kCellData;
 }
 
-CellArray readCellArray(const void* block) {
+CellArray readCellArray(const EMData& device, const void* block) {
     const auto precision = fieldAt<int32_t>(block, kPrecision);
     const auto cells = fieldAt<uint32_t>(block, kCellsPerRow);
     CellArray array = {};
     array.data = cellData(block, precision);
     array.bits = bitsOfPrecision(precision);
     array.rows = fieldAt<uint32_t>(block, kRows);
-    array.width = visibleCells(cells);
-    array.rowBytes = bytesOfCells(array.width, array.bits);
+    array.width = visibleCells(device, cells);
+    array.rowBytes = rowBytesOf(array.width, array.bits);
     const bool narrowed = array.bits == kTrueColorBits && array.width < cells;
-    array.sourceStride = narrowed ? bytesOfCells(cells, array.bits) : array.rowBytes;
-    array.bottomUp = runsBottomUp(block);
+    array.sourceStride = narrowed ? rowBytesOf(cells, array.bits) : array.rowBytes;
+    array.bottomUp = runsBottomUp(device, block);
+    array.colorDepth = device.colorDepth;
     return array;
 }
 
@@ -75,15 +78,15 @@ struct Destination {
 };
 
 // Transforms a row's cells, as far as the image has bytes for them.
-void transformRow(uint32_t width, uint8_t* row, uint32_t bytes) {
-    const uint32_t whole = std::min(width, bytes / 3);
-    rev_rgb(static_cast<int32_t>(whole), row, lpEMData->colorDepth);
+void transformRow(const CellArray& array, uint8_t* row, uint32_t bytes) {
+    const uint32_t whole = std::min(array.width, bytes / 3);
+    rev_rgb(static_cast<int32_t>(whole), row, array.colorDepth);
     const uint32_t rest = bytes - whole * 3;
-    if (whole == width || rest == 0) return;
+    if (whole == array.width || rest == 0) return;
     // The image ends inside a cell, whose other channels read as zero.
     uint8_t cut[3] = {};
     std::memcpy(cut, row + size_t{whole} * 3, rest);
-    rev_rgb(1, cut, lpEMData->colorDepth);
+    rev_rgb(1, cut, array.colorDepth);
     std::memcpy(row + size_t{whole} * 3, cut, rest);
 }
 
@@ -93,7 +96,7 @@ void copyRow(const CellArray& array, const uint8_t* source, uint8_t* image, uint
     if (row < 0 || start >= imageBytes) return;
     const auto bytes = static_cast<uint32_t>(std::min<int64_t>(array.rowBytes, imageBytes - start));
     std::memcpy(image + start, source, bytes);
-    if (array.bits == kTrueColorBits) transformRow(array.width, image + start, bytes);
+    if (array.bits == kTrueColorBits) transformRow(array, image + start, bytes);
 }
 
 // False without memory, which is found only once the place of the next row is settled.
@@ -118,20 +121,20 @@ bool storeRows(const CellArray& array, Destination& to) {
 }
 
 // Rows of an image that a primitive began.
-void addToImage(const CellArray& array) {
-    Destination to = {lpEMData->imageMemory, lpEMData->imageHeight, lpEMData->nextRow};
+void addToImage(EMData& device, const CellArray& array) {
+    Destination to = {device.imageMemory, device.imageHeight, device.nextRow};
     storeRows(array, to);
-    lpEMData->nextRow = static_cast<int32_t>(to.nextRow);
+    device.nextRow = static_cast<int32_t>(to.nextRow);
 }
 
 // The array is the picture: its own rows are the image's height. The image stays out of the device:
 // call-backs may draw others meanwhile.
-void writeAlone(const CellArray& array) {
+void writeAlone(const EMData& device, const CellArray& array) {
     const OwnedBlock image(allocateCells(array.width, array.bits, array.rows));
     Destination to = {image.handle, array.rows, 0};
     if (!storeRows(array, to)) return;
     RasterWriteCellData(
-        image.handle, array.width, array.rows, static_cast<uint32_t>(lpEMData->viewportResolution),
+        image.handle, array.width, array.rows, static_cast<uint32_t>(device.viewportResolution),
         static_cast<int16_t>(array.bits), array.bits == kTrueColorBits ? CELLS_RGB : CELLS_INDEXED);
 }
 
@@ -139,13 +142,14 @@ void writeAlone(const CellArray& array) {
 
 void* d_ca(void* block) {
     const Turn turn;
-    if (lpEMData == nullptr || block == nullptr) return block;
-    const CellArray array = readCellArray(block);
+    EMData* device = lpEMData;
+    if (device == nullptr || block == nullptr) return block;
+    const CellArray array = readCellArray(*device, block);
     if (array.data == nullptr) return block;
-    if (lpEMData->imagePending != 0)
-        addToImage(array);
+    if (device->imagePending != 0)
+        addToImage(*device, array);
     else
-        writeAlone(array);
+        writeAlone(*device, array);
     return block;
 }
 

@@ -9,11 +9,13 @@
 #include "base/numbers.h"
 #include "base/turn.h"
 #include "color/depth.h"
+#include "color/working_image.h"
 #include "driver/device_state.h"
 #include "driver/device_use.h"
 #include "driver/error_stack.h"
 #include "driver/window.h"
 #include "export/bmp_writer.h"
+#include "export/status_hook.h"
 
 namespace tivar {
 namespace {
@@ -21,13 +23,12 @@ namespace {
 constexpr int32_t kStepProgress = 20;
 constexpr int32_t kReadyProgress = 50;
 
-// The picture on its way to the file; made is the working image, the caller's is used without one.
-// Call-backs of the host may end the device, its settings or the caller's image.
+// The picture on its way to the file. Call-backs of the host may end the device, its settings or
+// the caller's image.
 struct Work {
     const DeviceUse& device;
     const SettingsUse& settings;
-    MemHandle image;
-    MemHandle made;
+    WorkingImage image;
     MemHandle palette;
     double exactHeight;  // of the target
     uint32_t width;      // of the target, truncated
@@ -37,12 +38,6 @@ struct Work {
     int16_t model;
     int16_t outputModel;
     int32_t progress;
-
-    MemHandle current() const { return made != 0 ? made : image; }
-    void replace(MemHandle next) {
-        GlobalFree(made);
-        made = next;
-    }
 };
 
 bool ended(const Work& work) {
@@ -51,7 +46,7 @@ bool ended(const Work& work) {
 
 // False when the host cancels, or ends what is being written.
 bool report(const Work& work) {
-    const Pinned<uint8_t> image(work.image);
+    const Pinned<uint8_t> image(work.image.given);
     const int32_t answer = askHook(work.device->statusHook, 0, 0, 0, work.progress);
     return answer == 0 && !ended(work) && !image.gone();
 }
@@ -65,8 +60,10 @@ void negotiate(Work& work, uint32_t resolution) {
     CellFormat format = {static_cast<double>(work.width), static_cast<double>(work.height),
                          resolution, 0, 0};
     if (resolution != 0) {
-        format.width = static_cast<double>(windowExtent(kWindowX1, kWindowX2)) / resolution;
-        format.height = static_cast<double>(windowExtent(kWindowY1, kWindowY2)) / resolution;
+        format.width =
+            static_cast<double>(windowExtent(*work.device, kWindowX1, kWindowX2)) / resolution;
+        format.height =
+            static_cast<double>(windowExtent(*work.device, kWindowY1, kWindowY2)) / resolution;
     }
     auto bitCount = static_cast<uint16_t>(work.bits);
     uint16_t planes = 0;
@@ -80,9 +77,9 @@ void negotiate(Work& work, uint32_t resolution) {
     work.height = saturate<uint32_t>(format.height);
 }
 
-MemHandle copyDeviceColors() {
-    OwnedBlock palette(allocateZeroed(sizeof lpEMData->colorTable));
-    if (palette) std::memcpy(palette.data, lpEMData->colorTable, sizeof lpEMData->colorTable);
+MemHandle copyDeviceColors(const EMData& device) {
+    OwnedBlock palette(allocateZeroed(sizeof device.colorTable));
+    if (palette) std::memcpy(palette.data, device.colorTable, sizeof device.colorTable);
     return palette.release();
 }
 
@@ -90,15 +87,15 @@ void convertModel(Work& work) {
     if (work.model != CELLS_CMYK && work.model != CELLS_RGB_ALPHA) return;
     if (work.outputBits >= work.bits) return;
     const auto convert = work.model == CELLS_CMYK ? rlCMYKtoRGB : rlALPHAtoRGB;
-    convert(work.current(), work.width, work.height);
+    convert(work.image.current(), work.width, work.height);
     work.bits = kTrueColorBits;
     work.model = CELLS_RGB;
 }
 
 void convertDepth(Work& work) {
     const MemHandle oldPalette = work.palette;
-    work.replace(rlChangeColorResolution(work.current(), work.width, work.height, work.bits,
-                                         work.outputBits, &work.palette));
+    work.image.replace(rlChangeColorResolution(work.image.current(), work.width, work.height,
+                                               work.bits, work.outputBits, &work.palette));
     if (work.palette != oldPalette) GlobalFree(oldPalette);
     work.model = work.outputBits >= kTrueColorBits ? CELLS_RGB : CELLS_INDEXED;
 }
@@ -108,22 +105,23 @@ void convertDepth(Work& work) {
 // 100 an inch, 28.000000000000004, are stretched to 28.
 bool prepare(Work& work, uint32_t width, uint32_t height) {
     if (work.exactHeight < height) {
-        work.replace(rlShrinkBitmap(work.image, work.bits, width, height, work.width, work.height));
+        work.image.replace(
+            rlShrinkBitmap(work.image.given, work.bits, width, height, work.width, work.height));
         if (!reportStep(work)) return false;
     }
-    if (work.bits < kTrueColorBits) work.palette = copyDeviceColors();
+    if (work.bits < kTrueColorBits) work.palette = copyDeviceColors(*work.device);
     convertModel(work);
     if (work.outputBits != work.bits) {
         convertDepth(work);
         if (!reportStep(work)) return false;
     }
     if (work.outputModel == CELLS_CMYK && work.outputBits == kFourByteBits) {
-        rlRGB4toCMYK(work.current(), work.width, work.height);
+        rlRGB4toCMYK(work.image.current(), work.width, work.height);
         work.model = CELLS_CMYK;
     }
     if (work.exactHeight > height) {
-        work.replace(rlStretchBitmap(work.current(), work.outputBits, width, height, work.width,
-                                     work.height));
+        work.image.replace(rlStretchBitmap(work.image.current(), work.outputBits, width, height,
+                                           work.width, work.height));
         if (!reportStep(work)) return false;
     }
     if (work.progress >= kReadyProgress) return true;
@@ -135,15 +133,16 @@ void writeFile(const Work& work) {
     const OxlStream stream = work.device.stream.handle;
     const Locked<const uint8_t> ownPalette(work.palette);
     // A table shorter than the depth wants is black from its end on.
-    uint8_t palette[sizeof lpEMData->colorTable] = {};
+    const EMData& device = *work.device;
+    uint8_t palette[sizeof device.colorTable] = {};
     const size_t present = ownPalette ? GlobalSize(work.palette) : sizeof palette;
-    std::memcpy(palette, ownPalette ? ownPalette.data : &lpEMData->colorTable[0][0],
+    std::memcpy(palette, ownPalette ? ownPalette.data : &device.colorTable[0][0],
                 present < sizeof palette ? present : sizeof palette);
     const auto bits = static_cast<uint32_t>(int32_t{work.outputBits});
     MemHandle state = 0;
     beginCellBitmap(work.settings, stream, {work.width, work.height, bits}, palette, &state);
     writeCellBits(work.settings, stream,
-                  {work.current(), work.width, work.height, bits, work.model}, state);
+                  {work.image.current(), work.width, work.height, bits, work.model}, state);
     endCellBitmap(work.settings, stream, state);
 }
 
@@ -157,17 +156,17 @@ void RasterWriteCellData(MemHandle image, uint32_t width, uint32_t height, uint3
     const Turn turn;
     const DeviceUse device;
     if (!device || lpSetup == nullptr || image == 0) return;
-    useDeviceSettings();
+    useDeviceSettings(*device);
     const SettingsUse settings(device->hSetup, lpSetup);
-    Work work = {device, settings, image, 0, 0, double(height), width, height,
-                 bits,   0,        model, 0, 0};
+    Work work = {device, settings, {image, 0}, 0, double(height), width, height, bits,
+                 0,      model,    0,          0};
     negotiate(work, resolution);
     if (prepare(work, width, height)) {
         settings.makeCurrent();
         writeFile(work);
     }
     GlobalFree(work.palette);
-    GlobalFree(work.made);
+    GlobalFree(work.image.made);
     // Nothing else tells the host that its settings or output went away under the array.
     if (device.current() && ended(work)) push_er(TIVAR_ERR_STREAM);
 }

@@ -1,7 +1,6 @@
 #include "driver/cells.h"
 
 #include <tivar/color.h>
-#include <tivar/driver.h>
 
 #include <algorithm>
 
@@ -16,19 +15,14 @@ uint32_t bitsOfPrecision(int32_t precision) {
     return precision < 0 ? 0 - bits : bits;
 }
 
-uint32_t visibleCells(uint32_t available) {
-    return static_cast<uint32_t>(std::min<uint64_t>(windowExtent(kWindowX1, kWindowX2), available));
-}
-
-uint32_t bytesOfCells(uint32_t cells, uint32_t bits) {
-    BitmapSize size;
-    if (bits <= INT32_MAX) measureBitmap(cells, 1, static_cast<int32_t>(bits), size);
-    return bits <= INT32_MAX ? size.stride : 0;
+uint32_t visibleCells(const EMData& device, uint32_t available) {
+    return static_cast<uint32_t>(
+        std::min<uint64_t>(windowExtent(device, kWindowX1, kWindowX2), available));
 }
 
 MemHandle allocateCells(uint32_t cells, uint32_t bits, uint32_t rows) {
     BitmapSize size;
-    if (bits > INT32_MAX || !measureBitmap(cells, rows, static_cast<int32_t>(bits), size)) return 0;
+    if (!measureBitmap(cells, rows, static_cast<int32_t>(bits), size)) return 0;
     return allocateZeroed(size.bytes);
 }
 

@@ -1,7 +1,7 @@
 // What cell arrays and images share: the geometry of cell rows.
 #pragma once
 
-#include <tivar/types.h>
+#include <tivar/driver.h>
 
 namespace tivar {
 
@@ -9,11 +9,9 @@ namespace tivar {
 uint32_t bitsOfPrecision(int32_t precision);
 
 // Cells of a row that the device window shows, at most available.
-uint32_t visibleCells(uint32_t available);
+uint32_t visibleCells(const EMData& device, uint32_t available);
 
-// Bytes of a row padded to a multiple of 4, and zeroed memory for rows of them; 0 when 32 bits do
-// not hold the size.
-uint32_t bytesOfCells(uint32_t cells, uint32_t bits);
+// Zeroed memory for rows of cells; 0 when 32 bits do not hold the size.
 MemHandle allocateCells(uint32_t cells, uint32_t bits, uint32_t rows);
 
 }  // namespace tivar

@@ -7,13 +7,13 @@
 #include <cstring>
 
 #include "base/memory.h"
-#include "base/status.h"
 #include "base/text.h"
 #include "driver/device_state.h"
 #include "driver/error_stack.h"
 #include "export/bmp_writer.h"
 #include "export/output_target.h"
-#include "export/platform_hooks.h"
+#include "export/platform_metafile.h"
+#include "export/status_hook.h"
 #include "filter/settings_use.h"
 
 namespace tivar {

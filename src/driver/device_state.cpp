@@ -7,13 +7,13 @@
 #include <cstring>
 
 #include "base/memory.h"
-#include "base/status.h"
 #include "base/text.h"
 #include "base/turn.h"
 #include "driver/device_use.h"
 #include "driver/error_stack.h"
 #include "driver/operations.h"
 #include "export/output_target.h"
+#include "export/status_hook.h"
 
 MemHandle hEMData = 0;
 EMData* lpEMData = nullptr;
@@ -49,7 +49,7 @@ struct InitBlock {
 void takeSettings(EMData& device, MemHandle setup) {
     lpSetup = static_cast<SetupRecord*>(GlobalLock(setup));
     device.hSetup = setup;
-    useDeviceSettings();
+    useDeviceSettings(device);
     const int32_t mode = lpSetup->colorMode;
     if (mode >= COLOR_MODE_AS_GIVEN && mode <= COLOR_MODE_GREY_INVERTED)
         device.colorDepth = mode - COLOR_MODE_AS_GIVEN;
@@ -84,7 +84,7 @@ void reportCapabilities(const EMData& device, int32_t* capabilities) {
 
 void* enterState(void* block, int32_t state) {
     const Turn turn;
-    if (lpEMData != nullptr) lpEMData->deviceState = state;
+    if (EMData* device = lpEMData) device->deviceState = state;
     return block;
 }
 
@@ -148,14 +148,8 @@ void freeOutputMemory(EMData& device) {
 
 }  // namespace
 
-int32_t askHook(const StatusHookRecord* hook, int32_t a2, int32_t a3, int32_t a4, int32_t a5) {
-    if (hook == nullptr) return 0;
-    return CallGetSet_Status(reinterpret_cast<StatusProc>(hook[STATUS_PROC]),
-                             static_cast<intptr_t>(hook[STATUS_CONTEXT]), a2, a3, a4, a5, 0, 0);
-}
-
-void useDeviceSettings() {
-    hRaster = lpSetup == nullptr ? 0 : lpEMData->hSetup;
+void useDeviceSettings(const EMData& device) {
+    hRaster = lpSetup == nullptr ? 0 : device.hSetup;
     lpRaster = lpSetup;
 }
 

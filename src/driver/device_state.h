@@ -28,10 +28,7 @@ int32_t escape();
 
 void* d_reset(void* block, int32_t n);  // nothing
 
-// Calls the status hook's call-back; 0 without hook or call-back.
-int32_t askHook(const StatusHookRecord* hook, int32_t a2, int32_t a3, int32_t a4, int32_t a5);
-
 // Points lpRaster at the device's settings, which writing follows.
-void useDeviceSettings();
+void useDeviceSettings(const EMData& device);
 
 }  // namespace tivar

@@ -13,6 +13,7 @@
 namespace tivar {
 namespace {
 
+constexpr size_t kOpcode = 0;
 constexpr int32_t kFullSupport = 2;
 constexpr int32_t kNoSupport = 0;
 constexpr int32_t kOpcodeUnsupported = 1323;
@@ -33,7 +34,7 @@ int32_t answerEntry(int16_t code, void* out,
 }
 
 void runOperation(void* block) {
-    getfunc(fieldAt<uint32_t>(block, 0))(block);
+    getfunc(fieldAt<uint32_t>(block, kOpcode))(block);
 }
 
 int32_t dispatchRaster(void* block) {
@@ -58,7 +59,8 @@ int32_t dispatchCommon(void* block) {
 }
 
 int32_t initialiseRaster(void* block) {
-    const bool running = hCommon != 0 && lpEMData != nullptr && lpEMData->deviceState != -1;
+    const EMData* device = lpEMData;
+    const bool running = hCommon != 0 && device != nullptr && device->deviceState != -1;
     return running ? 0 : RASTER_initdvr(static_cast<HostWord*>(block));
 }
 
@@ -68,7 +70,7 @@ int32_t initialiseCommon(void* block) {
 }
 
 int32_t terminateRaster() {
-    if (lpEMData != nullptr) lpEMData->errors.lastCode = 0;
+    if (EMData* device = lpEMData) device->errors.lastCode = 0;
     return RASTER_termdvr();
 }
 
@@ -103,7 +105,8 @@ int32_t runCode(const Route& route, int32_t code, void* block) {
 }  // namespace
 
 DriverHandler getfunc(uint32_t opcode) {
-    const int32_t state = lpEMData == nullptr ? 0 : lpEMData->deviceState;
+    const EMData* device = lpEMData;
+    const int32_t state = device == nullptr ? 0 : device->deviceState;
     for (const DriverOpcodeRow& row : DriverOpcodeTable) {
         if (row.opcode != opcode) continue;
         return (row.stateMask & static_cast<uint32_t>(state)) != 0 ? row.handler : d_noop;

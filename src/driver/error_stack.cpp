@@ -1,7 +1,5 @@
 #include "driver/error_stack.h"
 
-#include <tivar/driver.h>
-
 #include <algorithm>
 #include <cstring>
 
@@ -17,17 +15,15 @@ ErrorRecord& recordAt(ErrorStack& stack, int32_t index) {
     return index < 0 ? stack.firstRecord : stack.entries[index];
 }
 
-template <class T>
-void reply(const T& value) {
-    mov2buf(&value, sizeof value);
-}
+constexpr size_t kWantedErrors = 16;
 
 }  // namespace
 
 void push_er(int16_t code) {
-    if (lpEMData == nullptr) return;
-    ErrorStack& stack = lpEMData->errors;
-    const ErrorRecord pushed = {lpEMData->currentSequence, code, 0};
+    EMData* device = lpEMData;
+    if (device == nullptr) return;
+    ErrorStack& stack = device->errors;
+    const ErrorRecord pushed = {device->currentSequence, code, 0};
     if (stack.count > 0) {
         const ErrorRecord& top = recordAt(stack, stack.count - 1);
         if (top.sequence == pushed.sequence && top.code == pushed.code) return;
@@ -47,18 +43,20 @@ void push_er(int16_t code) {
 
 void* d_popes(void* block) {
     const Turn turn;
-    if (lpEMData == nullptr || block == nullptr) return block;
-    ErrorStack& stack = lpEMData->errors;
-    const int32_t count = std::min(fieldAt<int32_t>(block, 16), stack.count);
-    reply(count);
-    for (int32_t i = 0; i < count; ++i) reply(recordAt(stack, --stack.count));
+    EMData* device = lpEMData;
+    if (device == nullptr || block == nullptr) return block;
+    ErrorStack& stack = device->errors;
+    const int32_t count = std::min(fieldAt<int32_t>(block, kWantedErrors), stack.count);
+    reply(*device, count);
+    for (int32_t i = 0; i < count; ++i) reply(*device, recordAt(stack, --stack.count));
     return block;
 }
 
 void* d_empes(void* block) {
     const Turn turn;
-    if (lpEMData == nullptr) return block;
-    ErrorStack& stack = lpEMData->errors;
+    EMData* device = lpEMData;
+    if (device == nullptr) return block;
+    ErrorStack& stack = device->errors;
     stack.count = 0;
     stack.overflowCount = 0;
     stack.lastSequence = 0;
@@ -67,16 +65,19 @@ void* d_empes(void* block) {
 }
 
 void dq_es() {
-    if (lpEMData == nullptr) return;
-    const ErrorStack& stack = lpEMData->errors;
-    reply(stack.count);
-    reply(stack.firstRecord);
-    reply(stack.overflowCount);
+    EMData* device = lpEMData;
+    if (device == nullptr) return;
+    const ErrorStack& stack = device->errors;
+    reply(*device, stack.count);
+    reply(*device, stack.firstRecord);
+    reply(*device, stack.overflowCount);
 }
 
 void mov2buf(const void* source, uint32_t length) {
-    if (lpEMData == nullptr || source == nullptr) return;
-    EMData& device = *lpEMData;
+    if (lpEMData != nullptr && source != nullptr) appendReply(*lpEMData, source, length);
+}
+
+void appendReply(EMData& device, const void* source, uint32_t length) {
     // Kept: behind the end of a buffer that a second initialisation made smaller, the position
     // becomes the size.
     if (device.replyPosition > device.replySize) {

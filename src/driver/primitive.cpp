@@ -37,24 +37,24 @@ struct ImageHeader {
 };
 static_assert(sizeof(ImageHeader) == 28);
 
-void beginImage(const void* block) {
+void beginImage(EMData& device, const void* block) {
     const size_t points = fieldAt<uint32_t>(block, kPointCount);
     if (points > (PTRDIFF_MAX - sizeof(ImageHeader)) / kPointBytes - kDataWithoutPoints) return;
     const auto header = fieldAt<ImageHeader>(block, kDataWithoutPoints + points * kPointBytes);
     const uint32_t bits = bitsOfPrecision(header.precision);
     const int32_t cells = header.cellsPerRow;
     // The number is signed: below 0 it is less than any window shows.
-    const uint32_t width =
-        cells < 0 ? static_cast<uint32_t>(cells) : visibleCells(static_cast<uint32_t>(cells));
-    GlobalFree(lpEMData->imageMemory);
-    lpEMData->imageFlag = header.flag;
-    lpEMData->imagePending = 1;
-    lpEMData->imageWidth = static_cast<int32_t>(width);
-    lpEMData->imageHeight = static_cast<int32_t>(header.rows);
-    lpEMData->bitsPerCell = static_cast<int32_t>(bits);
-    lpEMData->nextRow = 0;
+    const uint32_t width = cells < 0 ? static_cast<uint32_t>(cells)
+                                     : visibleCells(device, static_cast<uint32_t>(cells));
+    GlobalFree(device.imageMemory);
+    device.imageFlag = header.flag;
+    device.imagePending = 1;
+    device.imageWidth = static_cast<int32_t>(width);
+    device.imageHeight = static_cast<int32_t>(header.rows);
+    device.bitsPerCell = static_cast<int32_t>(bits);
+    device.nextRow = 0;
     // The cell arrays find out when there is no memory.
-    lpEMData->imageMemory = cells < 0 ? 0 : allocateCells(width, bits, header.rows);
+    device.imageMemory = cells < 0 ? 0 : allocateCells(width, bits, header.rows);
 }
 
 // The image's palette from the device's colours; false when it cannot be had.
@@ -83,7 +83,7 @@ void endImage() {
     const OwnedBlock image(device->imageMemory);
     device->imageMemory = 0;
     picture.pixels = image.handle;
-    useDeviceSettings();
+    useDeviceSettings(*device);
     const SettingsUse settings(device->hSetup, lpSetup);
     const HostWord* status = settings ? settings->exportParams : nullptr;
     if (makePalette(*device, picture))
@@ -99,9 +99,10 @@ void endImage() {
 
 void* d_gdp(void* block) {
     const Turn turn;
-    if (lpEMData == nullptr || block == nullptr) return block;
+    EMData* device = lpEMData;
+    if (device == nullptr || block == nullptr) return block;
     const auto primitive = fieldAt<int32_t>(block, kIdentifier);
-    if (primitive == kBeginImage) beginImage(block);
+    if (primitive == kBeginImage) beginImage(*device, block);
     if (primitive == kEndImage) endImage();
     return block;
 }

@@ -14,46 +14,59 @@
 namespace tivar {
 namespace {
 
+// Where the blocks hold their numbers.
+constexpr size_t kWordCount = 4;
 constexpr size_t kData = 16;
+constexpr size_t kColors = 20;
+constexpr size_t kScale = 24;
+constexpr size_t kViewportY1 = 24;
+constexpr size_t kViewportX2 = 40;
+constexpr size_t kViewportY2 = 48;
 
-bool isReady(const void* block) {
-    return lpEMData != nullptr && block != nullptr;
+// The device that a block of the host sets up; null without either.
+EMData* deviceFor(const void* block) {
+    return block == nullptr ? nullptr : lpEMData;
+}
+
+template <class T>
+void copyData(T& to, const void* block) {
+    std::memcpy(&to, static_cast<const uint8_t*>(block) + kData, sizeof to);
 }
 
 }  // namespace
 
 void* ds_dvwn(void* block) {
     const Turn turn;
-    if (isReady(block))
-        std::memcpy(lpEMData->deviceWindow, static_cast<uint8_t*>(block) + kData,
-                    sizeof lpEMData->deviceWindow);
+    if (EMData* device = deviceFor(block)) copyData(device->deviceWindow, block);
     return block;
 }
 
 void* dq_dvwn(void* block) {
     const Turn turn;
-    if (lpEMData != nullptr) mov2buf(lpEMData->deviceWindow, sizeof lpEMData->deviceWindow);
+    if (EMData* device = lpEMData) reply(*device, device->deviceWindow);
     return block;
 }
 
 void* ds_dvvp(void* block) {
     const Turn turn;
-    if (!isReady(block)) return block;
-    double* viewport = lpEMData->deviceViewport;
+    EMData* device = deviceFor(block);
+    if (device == nullptr) return block;
+    double* viewport = device->deviceViewport;
     viewport[0] = fieldAt<double>(block, kData);
-    viewport[1] = fieldAt<double>(block, 24);
-    viewport[3] = fieldAt<double>(block, 40);
-    viewport[4] = fieldAt<double>(block, 48);
+    viewport[1] = fieldAt<double>(block, kViewportY1);
+    viewport[3] = fieldAt<double>(block, kViewportX2);
+    viewport[4] = fieldAt<double>(block, kViewportY2);
     return block;
 }
 
 void* dq_dvvp(void* block) {
     const Turn turn;
-    if (lpEMData == nullptr) return block;
+    EMData* device = lpEMData;
+    if (device == nullptr) return block;
     // Kept: the reply pairs the values otherwise than they came.
-    const double* viewport = lpEMData->deviceViewport;
-    const double reply[6] = {viewport[0], viewport[4], 0, viewport[1], viewport[3], 0};
-    mov2buf(reply, sizeof reply);
+    const double* viewport = device->deviceViewport;
+    const double values[6] = {viewport[0], viewport[4], 0, viewport[1], viewport[3], 0};
+    reply(*device, values);
     return block;
 }
 
@@ -61,37 +74,36 @@ void* ds_vpsm(void* block) {
     const Turn turn;
     constexpr int32_t kScalingDone = 128;
     constexpr double kMillimetresPerInch = 25.4;
-    if (!isReady(block)) return block;
+    EMData* device = deviceFor(block);
+    if (device == nullptr) return block;
     const auto mode = fieldAt<int16_t>(block, kData);
-    if (mode < 0 || mode > 2 || (lpEMData->deviceState & kScalingDone) != 0) return block;
-    const auto scale = fieldAt<double>(block, 24);
+    if (mode < 0 || mode > 2 || (device->deviceState & kScalingDone) != 0) return block;
+    const auto scale = fieldAt<double>(block, kScale);
     const bool metric = mode == 1 && scale != 0.0;
-    lpEMData->viewportResolution =
-        metric ? saturate<int32_t>(kMillimetresPerInch / scale + 0.5) : 0;
+    device->viewportResolution = metric ? saturate<int32_t>(kMillimetresPerInch / scale + 0.5) : 0;
     return block;
 }
 
 void* ds_bgc(void* block) {
     const Turn turn;
-    if (isReady(block))
-        std::memcpy(lpEMData->background, static_cast<uint8_t*>(block) + kData,
-                    sizeof lpEMData->background);
+    if (EMData* device = deviceFor(block)) copyData(device->background, block);
     return block;
 }
 
 void* ds_ct(void* block) {
     const Turn turn;
     constexpr uint32_t kTableEntries = 256;
-    if (!isReady(block)) return block;
-    const auto countWord = fieldAt<uint32_t>(block, 4);
+    EMData* device = deviceFor(block);
+    if (device == nullptr) return block;
+    const auto countWord = fieldAt<uint32_t>(block, kWordCount);
     const auto first = fieldAt<uint32_t>(block, kData);
     if (countWord < 2 || first > kTableEntries) return block;
     const uint32_t count = (countWord - 2) / 3;
-    uint8_t* colors = static_cast<uint8_t*>(block) + 20;
+    uint8_t* colors = static_cast<uint8_t*>(block) + kColors;
     // Kept: the host's block is changed, too.
-    rev_rgb(static_cast<int32_t>(count), colors, lpEMData->colorDepth);
+    rev_rgb(static_cast<int32_t>(count), colors, device->colorDepth);
     const uint32_t copied = std::min(count, kTableEntries - first);
-    std::memcpy(&lpEMData->colorTable[0][0] + size_t{first} * 3, colors, size_t{copied} * 3);
+    std::memcpy(&device->colorTable[0][0] + size_t{first} * 3, colors, size_t{copied} * 3);
     return block;
 }
 

@@ -13,9 +13,9 @@ namespace tivar {
 enum WindowValue { kWindowX1 = 0, kWindowY1 = 1, kWindowX2 = 3, kWindowY2 = 4 };
 
 // |b - a| + 1 of two window values truncated to integers.
-inline uint64_t windowExtent(WindowValue a, WindowValue b) {
-    const int64_t from = saturate<int32_t>(lpEMData->deviceWindow[a]);
-    const int64_t to = saturate<int32_t>(lpEMData->deviceWindow[b]);
+inline uint64_t windowExtent(const EMData& device, WindowValue a, WindowValue b) {
+    const int64_t from = saturate<int32_t>(device.deviceWindow[a]);
+    const int64_t to = saturate<int32_t>(device.deviceWindow[b]);
     return static_cast<uint64_t>(to > from ? to - from : from - to) + 1;
 }
 

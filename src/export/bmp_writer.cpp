@@ -57,13 +57,6 @@ struct FileShape {
     uint32_t rowBytes;
 };
 
-// Bytes of a row, padded to a multiple of 4; 0 for rows whose bits pass 32 bits.
-uint32_t rowBytesOf(uint32_t width, uint32_t bitCount) {
-    BitmapSize size;
-    measureBitmap(width, 1, static_cast<int32_t>(bitCount), size);
-    return size.stride;
-}
-
 // False when the palette's bytes pass 32 bits or there is no palette to take it from.
 bool describeFile(FileShape& shape, const uint8_t* palette) {
     shape.rowBytes = rowBytesOf(shape.width, shape.bitCount);

@@ -10,7 +10,9 @@
 #include "base/numbers.h"
 #include "base/turn.h"
 #include "color/depth.h"
+#include "color/working_image.h"
 #include "driver/error_stack.h"
+#include "export/platform_offscreen.h"
 
 namespace tivar {
 namespace {
@@ -79,7 +81,7 @@ void prepareTable(CellDataRequest& request, PrivateBlock& own) {
     if (table) adoptTable(request, own, table.handle, entries);
 }
 
-HostWord initialise(CellDataRequest& request, const HostWord* block) {
+HostWord initialise(CellDataRequest& request, const OffscreenWords& words) {
     request.privateBlock = allocateZeroed(sizeof(PrivateBlock));
     const PrivateLock own(request.privateBlock);
     if (!own) {
@@ -87,7 +89,7 @@ HostWord initialise(CellDataRequest& request, const HostWord* block) {
         return 0;
     }
     prepareTable(request, *own);
-    return block[1];
+    return words.height;
 }
 
 HostWord terminate(CellDataRequest& request) {
@@ -100,27 +102,15 @@ HostWord terminate(CellDataRequest& request) {
     return 1;
 }
 
-// The prepared rows as they pass from step to step; the picture's own until a step makes new ones.
-struct Cells {
-    MemHandle made;
-    MemHandle current(const CellPicture& picture) const {
-        return made != 0 ? made : picture.pixels;
-    }
-    void replace(MemHandle next) {
-        GlobalFree(made);
-        made = next;
-    }
-};
-
 MemHandle convertDepth(const CellDataRequest& request, const PrivateBlock& own,
-                       const Cells& cells) {
+                       const WorkingImage& cells) {
     const CellPicture& picture = *request.picture;
     const uint32_t width = cells.made != 0 ? request.destWidth : picture.width;
     const uint32_t height = cells.made != 0 ? request.destHeight : picture.height;
     const auto sourceBits = static_cast<int16_t>(picture.bits);
     const bool dithers = request.destBits < kDeepestIndexedBits && request.destBits < sourceBits;
     const auto convert = [&](auto step) {
-        return step(cells.current(picture), width, height, sourceBits, request.destBits,
+        return step(cells.current(), width, height, sourceBits, request.destBits,
                     picture.colorTable, own.table, request.colorCount);
     };
     return dithers ? convert(rlDitherGivenCT) : convert(rlConvertBitmapDepth);
@@ -133,18 +123,18 @@ HostWord prepareCells(CellDataRequest& request) {
     const auto sourceBits = static_cast<int16_t>(picture.bits);
     const PrivateLock own(request.privateBlock);
     if (!own) return picture.pixels;
-    Cells cells = {0};
+    WorkingImage cells = {picture.pixels, 0};
     if (width < picture.width || height < picture.height)
         cells.made = rlShrinkBitmap(picture.pixels, sourceBits, picture.width, picture.height,
                                     width, height);
     if (request.destBits != sourceBits) cells.replace(convertDepth(request, *own, cells));
     // Kept: the input size is the picture's even when a step before has already changed it.
     if (width > picture.width || height > picture.height)
-        cells.replace(rlStretchBitmap(cells.current(picture), request.destBits, picture.width,
+        cells.replace(rlStretchBitmap(cells.current(), request.destBits, picture.width,
                                       picture.height, width, height));
     GlobalFree(own->pixels);
     own->pixels = cells.made;
-    return cells.current(picture);
+    return cells.current();
 }
 
 }  // namespace
@@ -163,6 +153,6 @@ HostWord DrawExportCellData(int32_t message, void* input, HostWord output, HostW
     if (message == DRAW_TERMINATE) return terminate(request);
     if (request.picture == nullptr) return 0;
     if (message == DRAW_INITIALISE && output != 0)
-        return initialise(request, reinterpret_cast<const HostWord*>(output));
+        return initialise(request, *reinterpret_cast<const OffscreenWords*>(output));
     return message == DRAW_ROWS ? prepareCells(request) : 0;
 }

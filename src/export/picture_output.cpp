@@ -9,11 +9,11 @@
 
 #include "base/memory.h"
 #include "base/numbers.h"
-#include "base/status.h"
 #include "base/turn.h"
 #include "color/depth.h"
 #include "export/bmp_writer.h"
 #include "export/cell_format.h"
+#include "export/status_hook.h"
 
 namespace tivar {
 namespace {
@@ -57,11 +57,7 @@ uint32_t clampRow(int64_t row, uint32_t height) {
 }
 
 int32_t reportProgress(const HostWord* status, int32_t percent) {
-    if (status == nullptr) return TIVAR_OK;
-    const auto procedure = reinterpret_cast<StatusProc>(status[STATUS_PROC]);
-    const auto context = static_cast<intptr_t>(status[STATUS_CONTEXT]);
-    const int32_t answer = CallGetSet_Status(procedure, context, 0, 0, 0, percent, 0, 0);
-    return answer == 0 ? TIVAR_OK : TIVAR_ERR_CANCELLED;
+    return askHook(status, 0, 0, 0, percent) == 0 ? TIVAR_OK : TIVAR_ERR_CANCELLED;
 }
 
 // The colours that the call-back left in its request; a table that it cut or dropped is black from

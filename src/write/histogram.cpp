@@ -15,12 +15,6 @@ constexpr uint64_t kAddend = (uint64_t{1} << kCellShift) - 1;
 constexpr int kFullShift = kCountShift + 13;
 static_assert(((1 << 13) - 1) * 3 < 1 << kSumBits);
 
-// The upper three bits of all channels choose a page of 4096 bytes, the three below them the place.
-constexpr uint32_t placeOf(uint32_t level, int channel) {
-    const uint32_t six = level >> 2;
-    return (six >> 3) << (9 + 3 * channel) | (six & 7) << (3 * channel);
-}
-
 using Row = std::array<uint64_t, 256>;
 
 constexpr std::array<Row, 3> makeTable() {
@@ -28,7 +22,7 @@ constexpr std::array<Row, 3> makeTable() {
     for (int channel = 0; channel < 3; ++channel) {
         for (uint32_t level = 0; level < 256; ++level) {
             table[static_cast<size_t>(channel)][level] =
-                uint64_t{placeOf(level, channel)} << kCellShift |
+                uint64_t{cellPart(level, channel)} << kCellShift |
                 uint64_t{level & 3} << (kSumBits * channel) |
                 uint64_t{channel == 0 ? 1u : 0u} << kCountShift;
         }
@@ -37,10 +31,6 @@ constexpr std::array<Row, 3> makeTable() {
 }
 
 constexpr std::array<Row, 3> kTable = makeTable();
-
-uint32_t levelOf(uint32_t cell, int channel) {
-    return ((cell >> (9 + 3 * channel) & 7) << 3 | (cell >> (3 * channel) & 7)) << 2;
-}
 
 inline void addPixel(Histogram& histogram, uint64_t* cells, const uint8_t* rgb) {
     const uint64_t entry = kTable[0][rgb[0]] + kTable[1][rgb[1]] + kTable[2][rgb[2]];
@@ -80,7 +70,7 @@ void Histogram::addRow(const uint8_t* rgb, uint32_t width) {
 }
 
 uint32_t cellOfColor(uint32_t red, uint32_t green, uint32_t blue) {
-    return placeOf(red, 0) | placeOf(green, 1) | placeOf(blue, 2);
+    return cellPart(red, 0) | cellPart(green, 1) | cellPart(blue, 2);
 }
 
 void addCell(uint32_t cell, uint64_t word, ColorSum& sum) {
@@ -88,7 +78,7 @@ void addCell(uint32_t cell, uint64_t word, ColorSum& sum) {
     sum.weight += count;
     for (int i = 0; i < 3; ++i)
         sum.channels[i] +=
-            (word >> (kSumBits * i) & ((1u << kSumBits) - 1)) + count * levelOf(cell, i);
+            (word >> (kSumBits * i) & ((1u << kSumBits) - 1)) + count * lowestLevel(cell, i);
 }
 
 }  // namespace tivar

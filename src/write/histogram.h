@@ -5,11 +5,10 @@
 #include <cstdint>
 
 #include "base/block.h"
+#include "write/color_place.h"
 #include "write/color_point.h"
 
 namespace tivar {
-
-constexpr uint32_t kCellCount = 1 << 18;
 
 // A cell is one word, so that a pixel costs one look and one addition: the number of its pixels,
 // and for each channel the sum of the two bits that the cell's place does not tell. What a word has

@@ -3,14 +3,11 @@
 #include <algorithm>
 #include <atomic>
 
+#include "write/four_floats.h"
 #include "write/parallel.h"
 
 namespace tivar {
 namespace {
-
-// All distances and means are whole numbers below 2^24, in which floats are exact.
-using FourFloats __attribute__((vector_size(16))) = float;
-using FourInts __attribute__((vector_size(16))) = int32_t;
 
 struct Means {
     float channels[kMostClusters][3];
@@ -86,18 +83,18 @@ uint16_t nearestCluster(const ColorPoint& point, const float* own, const Rivals&
     const Place place(point);
     const float distance = squaredDistance(place.channels, own);
     if (rivals.fours == 0 || rivals.quarters[0] >= distance) return point.cluster;
-    FourFloats best = FourFloats{} + distance;
-    FourInts nearest = FourInts{} + point.cluster;
+    FourFloats best = fourOf(distance);
+    FourInts nearest = fourOf(int32_t{point.cluster});
     for (uint32_t i = 0; i < rivals.fours && rivals.quarters[i] < distance; ++i) {
-        const FourFloats red = rivals.channels[i][0] - place.channels[0];
-        const FourFloats green = rivals.channels[i][1] - place.channels[1];
-        const FourFloats blue = rivals.channels[i][2] - place.channels[2];
+        const FourFloats red = rivals.channels[i][0] - fourOf(place.channels[0]);
+        const FourFloats green = rivals.channels[i][1] - fourOf(place.channels[1]);
+        const FourFloats blue = rivals.channels[i][2] - fourOf(place.channels[2]);
         const FourFloats apart = red * red + green * green + blue * blue;
-        nearest = apart < best ? rivals.clusters[i] : nearest;
-        best = apart < best ? apart : best;
+        nearest = whereLess(apart, best, rivals.clusters[i], nearest);
+        best = lesser(apart, best);
     }
-    int at = 0;
-    for (int i = 1; i < 4; ++i) at = best[i] < best[at] ? i : at;
+    uint32_t at = 0;
+    for (uint32_t i = 1; i < 4; ++i) at = best[i] < best[at] ? i : at;
     return static_cast<uint16_t>(nearest[at]);
 }
 

@@ -1,7 +1,9 @@
-// Vector code stands beside a plain rule that gives the same bytes. TIVAR_NO_SIMD turns it off.
+// Vector code of one family of processors, behind the switch of all vector code.
 #pragma once
 
-#if defined(__SSE2__) && !defined(TIVAR_NO_SIMD)
+#include "base/simd.h"
+
+#if TIVAR_SIMD && defined(__SSE2__)
 #define TIVAR_SSE2
 #include <emmintrin.h>
 

@@ -5,15 +5,14 @@
 #include <atomic>
 #include <cstring>
 
+#include "write/color_place.h"
 #include "write/lanes.h"
 
 namespace tivar {
 namespace {
 
 // A cell is 4 colours wide, a region 16.
-constexpr int kCellBits = 2;
 constexpr int kRegionBits = 4;
-constexpr uint32_t kCells = 1 << 18;
 constexpr uint32_t kRegions = 1 << 12;
 constexpr int kMemoBits = 14;
 constexpr uint32_t kHashFactor = 2654435769u;  // 2^32 over the golden ratio
@@ -28,17 +27,11 @@ constexpr int kMostPaired = 24;
 
 enum RegionState : uint32_t { kEmpty, kBusy, kReady };
 
-// The places of a level in the table of cells: those of similar colours share a page of memory.
-constexpr uint32_t placeOf(uint32_t level, int channel) {
-    const uint32_t six = level >> kCellBits;
-    return (six >> 3) << (9 + 3 * channel) | (six & 7) << (3 * channel);
-}
-
 constexpr std::array<std::array<uint32_t, 256>, 3> makePlaces() {
     std::array<std::array<uint32_t, 256>, 3> places{};
     for (int channel = 0; channel < 3; ++channel) {
         for (uint32_t level = 0; level < 256; ++level)
-            places[static_cast<size_t>(channel)][level] = placeOf(level, channel);
+            places[static_cast<size_t>(channel)][level] = cellPart(level, channel);
     }
     return places;
 }
@@ -100,33 +93,25 @@ struct Reach {
     FourFloats near[64] = {};
 };
 
-inline FourFloats lesser(FourFloats a, FourFloats b) {
-    return a < b ? a : b;
-}
-
-inline FourFloats greater(FourFloats a, FourFloats b) {
-    return a > b ? a : b;
-}
-
 // Measures the entries to the cube of 2^bits levels a side that the colour lies in. The result is
 // the least of the farthest distances: whatever the colour, its nearest entry is no farther.
 float measure(Reach& reach, const FourFloats (*channels)[64], uint32_t count, const uint8_t* rgb,
               int bits) {
     float low[3];
     for (int c = 0; c < 3; ++c) low[c] = static_cast<float>(rgb[c] >> bits << bits);
-    const auto side = static_cast<float>((1 << bits) - 1);
+    const FourFloats side = fourOf(static_cast<float>((1 << bits) - 1));
     const FourFloats zero{};
-    FourFloats bound = zero + 3 * 256 * 256;
+    FourFloats bound = fourOf(3.0f * 256 * 256);
     for (uint32_t i = 0; i * 4 < count; ++i) {
         FourFloats near = zero;
         FourFloats far = zero;
         for (int c = 0; c < 3; ++c) {
-            const FourFloats below = low[c] - channels[c][i];
+            const FourFloats below = fourOf(low[c]) - channels[c][i];
             const FourFloats above = zero - below - side;
             const FourFloats inward = greater(greater(below, above), zero);
             const FourFloats across = lesser(below, above);
-            near += inward * inward;
-            far += across * across;
+            near = near + inward * inward;
+            far = far + across * across;
         }
         reach.near[i] = near;
         bound = lesser(bound, far);
@@ -332,7 +317,7 @@ bool NearestColors::prepare(const ColorTable& table) {
         }
         entries[i][3] = 0;
     }
-    if (!words.obtainZeroed(kCells) || !memo.obtainZeroed(size_t{1} << kMemoBits) ||
+    if (!words.obtainZeroed(kCellCount) || !memo.obtainZeroed(size_t{1} << kMemoBits) ||
         !regions.obtainZeroed(kRegions))
         return false;
     // An empty slot is black's own, the only colour that its zeros could be taken for.

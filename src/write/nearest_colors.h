@@ -7,12 +7,10 @@
 #include <cstdint>
 
 #include "base/block.h"
+#include "write/four_floats.h"
 #include "write/rows.h"
 
 namespace tivar {
-
-// Whole numbers below 2^24, in which floats are exact.
-using FourFloats __attribute__((vector_size(16))) = float;
 
 struct NearestColors {
     // The candidates of a region of several cells: their indices, in order.

@@ -4,6 +4,7 @@
 
 #include "driver/operations.h"
 #include "model/plain_model.h"
+#include "support/body_host.h"
 #include "support/byte_list.h"
 #include "support/driver_host.h"
 #include "support/failing_call.h"
@@ -12,24 +13,13 @@ namespace {
 
 using support::Bytes;
 using support::CellArrayShape;
-using support::DriverHost;
 using support::FailingCall;
 using support::ImageShape;
+using support::ramp;
+using support::rowBytesOf;
 using support::slice;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
-// Every byte differs from its neighbours.
-Bytes ramp(size_t count, size_t from = 1) {
-    Bytes bytes;
-    for (size_t i = 0; i < count; ++i) bytes.push_back(static_cast<uint8_t>(from + i * 7));
-    return bytes;
-}
-
-// The described row size.
-size_t rowBytesOf(uint32_t cells, uint32_t bits) {
-    return ((size_t{cells} * bits + 7) / 8 + 3) / 4 * 4;
-}
 
 int32_t colorFormatOf(int32_t bits) {
     return bits == 1 ? 215 : bits == 4 ? 219 : bits == 8 ? 221 : 222;
@@ -42,24 +32,16 @@ model::Settings settingsOfDepth(int32_t bits) {
 }
 
 // A device in its body with window x from x1 to x2 and y from y1 to y2.
-struct BodyHost : DriverHost {
-    BodyHost(double x1, double x2, double y1 = 0, double y2 = 9, int32_t colorMode = 103,
-             const model::Settings& wanted = {})
-        : DriverHost(wanted) {
-        settings->colorMode = colorMode;
-        enterBody({support::windowBlock({x1, y1, 0, x2, y2, 0})});
-    }
-    void begin(const ImageShape& shape) { EXPECT_EQ(send(support::beginImageBlock(shape)), 0); }
-    void add(const CellArrayShape& shape, const Bytes& data) {
-        EXPECT_EQ(send(support::cellArrayBlock(shape, data)), 0);
-    }
-    Bytes image() const { return support::blockContents(lpEMData->imageMemory); }
+struct ArrayHost : support::BodyHost {
+    ArrayHost(double x1, double x2, double y1 = 0, double y2 = 9, int32_t colorMode = 103,
+              const model::Settings& wanted = {})
+        : BodyHost({x1, y1, 0, x2, y2, 0}, wanted, 0, colorMode) {}
 };
 
 // ---- Width and rows ----------------------------------------------------------------------------
 
 TEST(CellArray, NarrowWindowCopiesShortRowsOneBehindTheOther) {
-    BodyHost host(0, 9);
+    ArrayHost host(0, 9);
     host.begin({16, 10, 8});
     host.add({16, 10, 8}, ramp(120));
     EXPECT_EQ(lpEMData->imageWidth, 10);
@@ -68,7 +50,7 @@ TEST(CellArray, NarrowWindowCopiesShortRowsOneBehindTheOther) {
 }
 
 TEST(CellArray, NarrowWindowSkipsTheRestOf24BitRows) {
-    BodyHost host(0, 4);
+    ArrayHost host(0, 4);
     host.begin({8, 3, 24});
     const Bytes data = ramp(3 * 24);
     host.add({8, 3, 24}, data);
@@ -81,7 +63,7 @@ TEST(CellArray, NarrowWindowSkipsTheRestOf24BitRows) {
 }
 
 TEST(CellArray, LastNarrowRowIsReadNoFurtherThanItsOwnBytes) {
-    BodyHost host(0, 4);
+    ArrayHost host(0, 4);
     host.begin({8, 2, 24});
     host.add({8, 2, 24}, ramp(24 + 16));
     EXPECT_EQ(slice(host.image(), 16), slice(ramp(40), 24));
@@ -89,7 +71,7 @@ TEST(CellArray, LastNarrowRowIsReadNoFurtherThanItsOwnBytes) {
 
 TEST(CellArray, WindowAsWideAsTheCellsSkipsNothing) {
     for (const double x2 : {7.0, 8.0, 1e9}) {
-        BodyHost host(0, x2);
+        ArrayHost host(0, x2);
         host.begin({8, 2, 24});
         host.add({8, 2, 24}, ramp(48));
         EXPECT_EQ(host.image(), ramp(48)) << x2;
@@ -106,7 +88,7 @@ TEST(CellArray, WidthIsTheDistanceOfTheTruncatedCornersAndOne) {
         {0, 9, 10}, {9, 0, 10},  {0.9, 9.99, 10}, {-4.9, 4.9, 9},      {-0.9, 0.9, 1},
         {5, 5, 1},  {0, 19, 20}, {0, 20, 20},     {-1e300, 1e300, 20}, {0, kInfinity, 20}};
     for (const Case& given : kCases) {
-        BodyHost host(given.x1, given.x2);
+        ArrayHost host(given.x1, given.x2);
         host.begin({20, 1, 8});
         EXPECT_EQ(lpEMData->imageWidth, given.width) << given.x1 << " to " << given.x2;
         const auto bytes = rowBytesOf(static_cast<uint32_t>(given.width), 8);
@@ -116,7 +98,7 @@ TEST(CellArray, WidthIsTheDistanceOfTheTruncatedCornersAndOne) {
 }
 
 TEST(CellArray, UndefinedWindowCornersCountAsZero) {
-    BodyHost host(std::nan(""), 3);
+    ArrayHost host(std::nan(""), 3);
     host.begin({20, 1, 8});
     EXPECT_EQ(lpEMData->imageWidth, 4);
 }
@@ -131,7 +113,7 @@ TEST(CellArray, EachDepthHasItsRowSize) {
                                {8, 4, 4},  {8, 101, 104}, {24, 1, 4}, {24, 5, 16}, {32, 3, 12},
                                {2, 17, 8}, {7, 5, 8},     {16, 3, 8}};
     for (const Case& given : kCases) {
-        BodyHost host(0, 1000);
+        ArrayHost host(0, 1000);
         host.begin({given.cells, 2, given.precision});
         host.add({static_cast<uint32_t>(given.cells), 2, given.precision},
                  ramp(2 * given.rowBytes));
@@ -143,7 +125,7 @@ TEST(CellArray, EachDepthHasItsRowSize) {
 
 TEST(CellArray, NegativePrecisionTakesTheDataFromItsAddress) {
     for (const int32_t precision : {-8, -24, -4}) {
-        BodyHost host(0, 100);
+        ArrayHost host(0, 100);
         const auto bits = static_cast<uint32_t>(-precision);
         const Bytes data = ramp(2 * rowBytesOf(5, bits));
         host.begin({5, 2, precision});
@@ -154,7 +136,7 @@ TEST(CellArray, NegativePrecisionTakesTheDataFromItsAddress) {
 }
 
 TEST(CellArray, PrecisionMinus32768StandsForOneBitAtAnAddress) {
-    BodyHost host(0, 100);
+    ArrayHost host(0, 100);
     host.begin({40, 2, -32768});
     EXPECT_EQ(lpEMData->bitsPerCell, 1);
     const Bytes data = ramp(16);
@@ -163,7 +145,7 @@ TEST(CellArray, PrecisionMinus32768StandsForOneBitAtAnAddress) {
 }
 
 TEST(CellArray, NullAddressChangesNothing) {
-    BodyHost host(0, 100);
+    ArrayHost host(0, 100);
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(host.send(support::cellArrayBlockAt({5, 2, -8}, nullptr)), 0);
     EXPECT_EQ(lpEMData->imageMemory, 0u);
@@ -174,7 +156,7 @@ TEST(CellArray, NullAddressChangesNothing) {
 }
 
 TEST(CellArray, HandlerReturnsItsBlock) {
-    const BodyHost host(0, 9);
+    const ArrayHost host(0, 9);
     auto block = support::cellArrayBlock({1, 1, 8}, {1, 2, 3, 4});
     EXPECT_EQ(tivar::d_ca(block.data()), block.data());
     EXPECT_EQ(tivar::d_ca(nullptr), nullptr);
@@ -183,7 +165,7 @@ TEST(CellArray, HandlerReturnsItsBlock) {
 // ---- Direction ---------------------------------------------------------------------------------
 
 TEST(CellArray, TwoArraysFillAPendingImageFromTheTop) {
-    BodyHost host(0, 9);
+    ArrayHost host(0, 9);
     host.begin({4, 8, 8});
     host.add({4, 3, 8}, ramp(12));
     EXPECT_EQ(lpEMData->nextRow, 3);
@@ -198,7 +180,7 @@ TEST(CellArray, TwoArraysFillAPendingImageFromTheTop) {
 }
 
 TEST(CellArray, RowsBeyondTheImageAreLeftOut) {
-    BodyHost host(0, 9);
+    ArrayHost host(0, 9);
     host.begin({4, 4, 8});
     host.add({4, 6, 8}, ramp(24));
     EXPECT_EQ(host.image(), ramp(16));
@@ -209,7 +191,7 @@ TEST(CellArray, RowsBeyondTheImageAreLeftOut) {
 }
 
 TEST(CellArray, BottomUpFillStartsOneRowAboveTheLast) {
-    BodyHost host(0, 9);
+    ArrayHost host(0, 9);
     host.begin({4, 4, 8});
     host.add({4, 4, 8, 5, 1}, ramp(16));
     EXPECT_EQ(host.image(), support::ByteList()
@@ -222,7 +204,7 @@ TEST(CellArray, BottomUpFillStartsOneRowAboveTheLast) {
 }
 
 TEST(CellArray, BottomUpArraysGoOnUpwardsAndStartAgainAtTheTop) {
-    BodyHost host(0, 9);
+    ArrayHost host(0, 9);
     host.begin({4, 4, 8});
     host.add({4, 2, 8, 5, 1}, Bytes(8, 1));
     EXPECT_EQ(lpEMData->nextRow, 1);
@@ -235,7 +217,7 @@ TEST(CellArray, BottomUpArraysGoOnUpwardsAndStartAgainAtTheTop) {
 }
 
 TEST(CellArray, DirectionsMayBeMixed) {
-    BodyHost host(0, 9);
+    ArrayHost host(0, 9);
     host.begin({4, 5, 8});
     host.add({4, 2, 8}, Bytes(8, 1));
     host.add({4, 1, 8, 5, 1}, Bytes(4, 2));
@@ -271,7 +253,7 @@ TEST(CellArray, RowsRunBottomUpWhereArrayAndWindowRunApart) {
     for (const Case& given : cases) {
         SCOPED_TRACE(testing::Message() << given.firstY << " to " << given.secondY << ", window "
                                         << given.windowY1 << " to " << given.windowY2);
-        BodyHost host(0, 9, given.windowY1, given.windowY2);
+        ArrayHost host(0, 9, given.windowY1, given.windowY2);
         host.begin({4, 3, 8});
         host.add({4, 1, 8, given.firstY, given.secondY}, Bytes(4, 9));
         EXPECT_EQ(lpEMData->nextRow, 1);
@@ -285,7 +267,7 @@ TEST(CellArray, RowsRunBottomUpWhereArrayAndWindowRunApart) {
 TEST(CellArray, ColourModesTransformTheCellsOf24BitRows) {
     for (int32_t mode = 103; mode <= 107; ++mode) {
         SCOPED_TRACE(mode);
-        BodyHost host(0, 4, 0, 9, mode);
+        ArrayHost host(0, 4, 0, 9, mode);
         host.begin({8, 2, 24});
         const Bytes data = ramp(48);
         host.add({8, 2, 24}, data);
@@ -300,7 +282,7 @@ TEST(CellArray, ColourModesTransformTheCellsOf24BitRows) {
 }
 
 TEST(CellArray, HostsOwnRowsAreNotTransformed) {
-    BodyHost host(0, 9, 0, 9, 104);
+    ArrayHost host(0, 9, 0, 9, 104);
     host.begin({4, 1, 24});
     const Bytes data = ramp(12);
     host.send(support::cellArrayBlockAt({4, 1, -24}, data.data()));
@@ -310,7 +292,7 @@ TEST(CellArray, HostsOwnRowsAreNotTransformed) {
 
 TEST(CellArray, OtherDepthsAreNotTransformed) {
     for (const int32_t bits : {1, 4, 8, 32}) {
-        BodyHost host(0, 9, 0, 9, 104);
+        ArrayHost host(0, 9, 0, 9, 104);
         host.begin({4, 2, bits});
         const Bytes data = ramp(2 * rowBytesOf(4, static_cast<uint32_t>(bits)));
         host.add({4, 2, bits}, data);
@@ -328,7 +310,7 @@ TEST(StandAloneArray, IsWrittenAsAPictureOfItsOwnSize) {
         const auto height = static_cast<uint32_t>(rows);
         const Bytes data = ramp(height * rowBytesOf(width, static_cast<uint32_t>(bits)));
         const Bytes colors = ramp(768, 5);
-        BodyHost host(0, 1000, 0, 9, 103, settingsOfDepth(bits));
+        ArrayHost host(0, 1000, 0, 9, 103, settingsOfDepth(bits));
         host.send(support::colorsBlock(0, colors));
         host.add({width, height, bits}, data);
         EXPECT_EQ(lpEMData->imageMemory, 0u);
@@ -338,14 +320,14 @@ TEST(StandAloneArray, IsWrittenAsAPictureOfItsOwnSize) {
 }
 
 TEST(StandAloneArray, NarrowWindowMakesItNarrower) {
-    BodyHost host(0, 9);
+    ArrayHost host(0, 9);
     host.add({16, 10, 8}, ramp(120));
     EXPECT_EQ(host.closeAndTakeFile(), model::writeBmp({}, 10, 10, 8, {}, ramp(120), false));
 }
 
 TEST(StandAloneArray, ColourModeAndDataAtAnAddress) {
     const model::Settings settings = settingsOfDepth(24);
-    BodyHost host(0, 9, 0, 9, 107, settings);
+    ArrayHost host(0, 9, 0, 9, 107, settings);
     const Bytes data = ramp(3 * 16);
     host.send(support::cellArrayBlockAt({5, 3, -24}, data.data()));
     Bytes rows;
@@ -358,14 +340,14 @@ TEST(StandAloneArray, ColourModeAndDataAtAnAddress) {
 }
 
 TEST(StandAloneArray, BottomUpLeavesItsLastRowBlack) {
-    BodyHost host(0, 9);
+    ArrayHost host(0, 9);
     host.add({4, 3, 8, 5, 1}, support::ByteList().repeat(4, 1).repeat(4, 2).repeat(4, 3).list);
     const Bytes rows = support::ByteList().repeat(4, 2).repeat(4, 1).u32(0).list;
     EXPECT_EQ(host.closeAndTakeFile(), model::writeBmp({}, 4, 3, 8, {}, rows, false));
 }
 
 TEST(StandAloneArray, BracketsFieldsStayUntouched) {
-    BodyHost host(0, 9);
+    ArrayHost host(0, 9);
     lpEMData->nextRow = 2;
     lpEMData->imageWidth = 77;
     lpEMData->imageHeight = 3;
@@ -394,7 +376,7 @@ TEST(StandAloneArray, BracketsFieldsStayUntouched) {
 // ---- Memory that cannot be had, and hostile shapes ---------------------------------------------
 
 TEST(CellArray, MemoryThatCannotBeHadPushes300) {
-    BodyHost host(0, 1e9);
+    ArrayHost host(0, 1e9);
     constexpr CellArrayShape kHuge[] = {{65536, 65536, 8},
                                         {0xFFFFFFFF, 1, 24},
                                         {1, 0xFFFFFFFF, 24},
@@ -413,7 +395,7 @@ TEST(CellArray, MemoryThatCannotBeHadPushes300) {
 }
 
 TEST(CellArray, ExhaustedHeapPushes300) {
-    BodyHost host(0, 9);
+    ArrayHost host(0, 9);
     testing::internal::CaptureStdout();
     {
         const FailingCall failing("calloc");
@@ -424,7 +406,7 @@ TEST(CellArray, ExhaustedHeapPushes300) {
 }
 
 TEST(CellArray, PendingImageWithoutMemoryPushes300) {
-    BodyHost host(0, 1e9);
+    ArrayHost host(0, 1e9);
     host.begin({65536, 65536, 8});
     EXPECT_EQ(lpEMData->imageMemory, 0u);
     EXPECT_EQ(host.send(support::cellArrayBlock({4, 1, 8}, ramp(4))), 300);
@@ -432,7 +414,7 @@ TEST(CellArray, PendingImageWithoutMemoryPushes300) {
 }
 
 TEST(CellArray, PendingImageWithoutMemoryHasItsNextRowSettledFromTheBottomUp) {
-    BodyHost host(0, 1e9);
+    ArrayHost host(0, 1e9);
     host.begin({65536, 65536, 8});
     EXPECT_EQ(host.send(support::cellArrayBlock({4, 1, 8, 5, 1}, ramp(4))), 300);
     EXPECT_EQ(lpEMData->nextRow, 65535);
@@ -441,14 +423,14 @@ TEST(CellArray, PendingImageWithoutMemoryHasItsNextRowSettledFromTheBottomUp) {
 }
 
 TEST(StandAloneArray, WithoutMemoryLeavesTheNextRowAlone) {
-    BodyHost host(0, 1e9);
+    ArrayHost host(0, 1e9);
     EXPECT_EQ(host.send(support::cellArrayBlock({65536, 65536, 8, 5, 1}, ramp(4))), 300);
     EXPECT_EQ(lpEMData->nextRow, 0);
 }
 
 TEST(StandAloneArray, CellsAndRowsAreUnsigned) {
     // As signed numbers both would be fewer than the window's and the image's.
-    BodyHost host(0, 3);
+    ArrayHost host(0, 3);
     EXPECT_EQ(host.send(support::cellArrayBlock({0x80000000, 1, 8}, ramp(4))), 0);
     host.begin({4, 2, 8});
     host.add({4, 0xFFFFFFFF, 8}, ramp(8));
@@ -458,7 +440,7 @@ TEST(StandAloneArray, CellsAndRowsAreUnsigned) {
 }
 
 TEST(StandAloneArray, FreesItsImage) {
-    BodyHost host(0, 9);
+    ArrayHost host(0, 9);
     host.add({4, 1, 8}, ramp(4));
     const long blocks = support::liveBlocks;
     host.add({4, 1, 8}, ramp(4));
@@ -469,7 +451,7 @@ TEST(CellArray, EmptyArraysWriteAnEmptyPicture) {
     constexpr CellArrayShape kEmpty[] = {{0, 5, 8}, {5, 0, 8}, {0, 0, 8}, {0, 0, 24}};
     for (const CellArrayShape& shape : kEmpty) {
         const model::Settings settings = settingsOfDepth(shape.precision);
-        BodyHost host(0, 9, 0, 9, 104, settings);
+        ArrayHost host(0, 9, 0, 9, 104, settings);
         host.add(shape, {1, 2, 3, 4});
         EXPECT_EQ(host.closeAndTakeFile(), model::writeBmp(settings, shape.cells, shape.rows,
                                                            shape.precision, {}, {}, true));
@@ -479,7 +461,7 @@ TEST(CellArray, EmptyArraysWriteAnEmptyPicture) {
 TEST(CellArray, CellsWithoutBytesMayClaimAnyNumberOfRows) {
     for (const uint32_t rows : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
         for (const double secondY : {-1.0, 1.0}) {
-            BodyHost host(0, 9);
+            ArrayHost host(0, 9);
             host.add({0, rows, 8, 0, secondY}, {1, 2, 3, 4});
             host.begin({0, static_cast<int32_t>(rows), 8});
             host.add({0, rows, 8, 0, secondY}, {1, 2, 3, 4});
@@ -489,7 +471,7 @@ TEST(CellArray, CellsWithoutBytesMayClaimAnyNumberOfRows) {
 }
 
 TEST(CellArray, PrecisionOfZeroBitsIsTaken) {
-    BodyHost host(0, 9);
+    ArrayHost host(0, 9);
     host.add({4, 4, 0}, {1, 2, 3, 4});
     host.begin({4, 4, 0});
     host.add({4, 4, 0}, {1, 2, 3, 4});
@@ -497,7 +479,7 @@ TEST(CellArray, PrecisionOfZeroBitsIsTaken) {
 }
 
 TEST(CellArray, WiderRowsThanTheImagesStayInsideItsMemory) {
-    BodyHost host(0, 9);
+    ArrayHost host(0, 9);
     host.begin({4, 3, 8});
     host.add({8, 3, 8}, ramp(24));
     EXPECT_EQ(host.image(), ramp(12)) << "the second row is cut, the third dropped";
@@ -507,7 +489,7 @@ TEST(CellArray, WiderRowsThanTheImagesStayInsideItsMemory) {
 TEST(CellArray, CutRowsAreTransformedAsFarAsTheyLieInTheImage) {
     const Bytes data = ramp(32);
     for (int32_t mode = 104; mode <= 107; ++mode) {
-        BodyHost host(0, 9, 0, 9, mode);
+        ArrayHost host(0, 9, 0, 9, mode);
         host.begin({1, 5, 24});
         host.add({5, 2, 24}, data);
         Bytes first = slice(data, 0, 16);
@@ -523,7 +505,7 @@ TEST(CellArray, CutRowsAreTransformedAsFarAsTheyLieInTheImage) {
 
 TEST(CellArray, RowFarBehindTheImageIsDropped) {
     // Its byte position passes 32 bits: 71583 x 60000.
-    BodyHost host(0, 19999);
+    ArrayHost host(0, 19999);
     host.begin({1, 80000, 1});
     host.add({1, 71583, 1}, Bytes(size_t{71583} * 4, 0));
     host.add({20000, 1, 24}, Bytes(60000, 0xEE));

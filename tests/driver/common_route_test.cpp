@@ -1,9 +1,11 @@
 // The common-block route: initialisation on the host's settings, termination without a metafile,
 // and its cancel question.
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "driver/device_state.h"
+#include "support/common_block.h"
 #include "support/driver_host.h"
 #include "support/export_host.h"
 #include "support/failing_call.h"
@@ -12,6 +14,7 @@
 
 namespace {
 
+using support::AttachedCommon;
 using support::Bytes;
 using support::CurrentSettings;
 using support::FailingCall;
@@ -22,8 +25,8 @@ using support::TempDirectory;
 using Calls = std::vector<support::StatusCall>;
 
 // A host of the route; its status hook is the status block.
-struct CommonHost {
-    explicit CommonHost(const std::string& name = "") {
+struct RouteHost {
+    explicit RouteHost(const std::string& name = "") {
         std::strcpy(fileName, name.c_str());
         block[COMMON_INIT_FIRST] = 11;
         block[DRIVER_INIT_NAME] = reinterpret_cast<HostWord>(fileName);
@@ -32,34 +35,30 @@ struct CommonHost {
         block[DRIVER_INIT_HOOK] = reinterpret_cast<HostWord>(status.words);
         status.words[4] = 44;
     }
-    ~CommonHost() {
-        hCommon = 0;
-        lpCommon = nullptr;
+    ~RouteHost() {
+        common.reset();
         terminate();
         GlobalFree(status.words[STATUS_MEMORY]);
     }
-    CommonHost(const CommonHost&) = delete;
-    CommonHost& operator=(const CommonHost&) = delete;
+    RouteHost(const RouteHost&) = delete;
+    RouteHost& operator=(const RouteHost&) = delete;
 
     int32_t initialise() { return dd_entry32(0, DRV_INIT, block, 0); }
     int32_t terminate() { return dd_entry32(0, DRV_TERM, nullptr, 0); }
-    void attachCommon() {
-        hCommon = 1;
-        lpCommon = &common;
-    }
+    void attachCommon() { common.emplace(); }
 
     CurrentSettings settings;
     char fileName[300] = "";
     StatusHook status;
     HostWord block[DRIVER_INIT_WORDS] = {};
-    CommonBlock common = {};
+    std::optional<AttachedCommon> common;
 };
 
 // ---- Initialisation ----------------------------------------------------------------------------
 
 TEST(InitialiseCommonRoute, TakesTheHostsSettingsAndStatusBlock) {
     const TempDirectory directory;
-    CommonHost host(directory.path("out.bmp"));
+    RouteHost host(directory.path("out.bmp"));
     lpRaster = nullptr;
     hRaster = 0;
     hSetup = 77;
@@ -85,13 +84,13 @@ TEST(InitialiseCommonRoute, TakesTheHostsSettingsAndStatusBlock) {
 
 TEST(InitialiseCommonRoute, NameIsConsumedByItsFirstByteOnly) {
     const TempDirectory directory;
-    CommonHost host(directory.path("out.bmp"));
+    RouteHost host(directory.path("out.bmp"));
     host.initialise();
     EXPECT_EQ(std::string(host.fileName + 1), directory.path("out.bmp").substr(1));
 }
 
 TEST(InitialiseCommonRoute, WithoutSettingsItGives22) {
-    CommonHost host;
+    RouteHost host;
     host.block[DRIVER_INIT_SETUP] = 0;
     EXPECT_EQ(host.initialise(), 22);
     EXPECT_EQ(lpRaster, nullptr);
@@ -99,7 +98,7 @@ TEST(InitialiseCommonRoute, WithoutSettingsItGives22) {
 }
 
 TEST(InitialiseCommonRoute, WithoutANameItGives22AndOpensNothing) {
-    CommonHost host;
+    RouteHost host;
     host.block[DRIVER_INIT_NAME] = 0;
     EXPECT_EQ(host.initialise(), 22);
     EXPECT_EQ(host.settings->metafileStream, 0u);
@@ -107,7 +106,7 @@ TEST(InitialiseCommonRoute, WithoutANameItGives22AndOpensNothing) {
 
 TEST(InitialiseCommonRoute, NullNameChangesNothing) {
     const CurrentSettings current;
-    CommonHost host;
+    RouteHost host;
     hRaster = current.handle;
     lpRaster = current.record;
     hSetup = 77;
@@ -125,7 +124,7 @@ TEST(InitialiseCommonRoute, NullNameChangesNothing) {
 
 TEST(InitialiseCommonRoute, StatusBlockOfANamedFileMayEndBeforeTheDocumentWord) {
     const TempDirectory directory;
-    CommonHost host(directory.path("out.bmp"));
+    RouteHost host(directory.path("out.bmp"));
     const support::FencedWords status(STATUS_DOCUMENT);
     host.block[DRIVER_INIT_HOOK] = reinterpret_cast<HostWord>(status.words);
     EXPECT_EQ(host.initialise(), 0);
@@ -144,7 +143,7 @@ TEST(InitialiseCommonRoute, ColourFormatSettlesPaletteAndDepth) {
                                {218, 22, -1, -1}, {220, 22, -1, -1}, {0, 22, -1, -1}};
     for (const Case& given : kCases) {
         SCOPED_TRACE(given.colorFormat);
-        CommonHost host;
+        RouteHost host;
         host.settings->colorFormat = given.colorFormat;
         host.settings->paletteSize = -1;
         host.settings->bitsPerPixel = -1;
@@ -156,7 +155,7 @@ TEST(InitialiseCommonRoute, ColourFormatSettlesPaletteAndDepth) {
 
 TEST(InitialiseCommonRoute, UnknownColourFormatIsNoticedAfterTheOutputWasOpened) {
     const TempDirectory directory;
-    CommonHost host(directory.path("out.bmp"));
+    RouteHost host(directory.path("out.bmp"));
     host.settings->colorFormat = 218;
     host.settings->fileType = 332;
     host.settings->metafileValue1 = 1;
@@ -174,7 +173,7 @@ TEST(InitialiseCommonRoute, UnknownColourFormatIsNoticedAfterTheOutputWasOpened)
 TEST(InitialiseCommonRoute, OnlyWindowsFilesMayBeEncoded) {
     constexpr int32_t kCases[][2] = {{331, 228}, {332, 224}, {0, 224}, {330, 224}};
     for (const auto& [fileType, compression] : kCases) {
-        CommonHost host;
+        RouteHost host;
         host.settings->fileType = fileType;
         host.settings->compressionMode = 228;
         EXPECT_EQ(host.initialise(), 0);
@@ -184,7 +183,7 @@ TEST(InitialiseCommonRoute, OnlyWindowsFilesMayBeEncoded) {
 
 TEST(InitialiseCommonRoute, FileThatCannotBeMadeGives303AndKeepsTheName) {
     const TempDirectory directory;
-    CommonHost host(directory.path("missing/out.bmp"));
+    RouteHost host(directory.path("missing/out.bmp"));
     EXPECT_EQ(host.initialise(), 303);
     EXPECT_EQ(host.fileName, directory.path("missing/out.bmp"));
     EXPECT_EQ(host.settings->metafileStream, 0u);
@@ -192,7 +191,7 @@ TEST(InitialiseCommonRoute, FileThatCannotBeMadeGives303AndKeepsTheName) {
 
 TEST(InitialiseCommonRoute, FailedMemoryGives21AndAFailedStreamGives303) {
     for (const auto& [nth, result] : {std::pair(1, 21), std::pair(2, 303)}) {
-        CommonHost host;
+        RouteHost host;
         testing::internal::CaptureStdout();
         {
             const FailingCall failing("calloc", nth);
@@ -210,7 +209,7 @@ TEST(InitialiseCommonRoute, NamesUpTo143CharactersAreTakenAndLongerOnesRefused) 
         const TempDirectory directory;
         const std::string path =
             directory.path(std::string(length - directory.path("").size(), 'n'));
-        CommonHost host(path);
+        RouteHost host(path);
         const bool taken = length < 144;
         EXPECT_EQ(host.initialise(), taken ? 0 : 303);
         EXPECT_EQ(directory.names().size(), taken ? 1u : 0u);
@@ -220,7 +219,7 @@ TEST(InitialiseCommonRoute, NamesUpTo143CharactersAreTakenAndLongerOnesRefused) 
 
 TEST(InitialiseCommonRoute, DocumentGoesBeforeTheNameAndIsNotChecked) {
     for (const bool served : {true, false}) {
-        CommonHost host;
+        RouteHost host;
         HostDocument document;
         document.served = served;
         document.attach(host.settings.record, host.status.words);
@@ -234,7 +233,7 @@ TEST(InitialiseCommonRoute, DocumentGoesBeforeTheNameAndIsNotChecked) {
 
 TEST(InitialiseCommonRoute, WithoutAStatusBlockItsWordsCountAsZero) {
     const TempDirectory directory;
-    CommonHost host(directory.path("out.bmp"));
+    RouteHost host(directory.path("out.bmp"));
     host.block[DRIVER_INIT_HOOK] = 0;
     host.settings->metafileValue1 = 1;
     EXPECT_EQ(host.initialise(), 0);
@@ -243,23 +242,23 @@ TEST(InitialiseCommonRoute, WithoutAStatusBlockItsWordsCountAsZero) {
 }
 
 TEST(InitialiseCommonRoute, IsSkippedWhileTheCommonBlockIsInAStateOtherThanOne) {
-    CommonHost host;
+    RouteHost host;
     host.attachCommon();
     for (const int32_t state : {0, 2, 8, -1}) {
-        host.common.state = state;
+        host.common->block.state = state;
         EXPECT_EQ(host.initialise(), 0);
         EXPECT_EQ(host.settings->metafileStream, 0u) << state;
     }
-    host.common.state = 1;
+    host.common->block.state = 1;
     EXPECT_EQ(host.initialise(), 0);
     EXPECT_NE(host.settings->metafileStream, 0u);
 }
 
 TEST(InitialiseCommonRoute, IsNotSkippedWhenHandleOrBlockIsMissing) {
     for (const bool handleMissing : {true, false}) {
-        CommonHost host;
+        RouteHost host;
         host.attachCommon();
-        host.common.state = 2;
+        host.common->block.state = 2;
         if (handleMissing)
             hCommon = 0;
         else
@@ -273,13 +272,13 @@ TEST(InitialiseCommonRoute, IsNotSkippedWhenHandleOrBlockIsMissing) {
 
 TEST(TerminateCommonRoute, ClosesTheFileDrawsNothingAndGives300) {
     const TempDirectory directory;
-    CommonHost host(directory.path("out.bmp"));
+    RouteHost host(directory.path("out.bmp"));
     host.attachCommon();
-    host.common = {1, 5, host.status.words, 0};
+    host.common->block = {1, 5, host.status.words, 0};
     host.initialise();
     host.status.cancelFrom = 0;
     EXPECT_EQ(host.terminate(), 300);
-    EXPECT_EQ(host.common.lastError, 0);
+    EXPECT_EQ(host.common->block.lastError, 0);
     EXPECT_EQ(host.settings->metafileStream, 0u);
     EXPECT_EQ(directory.read("out.bmp"), "");
     EXPECT_EQ(directory.names().size(), 1u);
@@ -288,7 +287,7 @@ TEST(TerminateCommonRoute, ClosesTheFileDrawsNothingAndGives300) {
 }
 
 TEST(TerminateCommonRoute, HandsTheMemoryBlockToTheHost) {
-    CommonHost host;
+    RouteHost host;
     EXPECT_EQ(host.initialise(), 0);
     EXPECT_EQ(host.status.words[STATUS_MEMORY], 0u);
     EXPECT_EQ(host.terminate(), 300);
@@ -298,7 +297,7 @@ TEST(TerminateCommonRoute, HandsTheMemoryBlockToTheHost) {
 }
 
 TEST(TerminateCommonRoute, DocumentWithoutANameLeavesNoMemoryBlock) {
-    CommonHost host;
+    RouteHost host;
     HostDocument document;
     document.attach(host.settings.record, host.status.words);
     host.status.words[STATUS_MEMORY] = 4711;
@@ -310,7 +309,7 @@ TEST(TerminateCommonRoute, DocumentWithoutANameLeavesNoMemoryBlock) {
 
 TEST(TerminateCommonRoute, NamedOutputLeavesTheMemoryWordAlone) {
     const TempDirectory directory;
-    CommonHost host(directory.path("out.bmp"));
+    RouteHost host(directory.path("out.bmp"));
     host.status.words[STATUS_MEMORY] = 4711;
     EXPECT_EQ(host.initialise(), 0);
     EXPECT_EQ(host.terminate(), 300);
@@ -320,7 +319,7 @@ TEST(TerminateCommonRoute, NamedOutputLeavesTheMemoryWordAlone) {
 
 TEST(TerminateCommonRoute, MemoryBlockThatNobodyCanTakeIsFreed) {
     // A leak check is the judge.
-    CommonHost host;
+    RouteHost host;
     host.block[DRIVER_INIT_HOOK] = 0;
     EXPECT_EQ(host.initialise(), 0);
     EXPECT_EQ(host.terminate(), 300);
@@ -328,14 +327,14 @@ TEST(TerminateCommonRoute, MemoryBlockThatNobodyCanTakeIsFreed) {
 }
 
 TEST(TerminateCommonRoute, FailedCloseGives303) {
-    CommonHost host("/dev/full");
+    RouteHost host("/dev/full");
     EXPECT_EQ(host.initialise(), 0);
     oxlWrite(host.settings->metafileStream, "row", 3);
     EXPECT_EQ(host.terminate(), 303);
 }
 
 TEST(TerminateCommonRoute, WithoutAnInitialisationItGives300) {
-    CommonHost host;
+    RouteHost host;
     EXPECT_EQ(host.terminate(), 300);
     lpRaster = nullptr;
     EXPECT_EQ(host.terminate(), 300);
@@ -345,12 +344,12 @@ TEST(TerminateCommonRoute, WithoutAnInitialisationItGives300) {
 // ---- Cancel question ---------------------------------------------------------------------------
 
 TEST(CommonEscape, AsksWithTheBlocksValueInPlaceOfAPercentage) {
-    CommonHost host;
+    RouteHost host;
     EXPECT_EQ(tivar::escape(), 0) << "no common block";
     host.attachCommon();
-    host.common.statusValue = 42;
+    host.common->block.statusValue = 42;
     EXPECT_EQ(tivar::escape(), 0) << "no hook";
-    host.common.statusHook = host.status.words;
+    host.common->block.statusHook = host.status.words;
     EXPECT_EQ(tivar::escape(), 0);
     host.status.cancelFromNow();
     EXPECT_EQ(tivar::escape(), 901);
@@ -363,13 +362,13 @@ TEST(CommonEscape, AsksWithTheBlocksValueInPlaceOfAPercentage) {
 TEST(CommonEscape, PushesOnTheErrorStackOfTheDeviceState) {
     support::DriverHost device;
     device.initialise();
-    CommonHost host;
+    RouteHost host;
     host.attachCommon();
-    host.common.statusHook = host.status.words;
+    host.common->block.statusHook = host.status.words;
     host.status.cancelFrom = 0;
     EXPECT_EQ(tivar::escape(), 901);
     EXPECT_EQ(lpEMData->errors.firstRecord.code, 901);
-    EXPECT_EQ(host.common.lastError, 0);
+    EXPECT_EQ(host.common->block.lastError, 0);
     hCommon = 0;
 }
 

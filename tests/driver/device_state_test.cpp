@@ -18,7 +18,6 @@ using support::HostDocument;
 using support::OpcodeBlock;
 using support::TempDirectory;
 
-constexpr int32_t kEveryState[] = {DEV_CLOSED, DEV_OPEN, DEV_PICTURE, DEV_BODY, DEV_ENDED};
 constexpr uint32_t kRefusedSize = 0xFFFFFFFF;
 
 using Calls = std::vector<support::StatusCall>;
@@ -552,7 +551,7 @@ TEST(Escape, AsksOnlyWithAHookAndACallBack) {
 // ---- Termination -------------------------------------------------------------------------------
 
 TEST(TerminateDevice, ClosesTheDeviceFirstInEveryState) {
-    for (const int32_t state : kEveryState) {
+    for (const int32_t state : support::kEveryState) {
         SCOPED_TRACE(state);
         const TempDirectory directory;
         DriverHost host({}, directory.path("out.bmp"));

@@ -4,11 +4,13 @@
 #include "driver/device_state.h"
 #include "driver/dispatch.h"
 #include "driver/operations.h"
+#include "support/common_block.h"
 #include "support/driver_host.h"
 #include "support/opcode_block.h"
 
 namespace {
 
+using support::AttachedCommon;
 using support::Bytes;
 using support::DriverHost;
 using support::OpcodeBlock;
@@ -24,24 +26,6 @@ constexpr RoutePair kRoutes[] = {{RASTER_dd_entry, RASTER_dd_entry32}, {dd_entry
 
 template <class Code>
 using Codes = std::initializer_list<Code>;
-
-constexpr int32_t kEveryState[] = {DEV_CLOSED, DEV_OPEN, DEV_PICTURE, DEV_BODY, DEV_ENDED};
-
-// Makes the library believe in a common block of the host.
-struct CommonHost {
-    CommonHost() {
-        hCommon = 1;
-        lpCommon = &block;
-    }
-    ~CommonHost() {
-        hCommon = 0;
-        lpCommon = nullptr;
-    }
-    CommonHost(const CommonHost&) = delete;
-    CommonHost& operator=(const CommonHost&) = delete;
-
-    CommonBlock block = {};
-};
 
 TEST(DriverEntry, VersionIsStoredInFourBytesWithResultZero) {
     for (const RoutePair& route : kRoutes) {
@@ -139,7 +123,7 @@ TEST(Initialise, NothingIsDoneWhileTheHostHasACommonBlock) {
     DriverHost host;
     host.enter(DEV_OPEN);
     {
-        const CommonHost common;
+        const AttachedCommon common;
         const MemHandle device = hEMData;
         EXPECT_EQ(host.initialise(), 0);
         EXPECT_EQ(hEMData, device);
@@ -152,7 +136,7 @@ TEST(Initialise, StateMinusOneInitialisesTheSameDeviceStateUnderACommonBlock) {
     host.initialise();
     const MemHandle firstReply = lpEMData->hReply;
     {
-        const CommonHost common;
+        const AttachedCommon common;
         const MemHandle device = hEMData;
         lpEMData->deviceState = -1;
         lpEMData->background[0] = 9;
@@ -167,7 +151,7 @@ TEST(Initialise, StateMinusOneInitialisesTheSameDeviceStateUnderACommonBlock) {
 
 TEST(Initialise, CommonBlockWithoutADeviceStateCannotInitialiseTheRasterRoute) {
     DriverHost host;
-    const CommonHost common;
+    const AttachedCommon common;
     EXPECT_EQ(host.initialise(), 300);
     EXPECT_EQ(lpEMData, nullptr);
 }
@@ -267,7 +251,7 @@ TEST(CommonDispatch, WithoutACommonBlockNothingRuns) {
 }
 
 TEST(CommonDispatch, WithoutADeviceStateEveryOpcodeIsIgnored) {
-    CommonHost common;
+    AttachedCommon common;
     common.block.state = 1;
     common.block.lastError = 5;
     for (const uint32_t opcode :
@@ -282,7 +266,7 @@ TEST(CommonDispatch, WithoutADeviceStateEveryOpcodeIsIgnored) {
 TEST(CommonDispatch, TestsItsOwnStateAndTheTableTestsTheDeviceState) {
     DriverHost host;
     host.enter(DEV_OPEN);
-    CommonHost common;
+    AttachedCommon common;
     OpcodeBlock begin(OP_BEGIN_PICTURE);
     for (const int32_t state : {0, -1}) {
         common.block.state = state;
@@ -302,7 +286,7 @@ TEST(CommonDispatch, TestsItsOwnStateAndTheTableTestsTheDeviceState) {
 TEST(CommonDispatch, ErrorsGoToTheDeviceStateAndTheResultIsTheCommonBlocksCode) {
     DriverHost host({}, "/nowhere/at/all.bmp");
     host.initialise();
-    CommonHost common;
+    AttachedCommon common;
     common.block.state = 1;
     OpcodeBlock open(OP_OPEN);
     EXPECT_EQ(dd_entry32(0, DRV_DISPATCH, open.data(), 0), 0);
@@ -330,7 +314,7 @@ TEST(Noop, ReturnsItsArgument) {
 }
 
 TEST(InquireSupport, DrawingIsSupportedInTheBodyOnly) {
-    for (const int32_t state : kEveryState) {
+    for (const int32_t state : support::kEveryState) {
         DriverHost host;
         host.enter(state);
         EXPECT_EQ(InquireSupport(1033, 0), state == DEV_BODY ? 2 : 0) << state;

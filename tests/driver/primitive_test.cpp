@@ -3,6 +3,7 @@
 
 #include "driver/operations.h"
 #include "model/plain_model.h"
+#include "support/body_host.h"
 #include "support/drawn_picture.h"
 #include "support/driver_host.h"
 #include "support/failing_call.h"
@@ -17,14 +18,9 @@ using support::FailingCall;
 using support::ImageShape;
 
 // A device in its body with a window x of 0 to x2.
-struct BodyHost : DriverHost {
-    explicit BodyHost(double x2 = 1e6, const model::Settings& wanted = {}, double scale = 0)
-        : DriverHost(wanted) {
-        enterBody({support::windowBlock({0, 0, 0, x2, 9, 0}), support::scaleBlock(1, scale)});
-    }
-    void begin(const ImageShape& shape, uint32_t points = 0) {
-        EXPECT_EQ(send(support::beginImageBlock(shape, points)), 0);
-    }
+struct ImageHost : support::BodyHost {
+    explicit ImageHost(double x2 = 1e6, const model::Settings& wanted = {}, double scale = 0)
+        : BodyHost({0, 0, 0, x2, 9, 0}, wanted, scale) {}
 };
 
 void expectNothingChanged(const EMData& before) {
@@ -34,7 +30,7 @@ void expectNothingChanged(const EMData& before) {
 // ---- Beginning an image ------------------------------------------------------------------------
 
 TEST(BeginImage, SetsTheImagesFieldsAndZeroedMemory) {
-    BodyHost host;
+    ImageHost host;
     lpEMData->nextRow = 9;
     host.begin({101, 7, 8, -5});
     EXPECT_EQ(lpEMData->imagePending, 1);
@@ -43,7 +39,7 @@ TEST(BeginImage, SetsTheImagesFieldsAndZeroedMemory) {
     EXPECT_EQ(lpEMData->imageHeight, 7);
     EXPECT_EQ(lpEMData->bitsPerCell, 8);
     EXPECT_EQ(lpEMData->nextRow, 0);
-    EXPECT_EQ(support::blockContents(lpEMData->imageMemory), Bytes(104 * 7, 0));
+    EXPECT_EQ(host.image(), Bytes(104 * 7, 0));
 }
 
 TEST(BeginImage, WidthIsTheWindowsAndAtMostTheHeaders) {
@@ -54,7 +50,7 @@ TEST(BeginImage, WidthIsTheWindowsAndAtMostTheHeaders) {
     };
     constexpr Case kCases[] = {{99, 80, 80}, {79, 80, 80}, {78, 80, 79}, {0, 80, 1}, {9, 0, 0}};
     for (const Case& given : kCases) {
-        BodyHost host(given.x2);
+        ImageHost host(given.x2);
         host.begin({given.cells, 2, 8});
         EXPECT_EQ(lpEMData->imageWidth, given.width) << given.x2;
     }
@@ -63,17 +59,16 @@ TEST(BeginImage, WidthIsTheWindowsAndAtMostTheHeaders) {
 TEST(BeginImage, PrecisionsAbsoluteValueCounts) {
     constexpr int32_t kCases[][2] = {{-32768, 1}, {-8, 8}, {24, 24}, {-24, 24}, {1, 1}, {-1, 1}};
     for (const auto& [precision, bits] : kCases) {
-        BodyHost host;
+        ImageHost host;
         host.begin({10, 2, precision});
         EXPECT_EQ(lpEMData->bitsPerCell, bits);
-        EXPECT_EQ(support::blockContents(lpEMData->imageMemory).size(),
-                  static_cast<size_t>((10 * bits + 31) / 32 * 4 * 2));
+        EXPECT_EQ(host.image().size(), static_cast<size_t>((10 * bits + 31) / 32 * 4 * 2));
     }
 }
 
 TEST(BeginImage, HeaderLiesBehindThePoints) {
     for (const uint32_t points : {0u, 1u, 3u, 100u}) {
-        BodyHost host;
+        ImageHost host;
         host.begin({12, 5, 4, 3}, points);
         EXPECT_EQ(lpEMData->imageWidth, 12) << points;
         EXPECT_EQ(lpEMData->imageHeight, 5) << points;
@@ -83,7 +78,7 @@ TEST(BeginImage, HeaderLiesBehindThePoints) {
 
 #if UINTPTR_MAX == 0xFFFFFFFFu
 TEST(BeginImage, MorePointsThanTheAddressesReachChangeNothing) {
-    BodyHost host;
+    ImageHost host;
     const EMData before = *lpEMData;
     for (const uint32_t points : {0x05555555u, 0x0AAAAAABu, 0x80000000u, 0xFFFFFFFFu}) {
         EXPECT_EQ(host.send(support::primitiveBlock(-5).put(20, points)), 0);
@@ -96,7 +91,7 @@ TEST(BeginImage, MemoryThatCannotBeHadIsFoundByTheCellArray) {
     constexpr ImageShape kHuge[] = {
         {65536, 65536, 8}, {10, -1, 8}, {10, INT32_MIN, 24}, {1, 1, INT32_MIN}, {4, 1, INT32_MAX}};
     for (const ImageShape& shape : kHuge) {
-        BodyHost host;
+        ImageHost host;
         host.begin(shape);
         EXPECT_EQ(lpEMData->imagePending, 1);
         EXPECT_EQ(lpEMData->imageMemory, 0u);
@@ -107,7 +102,7 @@ TEST(BeginImage, MemoryThatCannotBeHadIsFoundByTheCellArray) {
 
 TEST(BeginImage, NegativeNumberOfCellsIsLessThanTheWindowsAndHasNoMemory) {
     for (const int32_t precision : {1, 8}) {
-        BodyHost host;
+        ImageHost host;
         host.begin({-1, 1, precision});
         EXPECT_EQ(lpEMData->imageWidth, -1);
         EXPECT_EQ(lpEMData->imageMemory, 0u);
@@ -116,16 +111,16 @@ TEST(BeginImage, NegativeNumberOfCellsIsLessThanTheWindowsAndHasNoMemory) {
 }
 
 TEST(BeginImage, SecondBeginReplacesTheFirst) {
-    BodyHost host;
+    ImageHost host;
     host.begin({4, 4, 8});
     host.send(support::cellArrayBlock({4, 2, 8}, Bytes(8, 9)));
     host.begin({8, 2, 8});
     EXPECT_EQ(lpEMData->nextRow, 0);
-    EXPECT_EQ(support::blockContents(lpEMData->imageMemory), Bytes(16, 0));
+    EXPECT_EQ(host.image(), Bytes(16, 0));
 }
 
 TEST(BeginImage, OutlivesACloseAndEndsWithTheDeviceState) {
-    BodyHost host;
+    ImageHost host;
     host.begin({4, 4, 8});
     host.closeAndTakeFile();
     EXPECT_EQ(lpEMData->imagePending, 1);
@@ -135,7 +130,7 @@ TEST(BeginImage, OutlivesACloseAndEndsWithTheDeviceState) {
 // ---- Other identifiers -------------------------------------------------------------------------
 
 TEST(Primitive, OtherIdentifiersChangeNothingAndPushNothing) {
-    BodyHost host;
+    ImageHost host;
     const EMData before = *lpEMData;
     for (const int32_t id : {-3, -1, -2, -4, -7, 0, 5, 6, 1034, INT32_MIN, INT32_MAX}) {
         EXPECT_EQ(host.send(support::primitiveBlock(id)), 0) << id;
@@ -145,7 +140,7 @@ TEST(Primitive, OtherIdentifiersChangeNothingAndPushNothing) {
 }
 
 TEST(Primitive, HandlerReturnsItsBlock) {
-    const BodyHost host;
+    const ImageHost host;
     auto block = support::primitiveBlock(-3);
     EXPECT_EQ(tivar::d_gdp(block.data()), block.data());
     EXPECT_EQ(tivar::d_gdp(nullptr), nullptr);
@@ -169,7 +164,7 @@ void sendRows(DriverHost& host, const DrawnPicture& drawn) {
 }
 
 Bytes imageFile(const model::Settings& settings, const DrawnPicture& drawn, double scale) {
-    BodyHost host(1e6, settings, scale);
+    ImageHost host(1e6, settings, scale);
     if (!drawn.table.empty()) host.send(support::colorsBlock(0, drawn.table));
     host.begin({drawn.width, drawn.height, drawn.bits});
     sendRows(host, drawn);
@@ -231,7 +226,7 @@ TEST(EndImage, SettingsOfSizeEncodingAndFlavourApply) {
 }
 
 TEST(EndImage, RowsThatNoArrayFilledAreBlack) {
-    BodyHost host(1e6, {}, 0.254);
+    ImageHost host(1e6, {}, 0.254);
     host.send(support::colorsBlock(0, support::drawPicture(Drawing::kNoise, 8, 1, 1, 5).table));
     host.begin({4, 6, 8});
     host.send(support::cellArrayBlock({4, 2, 8}, Bytes(8, 9)));
@@ -247,7 +242,7 @@ TEST(EndImage, RowsThatNoArrayFilledAreBlack) {
 TEST(EndImage, OneBitImageTakesTwoColours) {
     model::Settings settings;
     settings.colorFormat = 215;
-    BodyHost host(1e6, settings, 0.254);
+    ImageHost host(1e6, settings, 0.254);
     host.send(support::colorsBlock(0, {1, 2, 3, 4, 5, 6, 7, 8, 9}));
     host.begin({8, 2, 1});
     host.send(support::endImageBlock());
@@ -264,7 +259,7 @@ size_t allocationOf(uint32_t size) {
 
 TEST(EndImage, PaletteHasTheColoursOfItsDepthAndNoMore) {
     for (const int bits : {1, 2, 4, 8}) {
-        BodyHost host;
+        ImageHost host;
         host.begin({8, 2, bits});
         size_t palette = 0;
         {
@@ -277,7 +272,7 @@ TEST(EndImage, PaletteHasTheColoursOfItsDepthAndNoMore) {
 }
 
 TEST(EndImage, OneBitImageCopiesSixBytes) {
-    BodyHost host;
+    ImageHost host;
     host.send(support::colorsBlock(0, {1, 2, 3, 4, 5, 6, 7, 8, 9}));
     host.begin({8, 2, 1});
     // What the palette's block holds, slack included, when the next one is asked for.
@@ -294,7 +289,7 @@ TEST(EndImage, OneBitImageCopiesSixBytes) {
 
 TEST(EndImage, FreesItsImageAndItsPalette) {
     for (const int bits : {1, 4, 8, 24}) {
-        BodyHost host;
+        ImageHost host;
         const long blocks = support::liveBlocks;
         host.begin({8, 2, bits});
         host.send(support::endImageBlock());
@@ -305,7 +300,7 @@ TEST(EndImage, FreesItsImageAndItsPalette) {
 TEST(EndImage, TrueColourImageTakesNoPaletteFromTheDevice) {
     // 8-bit output of a 24-bit image has a reduced table, whatever the device's colours are.
     const DrawnPicture drawn = support::drawPicture(Drawing::kFewColors, 24, 12, 10, 2);
-    BodyHost host(1e6, {}, 0.254);
+    ImageHost host(1e6, {}, 0.254);
     host.send(support::colorsBlock(0, Bytes(768, 77)));
     host.begin({12, 10, 24});
     sendRows(host, drawn);
@@ -347,7 +342,7 @@ TEST(EndImage, ViewportResolutionIsKeptTo16Bits) {
         model::Settings settings;
         settings.pictureWidth = 0.4;
         settings.pictureHeight = 0.3;
-        BodyHost host(1e6, settings);
+        ImageHost host(1e6, settings);
         host.send(support::colorsBlock(0, drawn.table));
         lpEMData->viewportResolution = resolution;
         host.begin({20, 10, 8});
@@ -358,7 +353,7 @@ TEST(EndImage, ViewportResolutionIsKeptTo16Bits) {
 }
 
 TEST(EndImage, WidthOfTheSourceIsKeptTo16BitsAndTheTargetsIsNot) {
-    BodyHost host(1e6, {}, 0.254);
+    ImageHost host(1e6, {}, 0.254);
     host.begin({65536 + 40, 2, 1});
     host.send(support::endImageBlock());
     const model::Picture picture = pictureOf(40, 2, 1, Bytes(size_t{8200} * 2, 0), Bytes(6, 0));
@@ -368,7 +363,7 @@ TEST(EndImage, WidthOfTheSourceIsKeptTo16BitsAndTheTargetsIsNot) {
 
 TEST(EndImage, BitsAreKeptTo16BitsAndThePaletteGoesByAllOfThem) {
     // 65540 bits are written as 4, without a palette.
-    BodyHost host(1e6, {}, 0.254);
+    ImageHost host(1e6, {}, 0.254);
     host.send(support::colorsBlock(0, Bytes(768, 77)));
     host.begin({4, 2, 65540});
     host.send(support::endImageBlock());
@@ -380,7 +375,7 @@ TEST(EndImage, ImagesFollowOneAnother) {
     const DrawnPicture drawn = support::drawPicture(Drawing::kNoise, 24, 6, 4, 7);
     model::Settings settings;
     settings.colorFormat = 222;
-    BodyHost host(1e6, settings, 0.254);
+    ImageHost host(1e6, settings, 0.254);
     for (int i = 0; i < 2; ++i) {
         host.begin({6, 4, 24});
         sendRows(host, drawn);
@@ -393,7 +388,7 @@ TEST(EndImage, ImagesFollowOneAnother) {
 }
 
 TEST(EndImage, EndWithoutABeginLeavesNoImageBehind) {
-    BodyHost host;
+    ImageHost host;
     EXPECT_EQ(host.send(support::endImageBlock()), 0);
     EXPECT_EQ(lpEMData->imagePending, 0);
     EXPECT_EQ(lpEMData->imageMemory, 0u);
@@ -403,7 +398,7 @@ TEST(EndImage, WritesWithTheDevicesSettings) {
     const DrawnPicture drawn = support::drawPicture(Drawing::kNoise, 8, 6, 4, 7);
     model::Settings settings;
     settings.fileType = 332;
-    BodyHost host(1e6, settings, 0.254);
+    ImageHost host(1e6, settings, 0.254);
     host.send(support::colorsBlock(0, drawn.table));
     host.begin({6, 4, 8});
     sendRows(host, drawn);
@@ -416,7 +411,7 @@ TEST(EndImage, WritesWithTheDevicesSettings) {
 TEST(EndImage, ProgressGoesToTheStatusBlockOfTheSettingsAndACancelEndsQuietly) {
     const DrawnPicture drawn = support::drawPicture(Drawing::kNoise, 8, 6, 4, 7);
     for (const bool cancel : {false, true}) {
-        BodyHost host(1e6, {}, 0.254);
+        ImageHost host(1e6, {}, 0.254);
         support::StatusHook status;
         host.settings->exportParams = status.words;
         host.begin({6, 4, 8});
@@ -433,7 +428,7 @@ TEST(EndImage, ProgressGoesToTheStatusBlockOfTheSettingsAndACancelEndsQuietly) {
 }
 
 TEST(EndImage, PaletteThatCannotBeHadPushes300AndWritesNothing) {
-    BodyHost host;
+    ImageHost host;
     host.begin({4, 4, 8});
     testing::internal::CaptureStdout();
     {
@@ -453,7 +448,7 @@ TEST(EndImage, WhicheverAllocationFailsNothingLeaks) {
     for (int nth = 1; nth <= 20; ++nth) {
         model::Settings settings;
         settings.colorFormat = 219;
-        BodyHost host(1e6, settings, 0.254);
+        ImageHost host(1e6, settings, 0.254);
         host.begin({12, 10, 24});
         sendRows(host, drawn);
         testing::internal::CaptureStdout();
@@ -484,7 +479,7 @@ TEST(Primitive, HostileHeadersDoNoHarm) {
                 settings.pictureWidth = 0.2;
                 settings.pictureHeight = 0.2;
                 // A narrow window keeps what can be had small.
-                BodyHost host(30, settings);
+                ImageHost host(30, settings);
                 host.begin({cells, rows, precision});
                 if (lpEMData->imageMemory != 0 && GlobalSize(lpEMData->imageMemory) > 100000)
                     continue;

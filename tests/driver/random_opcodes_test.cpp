@@ -41,10 +41,6 @@ class Random {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr int32_t kBits[] = {1, 4, 8, 24, 24, 32, 2, 16, 0};
 
-size_t rowBytesOf(uint32_t cells, uint32_t bits) {
-    return (size_t{cells} * bits + 31) / 32 * 4;
-}
-
 model::Settings drawSettings(Random& random) {
     constexpr int kFormats[] = {215, 219, 221, 221, 222, 222, 216, 217, 218, 220};
     model::Settings settings;
@@ -107,7 +103,8 @@ class BlockMaker {
         const support::CellArrayShape shape = {random_.below(40), random_.below(20), precision,
                                                random_.between(0, 2) * 1.0,
                                                random_.between(0, 2) * 1.0};
-        const size_t bytes = shape.rows * rowBytesOf(shape.cells, static_cast<uint32_t>(precision));
+        const size_t bytes =
+            shape.rows * support::rowBytesOf(shape.cells, static_cast<uint32_t>(precision));
         if (random_.below(3) != 0 || precision == 0)
             return support::cellArrayBlock(shape, random_.bytes(bytes + 1));
         elsewhere_.push_back(random_.bytes(bytes + 1));

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "driver/operations.h"
+#include "support/byte_list.h"
 #include "support/driver_host.h"
 
 namespace {
@@ -11,6 +12,7 @@ namespace {
 using support::Bytes;
 using support::DriverHost;
 using support::OpcodeBlock;
+using support::ramp;
 using support::SixDoubles;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -130,12 +132,6 @@ TEST(ViewportScale, StateWithBit128ChangesNothing) {
 
 // ---- Colour table ------------------------------------------------------------------------------
 
-Bytes ramp(size_t colors, size_t from = 1) {
-    Bytes bytes;
-    for (size_t i = 0; i < colors * 3; ++i) bytes.push_back(static_cast<uint8_t>(from + i));
-    return bytes;
-}
-
 Bytes deviceColors() {
     const uint8_t* table = &lpEMData->colorTable[0][0];
     return Bytes(table, table + 768);
@@ -155,22 +151,22 @@ Bytes tableWith(const Bytes& colors, size_t first) {
 
 TEST(ColorTable, ColoursGoInFromTheFirstIndexOn) {
     BodyHost host;
-    EXPECT_EQ(host.send(support::colorsBlock(3, ramp(2))), 0);
-    EXPECT_EQ(deviceColors(), tableWith(ramp(2), 3));
+    EXPECT_EQ(host.send(support::colorsBlock(3, ramp(6))), 0);
+    EXPECT_EQ(deviceColors(), tableWith(ramp(6), 3));
 }
 
 TEST(ColorTable, CopiesNoMoreThanTheTableHolds) {
     BodyHost host;
-    EXPECT_EQ(host.send(support::colorsBlock(250, ramp(10))), 0);
-    EXPECT_EQ(deviceColors(), tableWith(ramp(6), 250));
+    EXPECT_EQ(host.send(support::colorsBlock(250, ramp(30))), 0);
+    EXPECT_EQ(deviceColors(), tableWith(ramp(18), 250));
     EXPECT_EQ(lpEMData->background[0], 0) << "what lies behind the table is not touched";
 }
 
 TEST(ColorTable, WholeTableAndMoreThanTheWholeTable) {
     for (const size_t count : {256u, 300u}) {
         BodyHost host;
-        host.send(support::colorsBlock(0, ramp(count)));
-        EXPECT_EQ(deviceColors(), tableWith(ramp(count), 0));
+        host.send(support::colorsBlock(0, ramp(3 * count)));
+        EXPECT_EQ(deviceColors(), tableWith(ramp(3 * count), 0));
     }
 }
 

@@ -5,9 +5,11 @@
 #include <map>
 
 #include "filter/setup_guard.h"
+#include "support/host_word.h"
 
 namespace {
 
+using support::asWord;
 using support::CommaLocale;
 
 const std::string kProfile =
@@ -20,10 +22,6 @@ std::string bytesOf(const SetupRecord& record) {
 template <class T>
 int32_t setTo(MemHandle setup, int32_t escape, T value, int32_t saves = 0) {
     return xEscapeSetup(setup, escape, sizeof value, &value, nullptr, saves);
-}
-
-HostWord asWord(const void* pointer) {
-    return reinterpret_cast<HostWord>(pointer);
 }
 
 struct Escapes : Surroundings {

@@ -27,6 +27,14 @@ struct ByteList {
     Bytes list;
 };
 
+// count bytes, each other than its neighbours.
+inline Bytes ramp(std::size_t count, std::size_t from = 1) {
+    Bytes bytes;
+    for (std::size_t i = 0; i < count; ++i)
+        bytes.push_back(static_cast<std::uint8_t>(from + i * 7));
+    return bytes;
+}
+
 // count bytes from position on; fewer where the list ends.
 inline Bytes slice(const Bytes& bytes, std::size_t position, std::size_t count = SIZE_MAX) {
     Bytes part;

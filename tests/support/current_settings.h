@@ -5,6 +5,7 @@
 #include <tivar/memory.h>
 
 #include "model/plain_model.h"
+#include "support/taken_settings.h"
 
 namespace support {
 
@@ -15,15 +16,7 @@ struct CurrentSettings {
         UseDefaultSettings(record);
     }
     explicit CurrentSettings(const model::Settings& settings) : CurrentSettings() {
-        record->colorFormat = settings.colorFormat;
-        record->compressionMode = settings.compressionMode;
-        record->fileType = settings.fileType;
-        record->sizeMode = settings.sizeMode;
-        record->resolutionMode = settings.resolutionMode;
-        record->pictureWidth = settings.pictureWidth;
-        record->pictureHeight = settings.pictureHeight;
-        record->xResolution = static_cast<int16_t>(settings.xResolution);
-        record->yResolution = static_cast<int16_t>(settings.yResolution);
+        takeSettings(*record, settings);
     }
     ~CurrentSettings() {
         GlobalFree(handle);

@@ -18,6 +18,8 @@
 
 namespace support {
 
+constexpr int32_t kEveryState[] = {DEV_CLOSED, DEV_OPEN, DEV_PICTURE, DEV_BODY, DEV_ENDED};
+
 // The numbers of a status call: operation, value, third, percentage, fifth.
 using StatusCall = std::array<int32_t, 5>;
 

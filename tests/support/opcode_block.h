@@ -63,6 +63,11 @@ inline OpcodeBlock popBlock(int32_t wanted) {
     return OpcodeBlock(OP_POP_ERRORS).put(16, wanted);
 }
 
+// The bytes of a row of cells.
+inline size_t rowBytesOf(uint32_t cells, uint32_t bits) {
+    return ((size_t{cells} * bits + 7) / 8 + 3) / 4 * 4;
+}
+
 struct CellArrayShape {
     uint32_t cells;
     uint32_t rows;
