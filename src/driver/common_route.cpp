@@ -102,9 +102,9 @@ int32_t termdvr(HostWord) {
 }
 
 int32_t escape() {
-    if (lpCommon == nullptr || lpCommon->statusHook == nullptr) return 0;
-    const StatusHookRecord* hook = lpCommon->statusHook;
-    if (askHook(hook, 0, 0, 0, lpCommon->statusValue) == 0) return 0;
+    const CommonBlock* common = lpCommon;
+    if (common == nullptr || askHook(common->statusHook, 0, 0, 0, common->statusValue) == 0)
+        return 0;
     push_er(TIVAR_ERR_CANCELLED);
     return TIVAR_ERR_CANCELLED;
 }

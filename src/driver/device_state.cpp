@@ -184,8 +184,9 @@ int32_t AllocGlobal() {
 }
 
 int32_t FreeGlobal() {
-    if (lpEMData == nullptr) return 0;
-    GlobalFree(lpEMData->imageMemory);
+    const EMData* device = lpEMData;
+    if (device == nullptr) return 0;
+    GlobalFree(device->imageMemory);
     GlobalUnlock(hEMData);
     GlobalFree(hEMData);
     hEMData = 0;

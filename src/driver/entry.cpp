@@ -65,7 +65,8 @@ int32_t initialiseRaster(void* block) {
 }
 
 int32_t initialiseCommon(void* block) {
-    const bool running = hCommon != 0 && lpCommon != nullptr && lpCommon->state != 1;
+    const CommonBlock* common = lpCommon;
+    const bool running = hCommon != 0 && common != nullptr && common->state != 1;
     return running ? 0 : initdvr(static_cast<HostWord*>(block));
 }
 
@@ -75,7 +76,7 @@ int32_t terminateRaster() {
 }
 
 int32_t terminateCommon() {
-    if (lpCommon != nullptr) lpCommon->lastError = 0;
+    if (CommonBlock* common = lpCommon) common->lastError = 0;
     return termdvr(0);
 }
 

@@ -130,13 +130,15 @@ using namespace tivar;
 void QueryCellFormat(double* width, double* height, uint16_t* bitCount, uint32_t* resolution,
                      uint16_t* planes, HostWord) {
     const Turn turn;
-    if (width == nullptr || height == nullptr || lpRaster == nullptr) return;
-    settle(*lpRaster, {*width, *height, bitCount, resolution, planes});
+    SetupRecord* setup = lpRaster;
+    if (width == nullptr || height == nullptr || setup == nullptr) return;
+    settle(*setup, {*width, *height, bitCount, resolution, planes});
 }
 
 int32_t RasterAdjustAspect(double* out, double aspectWidth, double aspectHeight) {
     const Turn turn;
-    if (out == nullptr || lpRaster == nullptr) return -1;
-    adjustAspect(*lpRaster, out, aspectWidth, aspectHeight);
+    const SetupRecord* setup = lpRaster;
+    if (out == nullptr || setup == nullptr) return -1;
+    adjustAspect(*setup, out, aspectWidth, aspectHeight);
     return 0;
 }

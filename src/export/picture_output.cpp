@@ -167,5 +167,6 @@ int32_t OutputPicture(OxlStream stream, CellPicture* picture, DrawProc drawCallb
 
 int32_t UpdateStatus(int32_t percent) {
     const Turn turn;
-    return reportProgress(lpRaster == nullptr ? nullptr : lpRaster->exportParams, percent);
+    const SetupRecord* setup = lpRaster;
+    return reportProgress(setup == nullptr ? nullptr : setup->exportParams, percent);
 }

@@ -228,9 +228,10 @@ int32_t xEscapeSetup(MemHandle setup, int32_t escape, int32_t inSize, void* inDa
 
 int32_t GetRasterInfo(MemHandle, const int32_t* info, int32_t* size) {
     const Turn turn;
-    if (lpRaster == nullptr || info == nullptr || size == nullptr) return 0;
     // Works on the current record, which need not be the one that an escape named.
-    SetupRecord& setup = *lpRaster;
+    SetupRecord* current = lpRaster;
+    if (current == nullptr || info == nullptr || size == nullptr) return 0;
+    SetupRecord& setup = *current;
     int32_t values[7];
     std::memcpy(values, info, sizeof values);
     followInfo(setup, values);

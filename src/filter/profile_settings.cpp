@@ -101,16 +101,16 @@ using namespace tivar;
 
 int32_t LoadProfile(HostWord) {
     const Turn turn;
-    if (lpRaster == nullptr) return 0;
-    SetupRecord& setup = *lpRaster;
-    if (!readDriverName(setup)) return 0;
-    readCodes(setup);
-    readResolution(setup);
-    readSize(setup);
+    SetupRecord* setup = lpRaster;
+    if (setup == nullptr || !readDriverName(*setup)) return 0;
+    readCodes(*setup);
+    readResolution(*setup);
+    readSize(*setup);
     return 1;
 }
 
 int32_t LimitCheck(void) {
     const Turn turn;
-    return lpRaster == nullptr ? TIVAR_OK : limitSettings(*lpRaster);
+    SetupRecord* setup = lpRaster;
+    return setup == nullptr ? TIVAR_OK : limitSettings(*setup);
 }
