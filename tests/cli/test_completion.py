@@ -17,8 +17,9 @@ printf '%s\\n' "${COMPREPLY[@]}"
 @pytest.mark.parametrize(
     "words,wanted",
     [
-        ("export --bits ", ["1", "24", "4", "8"]),
-        ("export --bits = ", ["1", "24", "4", "8"]),
+        ("export --bits ", ["1", "16", "24", "32", "4", "8"]),
+        ("export --bits = ", ["1", "16", "24", "32", "4", "8"]),
+        ("export --route d", ["direct", "driver"]),
         ("export --compress = p", ["portable"]),
         ("export --profile = m", ["my.ini"]),
         ("export --profile my.ini --mode ", ["Big\\ one", "Small"]),

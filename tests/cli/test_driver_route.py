@@ -461,7 +461,7 @@ def test_wrong_usage_is_one_line_and_code_2(tivar, chart, options):
     assert os.listdir(tivar.directory) == ["chart.png"]
 
 
-def test_the_filter_route_is_the_default_and_the_help_names_both(tivar, chart):
+def test_the_filter_route_is_the_default_and_the_help_names_all(tivar, chart):
     assert tivar.export(chart, "a.bmp", "--route", "filter") == tivar.export(chart, "b.bmp")
     text = tivar.run("export", "--help").stdout.decode()
-    assert "--route filter|driver" in text and "--cell-arrays banded|single" in text
+    assert "--route direct|filter|driver" in text and "--cell-arrays banded|single" in text

@@ -55,9 +55,9 @@ def test_wrong_usage_is_one_line_and_code_2(tivar, arguments):
 @pytest.mark.parametrize(
     "arguments,wanted",
     [
-        (["export", "a.png", "--bits"], "--bits needs a value, 1|4|8|24; see tivar export --help"),
+        (["export", "a.png", "--bits"], "--bits needs a value, 1|4|8|16|24|32; see tivar export --help"),
         (["export", "--bits", "1", "--bits", "4", "a"], "--bits is given more than once; see"),
-        (["export", "a.png", "--bits", "5"], "--bits: 5 is none of 1, 4, 8, 24; see"),
+        (["export", "a.png", "--bits", "5"], "--bits: 5 is none of 1, 4, 8, 16, 24, 32; see"),
         (["export", ""], "the name is empty; see tivar export --help"),
         (["decode", "a.bmp", ""], "the name is empty; see tivar decode --help"),
         (["settings", "bogus"], "bogus is no command of tivar settings; see"),

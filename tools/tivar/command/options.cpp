@@ -29,7 +29,7 @@ struct Typed {
     std::string compress;
     std::string size;
     int resolution = 0;  // 0 = not given
-    std::string via = "file";
+    std::string via;
     std::string route = "filter";
     std::string cellArrays;
     std::string background;
@@ -91,10 +91,12 @@ void addBackground(CLI::App& app, Typed& typed) {
 }
 
 void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
-    app.add_option("--bits", typed.bits,
-                   "Bits per pixel (else those of a palette picture, 24 for true colour)")
-        ->check(oneOf({"1", "4", "8", "24"}))
-        ->type_name("1|4|8|24");
+    app.add_option(
+           "--bits", typed.bits,
+           "Bits per pixel (else those of a palette picture, 24 for true colour); 16 and 32, "
+           "which keeps alpha, on the direct route only")
+        ->check(oneOf({"1", "4", "8", "16", "24", "32"}))
+        ->type_name("1|4|8|16|24|32");
     app.add_flag("--os2", typed.os2, "Write the OS/2 flavour of the file");
     app.add_option("--compress", typed.compress,
                    "native: the library's own run-length form of 4 and 8 bits, pairs of a count "
@@ -112,7 +114,8 @@ void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
 void addSizeOptions(CLI::App& app, Options& options, Typed& typed) {
     CLI::Option* size =
         app.add_option("--size", typed.size,
-                       "Size in pixels (640x480) or inches (6.67x5in); an odd height becomes even")
+                       "Size in pixels (640x480) or inches (6.67x5in); an odd height becomes even, "
+                       "but on the direct route")
             ->type_name("WxH");
     app.add_option("--resolution", typed.resolution,
                    "Pixels per inch of a --size in inches (else 96)")
@@ -153,10 +156,11 @@ void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
         ->check(oneOf({"file", "memory", "document"}))
         ->type_name("file|memory|document");
     app.add_option("--route", typed.route,
-                   "The way through the library: its export call or its raster driver (else "
-                   "filter)")
-        ->check(oneOf({"filter", "driver"}))
-        ->type_name("filter|driver");
+                   "The way through the library. direct: one call, exact sizes, the best colours. "
+                   "filter: the export call with settings, whose colours and even heights hosts "
+                   "of it know. driver: the same through the raster driver (else filter)")
+        ->check(oneOf({"direct", "filter", "driver"}))
+        ->type_name("direct|filter|driver");
     app.add_option("--cell-arrays", typed.cellArrays,
                    "How the driver gets the rows: in bands of one image, or all in one array, "
                    "which keeps an odd height (else banded)")
@@ -190,6 +194,25 @@ void addGalleryOptions(CLI::App& app, Options& options, Typed& typed) {
         "is that of all pixels.");
 }
 
+// What only the interfaces with settings have.
+void refuseKept(const Typed& typed, const ExportRequest& request) {
+    std::string asked;
+    if (!request.profile.empty()) asked = "--profile";
+    if (request.compression == Compression::Native) asked = "--compress native";
+    if (!typed.via.empty()) asked = "--via";
+    if (!asked.empty()) {
+        failUsage(asked + " does not go with --route direct", "take --route filter");
+    }
+}
+
+// What only the direct interface has.
+void refuseDirect(const ExportRequest& request) {
+    if (request.bits == 16 || request.bits == 32) {
+        failUsage("--bits " + std::to_string(*request.bits) + " needs --route direct",
+                  kSeeExportHelp);
+    }
+}
+
 void applyTyped(const Typed& typed, ExportRequest& request) {
     if (typed.bits != 0) request.bits = static_cast<uint16_t>(typed.bits);
     if (typed.os2) request.flavour = Flavour::Os2;
@@ -201,12 +224,15 @@ void applyTyped(const Typed& typed, ExportRequest& request) {
         failUsage("--resolution needs a --size in inches", kSeeExportHelp);
     }
     if (!typed.background.empty()) request.background = parseColor(typed.background);
-    if (typed.via != "file") request.via = typed.via == "memory" ? Via::Memory : Via::Document;
+    if (typed.via == "memory") request.via = Via::Memory;
+    if (typed.via == "document") request.via = Via::Document;
     if (typed.route == "driver") request.route = Route::Driver;
+    if (typed.route == "direct") request.route = Route::Direct;
     if (typed.cellArrays == "single") request.cellArrays = CellArrays::Single;
     if (!typed.cellArrays.empty() && request.route != Route::Driver) {
         failUsage("--cell-arrays needs --route driver", kSeeExportHelp);
     }
+    request.route == Route::Direct ? refuseKept(typed, request) : refuseDirect(request);
 }
 
 struct CommandLine {

@@ -56,25 +56,9 @@ Image blendColors(const Image& image, Color background) {
     return colors;
 }
 
-// Greys stay greys over a grey background.
-Image opaque(Image image, Color background) {
-    switch (image.format) {
-        case PixelFormat::GreyAlpha:
-            if (isGrey(background)) return blendGreys(image, background.red);
-            return blendColors(image, background);
-        case PixelFormat::Rgba:
-            return blendColors(image, background);
-        default:
-            return image;
-    }
-}
-
-std::vector<Color> tableOf(const Image& image, Color background) {
+std::vector<Color> tableOf(const Image& image) {
     if (image.format == PixelFormat::Grey) return greys(256);
     std::vector<Color> table = image.palette;
-    for (size_t i = 0; i < std::min(image.alphas.size(), table.size()); ++i) {
-        table[i] = blend(table[i], image.alphas[i], background);
-    }
     table.resize(size_t{1} << bitsOf(image.format), Color{0, 0, 0});
     return table;
 }
@@ -86,7 +70,28 @@ Block wrapped(const Library& library, const Image& image) {
     return block;
 }
 
+void blendPalette(Image& image, Color background) {
+    const std::vector<uint8_t> alphas = std::exchange(image.alphas, {});
+    for (size_t i = 0; i < std::min(alphas.size(), image.palette.size()); ++i) {
+        image.palette[i] = blend(image.palette[i], alphas[i], background);
+    }
+}
+
 }  // namespace
+
+// Greys stay greys over a grey background.
+Image opaque(Image image, Color background) {
+    switch (image.format) {
+        case PixelFormat::GreyAlpha:
+            if (isGrey(background)) return blendGreys(image, background.red);
+            return blendColors(image, background);
+        case PixelFormat::Rgba:
+            return blendColors(image, background);
+        default:
+            blendPalette(image, background);
+            return image;
+    }
+}
 
 Picture pictureOf(const Library& library, Image image, Color background) {
     Picture picture;
@@ -102,7 +107,7 @@ Picture pictureOf(const Library& library, Image image, Color background) {
     picture.table = allocate(library, 3u << picture.bits);
     picture.colors = picture.table.bytes();
     uint8_t* entry = picture.colors;
-    for (const Color color : tableOf(source, background)) {
+    for (const Color color : tableOf(source)) {
         *entry++ = color.red;
         *entry++ = color.green;
         *entry++ = color.blue;

@@ -25,6 +25,9 @@ struct Picture {
     uint8_t* rows{};
 };
 
+// The image with transparent pixels blended with background.
+Image opaque(Image image, Color background);
+
 // Transparent pixels are blended with background.
 Picture pictureOf(const Library& library, Image image, Color background);
 

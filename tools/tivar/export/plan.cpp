@@ -36,6 +36,10 @@ uint16_t bitsOfCode(int32_t code) {
     return found == kDepths.end() ? uint16_t{0} : found->bits;
 }
 
+bool isEncodable(uint16_t bits) {
+    return bits == 4 || bits == 8;
+}
+
 // A size mode that the profile leaves out means 602, with a size that nobody chose.
 bool profileNamesSize(const Settings& settings) {
     const int32_t mode = settings.record->sizeMode;
@@ -60,30 +64,17 @@ void setFormat(SetupRecord& record, const ExportRequest& request, const Picture&
 
 // Nothing in the header of the OS/2 flavour says that rows are encoded.
 void refuseSilentCompression(const ExportPlan& plan, const ExportRequest& request) {
-    if (plan.flavour != Flavour::Os2) return;
-    if (plan.portable) {
-        failUsage(
-            "--compress portable needs the Windows flavour, the OS/2 header has no field "
-            "for compression",
-            "choose one of the two");
-    }
-    if (plan.native && !request.force) {
-        failUsage(
-            "an OS/2 file in the native form does not tell that it is compressed, so that "
-            "no reader can know, and its length overwrites colours",
-            "leave out one of the two, or add --force");
-    }
+    if (plan.flavour != Flavour::Os2 || !plan.native || request.force) return;
+    failUsage(
+        "an OS/2 file in the native form does not tell that it is compressed, so that "
+        "no reader can know, and its length overwrites colours",
+        "leave out one of the two, or add --force");
 }
 
 void setCompression(ExportPlan& plan, const SetupRecord& record, const ExportRequest& request) {
-    const bool encodable = plan.bits == 4 || plan.bits == 8;
-    plan.native = encodable && record.compressionMode == COMPRESSION_RLE;
+    plan.native = isEncodable(plan.bits) && record.compressionMode == COMPRESSION_RLE;
     plan.portable = request.compression == Compression::Portable;
-    if (plan.portable && !encodable) {
-        failUsage(
-            "--compress portable exists for 4 and 8 bits, not for " + std::to_string(plan.bits),
-            "choose the depth with --bits");
-    }
+    if (plan.portable) requirePortable(plan.bits, plan.flavour);
     refuseSilentCompression(plan, request);
 }
 
@@ -114,6 +105,19 @@ void checkLimits(const ExportPlan& plan, const Picture& picture) {
 }
 
 }  // namespace
+
+void requirePortable(uint16_t bits, Flavour flavour) {
+    if (!isEncodable(bits)) {
+        failUsage("--compress portable exists for 4 and 8 bits, not for " + std::to_string(bits),
+                  "choose the depth with --bits");
+    }
+    if (flavour == Flavour::Os2) {
+        failUsage(
+            "--compress portable needs the Windows flavour, the OS/2 header has no field "
+            "for compression",
+            "choose one of the two");
+    }
+}
 
 ExportPlan planExport(Settings& settings, const ExportRequest& request, const Picture& picture) {
     SetupRecord& record = *settings.record;

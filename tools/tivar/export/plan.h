@@ -24,6 +24,9 @@ struct ExportPlan {
 // Writes the request into the settings, as far as it goes before the profile.
 ExportPlan planExport(Settings& settings, const ExportRequest& request, const Picture& picture);
 
+// Standard run lengths exist for 4 and 8 bits with the Windows header: others are wrong usage.
+void requirePortable(uint16_t bits, Flavour flavour);
+
 // Makes the plan one of an exact size; sizes that no file can hold are Failures.
 void fixSize(Settings& settings, ExportPlan& plan, const Picture& picture, PixelSize size);
 

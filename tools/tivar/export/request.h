@@ -14,7 +14,7 @@ namespace tool {
 
 enum class Flavour { Windows, Os2 };
 enum class Via { File, Memory, Document };
-enum class Route { Filter, Driver };
+enum class Route { Filter, Driver, Direct };
 enum class Compression { None, Native, Portable };
 enum class CellArrays { Banded, Single };
 
@@ -30,7 +30,7 @@ struct ExportRequest {
     Via via = Via::File;
     Route route = Route::Filter;
     CellArrays cellArrays = CellArrays::Banded;  // of the driver route
-    Color background;
+    std::optional<Color> background;             // white, but for files that have alpha themselves
     ReadRequest reading;
     bool quiet = false;
 };

@@ -10,6 +10,7 @@
 
 #include "bmp/portable.h"
 #include "export/delivery.h"
+#include "export/direct_route.h"
 #include "export/driver_route.h"
 #include "export/filter_route.h"
 #include "export/picture.h"
@@ -62,11 +63,12 @@ void writeRest(Delivery& delivery, const ExportPlan& plan, const Output& output)
     writeBytes(output, delivery.memory.bytes(), delivery.start.length);
 }
 
-std::string describeResult(const Output& output, const Delivery& delivery, const ExportPlan& plan) {
-    const PixelSize size = sizeInFile(delivery.start);
+std::string describeResult(const Output& output, const FileStart& start) {
+    const PixelSize size = sizeInFile(start);
+    const unsigned bits = headersIn(start.bytes).bits;
     return output.name + ": " + std::to_string(size.width) + " x " + std::to_string(size.height) +
-           ", " + std::to_string(plan.bits) + (plan.bits == 1 ? " bit, " : " bits, ") +
-           std::to_string(delivery.start.length) + " bytes";
+           ", " + std::to_string(bits) + (bits == 1 ? " bit, " : " bits, ") +
+           std::to_string(start.length) + " bytes";
 }
 
 // The name of another kind of picture, which other programs go by.
@@ -94,34 +96,77 @@ void tellUnheard(Progress& progress, const ExportRequest& request, const ExportP
     }
 }
 
+using Clock = std::chrono::steady_clock;
+
+// What one job goes by, whichever route it takes.
+struct Errand {
+    const Library& library;
+    const Job& job;
+    const ExportRequest& request;
+    const LibraryVoice& voice;
+    Progress& progress;
+    std::vector<Notice> notices{};
+    Clock::time_point begin{};
+};
+
+Image readInput(Errand& errand) {
+    showStep(errand.progress, "reading");
+    Image image = readPicture(errand.job.input, errand.request.reading);
+    errand.notices = std::move(image.notices);
+    refuseOwnInput(errand.job.input, errand.job.target, "name another file with -o");
+    return image;
+}
+
+Exported finish(const Errand& errand, Output& output, const FileStart& start) {
+    commit(output);
+    const std::chrono::duration<double> spent = Clock::now() - errand.begin;
+    showResult(errand.progress, describeResult(output, start));
+    for (const Notice& notice : errand.notices) {
+        showNotice(errand.progress, notice.what, notice.remedy);
+    }
+    tellMisnamed(errand.progress, errand.job.target);
+    return {start.length, spent.count()};
+}
+
+Exported runDirectly(Errand& errand) {
+    Image image = readInput(errand);
+    errand.begin = Clock::now();
+    showStep(errand.progress, "exporting");
+    Output output(errand.job.target, errand.voice.standardOutput);
+    const FileStart start =
+        deliverDirectly(errand.library, errand.request, std::move(image), output, errand.progress);
+    return finish(errand, output, start);
+}
+
+// Through the interfaces with settings.
+Exported runBySettings(Errand& errand) {
+    const ExportRequest& request = errand.request;
+    Settings settings(errand.library, request.profile, request.mode);
+    requireMode(settings);
+    Image image = readInput(errand);
+    Picture picture =
+        pictureOf(errand.library, std::move(image), request.background.value_or(Color{}));
+    errand.begin = Clock::now();
+    ExportPlan plan = planExport(settings, request, picture);
+    showStep(errand.progress, "exporting");
+    Output output(errand.job.target, errand.voice.standardOutput);
+    const Workshop shop{request, errand.voice, settings, picture, output, errand.progress};
+    Delivery delivery =
+        request.route == Route::Driver ? deliverByDriver(shop, plan) : deliverByFilter(shop, plan);
+    writeRest(delivery, plan, output);
+    const Exported exported = finish(errand, output, delivery.start);
+    tellUnheard(errand.progress, request, plan, *settings.record);
+    return exported;
+}
+
 }  // namespace
 
 Exported runJob(const Library& library, const Job& job, const ExportRequest& request,
                 bool onlyOne) {
     Progress progress(job.input, request.quiet, onlyOne);
     const LibraryVoice voice;
-    Settings settings(library, request.profile, request.mode);
-    requireMode(settings);
-    showStep(progress, "reading");
-    Image image = readPicture(job.input, request.reading);
-    const std::vector<Notice> notices = std::move(image.notices);
-    Picture picture = pictureOf(library, std::move(image), request.background);
-    refuseOwnInput(job.input, job.target, "name another file with -o");
-    const auto begin = std::chrono::steady_clock::now();
-    ExportPlan plan = planExport(settings, request, picture);
-    showStep(progress, "exporting");
-    Output output(job.target, voice.standardOutput);
-    const Workshop shop{request, voice, settings, picture, output, progress};
-    Delivery delivery =
-        request.route == Route::Driver ? deliverByDriver(shop, plan) : deliverByFilter(shop, plan);
-    writeRest(delivery, plan, output);
-    commit(output);
-    const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - begin;
-    showResult(progress, describeResult(output, delivery, plan));
-    for (const Notice& notice : notices) showNotice(progress, notice.what, notice.remedy);
-    tellMisnamed(progress, job.target);
-    tellUnheard(progress, request, plan, *settings.record);
-    return {delivery.start.length, spent.count()};
+    Errand errand{library, job, request, voice, progress};
+    return request.route == Route::Direct ? runDirectly(errand) : runBySettings(errand);
 }
 
 }  // namespace tool

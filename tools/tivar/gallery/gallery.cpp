@@ -155,7 +155,7 @@ void makeGallery(const Library& library, const GalleryRequest& request) {
     const std::string page = (fs::path(request.directory) / "index.html").string();
     refuseOwnInput(request.input, page, "name another directory with -o");
     Picture picture = pictureOf(library, readPicture(request.input, request.each.reading),
-                                request.each.background);
+                                request.each.background.value_or(Color{}));
     Gallery gallery;
     gallery.sourceName = fs::path(request.input).filename().string();
     gallery.width = picture.width;

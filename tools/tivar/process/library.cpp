@@ -117,6 +117,7 @@ void bindSymbols(Library& library, const Loaded& loaded) {
     bindSymbol(loaded, "FilterVersion", library.versionWord);
     bindSymbol(loaded, "FilterID", library.idWord);
     bindSymbol(loaded, "tivar_version", library.release);
+    bindSymbol(loaded, "tivar_write_bmp", library.writeBmp);
 }
 
 }  // namespace

@@ -41,6 +41,7 @@ struct Library {
     const int16_t* versionWord{};
     const int16_t* idWord{};
     decltype(&::tivar_version) release{};
+    decltype(&::tivar_write_bmp) writeBmp{};
 };
 
 // Loads the library from wanted, else from the environment variable TIVAR_LIBRARY, else from beside

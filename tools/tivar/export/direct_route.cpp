@@ -1,0 +1,224 @@
+#include "export/direct_route.h"
+
+#include <array>
+#include <cerrno>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "export/picture.h"
+#include "export/scaling.h"
+#include "process/failure.h"
+#include "process/interrupt.h"
+
+namespace tool {
+namespace {
+
+// Where the library's bytes go: into the file, or with none into memory.
+struct Bytes {
+    int file = -1;
+    std::vector<uint8_t> memory;
+    int error = 0;  // an errno value
+};
+
+size_t receive(void* context, const void* bytes, size_t length) noexcept {
+    Bytes& taken = *static_cast<Bytes*>(context);
+    if (taken.file >= 0) {
+        taken.error = writeAll(taken.file, bytes, length);
+        return taken.error == 0 ? length : 0;
+    }
+    const auto* first = static_cast<const uint8_t*>(bytes);
+    try {
+        taken.memory.insert(taken.memory.end(), first, first + length);
+    } catch (const std::bad_alloc&) {
+        taken.error = ENOMEM;
+        return 0;
+    }
+    return length;
+}
+
+int32_t onProgress(void* context, int32_t percent) noexcept {
+    showStep(*static_cast<Progress*>(context), std::to_string(percent) + " %");
+    return 0;
+}
+
+int32_t onCancel(void*) noexcept {
+    return pendingSignal() != 0 ? 1 : 0;
+}
+
+int32_t formatOf(PixelFormat format) {
+    switch (format) {
+        case PixelFormat::Index1:
+            return TIVAR_INDEX1;
+        case PixelFormat::Index4:
+            return TIVAR_INDEX4;
+        case PixelFormat::Index8:
+            return TIVAR_INDEX8;
+        case PixelFormat::Grey:
+            return TIVAR_GREY;
+        case PixelFormat::Rgba:
+            return TIVAR_RGBA;
+        default:
+            return TIVAR_RGB;
+    }
+}
+
+bool hasAlpha(const Image& image) {
+    return image.format == PixelFormat::GreyAlpha || image.format == PixelFormat::Rgba ||
+           !image.alphas.empty();
+}
+
+// Files have an alpha of their own at 32 bits, unless a background is asked for.
+bool keepsAlpha(const ExportRequest& request, const Image& image) {
+    return request.bits == 32 && !request.background && hasAlpha(image);
+}
+
+Image withAlpha(const Image& image) {
+    ReadRequest any;
+    any.limitPixels = UINT64_MAX;
+    Image colors = newImage(any, PixelFormat::Rgba, image.width, image.height);
+    for (size_t y = 0; y < image.height; ++y) {
+        convertRow(image, rowAt(image, y), PixelFormat::Rgba, rowAt(colors, y));
+    }
+    return colors;
+}
+
+// The image in a format that the library takes.
+Image prepared(Image image, const ExportRequest& request) {
+    if (keepsAlpha(request, image)) {
+        return image.format == PixelFormat::Rgba ? std::move(image) : withAlpha(image);
+    }
+    return opaque(std::move(image), request.background.value_or(Color{}));
+}
+
+// A picture as the library takes it: top row first, so that the stride is negative.
+struct View {
+    std::vector<uint8_t> palette;
+    TivarPicture picture{};
+};
+
+View viewOf(const Image& image, PixelSize size, const uint8_t* rows, size_t stride) {
+    View view;
+    for (const Color color : image.palette) {
+        view.palette.insert(view.palette.end(), {color.red, color.green, color.blue});
+    }
+    TivarPicture& picture = view.picture;
+    picture.size = sizeof picture;
+    picture.format = formatOf(image.format);
+    picture.width = size.width;
+    picture.height = size.height;
+    picture.pixels = rows + stride * (size.height - 1);
+    picture.stride = -static_cast<ptrdiff_t>(stride);
+    if (!isIndexed(image.format)) return view;
+    picture.palette = view.palette.data();
+    picture.palette_count = static_cast<uint32_t>(image.palette.size());
+    return view;
+}
+
+View viewOf(const Image& image) {
+    return viewOf(image, {image.width, image.height}, image.pixels.get(), image.stride);
+}
+
+View viewOf(const Picture& picture) {
+    return viewOf(picture.source, {picture.width, picture.height}, picture.rows, picture.stride);
+}
+
+bool changesSize(const ExportRequest& request, const Image& image) {
+    return request.size &&
+           (request.size->width != image.width || request.size->height != image.height);
+}
+
+// The picture at the wanted size, by the library's scaler.
+Picture scaled(const Library& library, const ExportRequest& request, Image image) {
+    if (image.format == PixelFormat::Rgba) {
+        failUsage("--size does not keep transparent pixels",
+                  "give them a colour with --background, or leave out --size");
+    }
+    const PixelSize size = *request.size;
+    Picture picture = pictureOf(library, std::move(image), Color{});
+    refuseTallShrinking(picture, size);
+    scaleTo(library, picture, size);
+    return picture;
+}
+
+[[noreturn]] void failDirectly(const TivarReport& report, const Bytes& taken,
+                               const Output& output) {
+    if (taken.error != 0) failErrno(output.name, taken.error);
+    if (report.system_error != 0) failErrno(output.name, report.system_error);
+    const std::string text(report.text);
+    switch (report.result) {
+        case TIVAR_RESULT_NO_MEMORY:
+            fail("the library ran out of memory", "use a smaller picture");
+        case TIVAR_RESULT_TOO_LARGE:
+            fail(text, "choose a smaller size or fewer bits");
+        case TIVAR_RESULT_BAD_OPTION:
+        case TIVAR_RESULT_CONTRADICTION:
+            failUsage(text, "see tivar export --help");
+        default:
+            fail(text, "see tivar export --help");
+    }
+}
+
+void run(const Library& library, const View& view, TivarOptions options, const Output& output,
+         Progress& progress, Bytes& taken) {
+    options.progress = onProgress;
+    options.cancel = onCancel;
+    options.context = &progress;
+    TivarSink sink{sizeof(TivarSink), receive, &taken};
+    TivarReport report{};
+    report.size = sizeof report;
+    int32_t result = 0;
+    {
+        const DeferSignals deferred;
+        result = library.writeBmp(&view.picture, &options, &sink, &report);
+    }
+    throwIfInterrupted();
+    if (result != TIVAR_RESULT_OK) failDirectly(report, taken, output);
+}
+
+void requireOs2(uint16_t bits) {
+    if (bits != 16 && bits != 32) return;
+    failUsage("the OS/2 flavour has no form of " + std::to_string(bits) + " bits",
+              "choose 1, 4, 8 or 24 with --bits, or leave out --os2");
+}
+
+// Requests that exclude each other are wrong usage.
+TivarOptions directOptions(const ExportRequest& request, const Image& image) {
+    TivarOptions options{};
+    options.size = sizeof options;
+    const uint16_t bits = request.bits.value_or(static_cast<uint16_t>(bitsOf(image.format)));
+    const Flavour flavour = request.flavour.value_or(Flavour::Windows);
+    options.bits = bits;
+    if (flavour == Flavour::Os2) {
+        requireOs2(bits);
+        options.header = TIVAR_HEADER_OS2;
+    }
+    if (request.compression == Compression::Portable) {
+        requirePortable(bits, flavour);
+        options.encoding = TIVAR_ENCODING_RLE;
+    }
+    return options;
+}
+
+}  // namespace
+
+FileStart deliverDirectly(const Library& library, const ExportRequest& request, Image image,
+                          const Output& output, Progress& progress) {
+    Bytes taken;
+    if (!output.part.empty()) taken.file = output.file.number;
+    Image source = prepared(std::move(image), request);
+    const TivarOptions options = directOptions(request, source);
+    if (changesSize(request, source)) {
+        const Picture picture = scaled(library, request, std::move(source));
+        run(library, viewOf(picture), options, output, progress, taken);
+    } else {
+        run(library, viewOf(source), options, output, progress, taken);
+    }
+    if (taken.file >= 0) return startOf(taken.file);
+    const int error = writeAll(output.file.number, taken.memory.data(), taken.memory.size());
+    if (error != 0) failErrno(output.name, error);
+    return startOf(taken.memory.data(), taken.memory.size());
+}
+
+}  // namespace tool
