@@ -36,7 +36,7 @@ from conftest import fails
         ["export", "a.png", "--size", "5x5", "--resolution", "96"],
         ["export", "a.png", "--resolution", "200"],
         ["export", "a.png", "--mode", "Fax"],
-        ["export", "a.png", "--background", "red"],
+        ["export", "a.png", "--background", "reddish"],
         ["export", "a.png", "--background", "12345"],
         ["export", "a.png", "--background", "12345G"],
         ["export", "a.png", "b.png", "-o", "none"],

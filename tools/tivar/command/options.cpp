@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <iostream>
@@ -12,7 +13,9 @@
 #include "command/help_text.h"
 #include "command/settings_options.h"
 #include "command/usage_error.h"
+#include "export/read_palette.h"
 #include "export/read_picture.h"
+#include "picture/color_words.h"
 #include "process/failure.h"
 
 namespace tool {
@@ -30,9 +33,14 @@ struct Typed {
     std::string size;
     int resolution = 0;  // 0 = not given
     std::string via;
-    std::string route = "filter";
+    std::string route;
     std::string cellArrays;
     std::string background;
+    std::string palette;
+    unsigned colors = 0;
+    std::string dither;
+    bool rgb565 = false;
+    bool rgb555 = false;
     bool os2 = false;
     bool version = false;
 };
@@ -68,15 +76,10 @@ PixelSize parseSize(std::string_view text, int resolution) {
 }
 
 Color parseColor(const std::string& text) {
-    const std::string_view digits = std::string_view(text).substr(text.starts_with('#') ? 1 : 0);
-    uint32_t packed = 0;
-    const auto [end, error] =
-        std::from_chars(digits.data(), digits.data() + digits.size(), packed, 16);
-    if (digits.size() != 6 || error != std::errc() || end != digits.data() + digits.size()) {
-        failUsage("--background " + text + " is no colour", "write it as RRGGBB, such as FFFFFF");
-    }
-    return {static_cast<uint8_t>(packed >> 16), static_cast<uint8_t>(packed >> 8),
-            static_cast<uint8_t>(packed)};
+    const std::optional<Color> color = colorNamed(text);
+    if (color) return *color;
+    failUsage("--background " + text + " is no colour",
+              "write it as RRGGBB, such as FFFFFF, as RGB, or as a name, such as white");
 }
 
 Compression parseCompression(const std::string& text) {
@@ -86,8 +89,8 @@ Compression parseCompression(const std::string& text) {
 
 void addBackground(CLI::App& app, Typed& typed) {
     app.add_option("--background", typed.background,
-                   "Colour behind transparent pixels (else white)")
-        ->type_name("RRGGBB");
+                   "Colour behind transparent pixels, as RRGGBB, RGB or a name (else white)")
+        ->type_name("COLOUR");
 }
 
 void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
@@ -109,6 +112,30 @@ void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
                  "Write the native form with the OS/2 flavour too, whose header does not tell that "
                  "rows are encoded");
     addBackground(app, typed);
+}
+
+void addColorOptions(CLI::App& app, Typed& typed) {
+    std::string names;
+    for (const std::string& name : paletteNames()) names += (names.empty() ? "" : ", ") + name;
+    CLI::Option* palette =
+        app.add_option("--palette", typed.palette,
+                       "Exactly these colours, in this order: of a .gpl, .act, .pal or .hex file, "
+                       "of a picture, or known by name (" +
+                           names + ")")
+            ->check(notEmpty())
+            ->type_name("FILE|NAME");
+    app.add_option("--colors", typed.colors, "At most so many colours, chosen for the picture")
+        ->check(CLI::Range(2, 256).description(""))
+        ->excludes(palette)
+        ->type_name("N");
+    app.add_option("--dither", typed.dither,
+                   "How colours are mixed: not at all, by error diffusion, or in a fixed pattern "
+                   "(else diffuse at 1 and 4 bits, none at 8 and 16)")
+        ->check(oneOf({"none", "diffuse", "ordered"}))
+        ->type_name("none|diffuse|ordered");
+    CLI::Option* rgb565 =
+        app.add_flag("--rgb565", typed.rgb565, "16 bits: 5 of red, 6 of green, 5 of blue");
+    app.add_flag("--rgb555", typed.rgb555, "16 bits: 5 of each, one left over")->excludes(rgb565);
 }
 
 void addSizeOptions(CLI::App& app, Options& options, Typed& typed) {
@@ -194,23 +221,48 @@ void addGalleryOptions(CLI::App& app, Options& options, Typed& typed) {
         "is that of all pixels.");
 }
 
-// What only the interfaces with settings have.
-void refuseKept(const Typed& typed, const ExportRequest& request) {
-    std::string asked;
-    if (!request.profile.empty()) asked = "--profile";
-    if (request.compression == Compression::Native) asked = "--compress native";
-    if (!typed.via.empty()) asked = "--via";
-    if (!asked.empty()) {
-        failUsage(asked + " does not go with --route direct", "take --route filter");
+// The first option that only the interfaces with settings have; "" = there is none.
+std::string settingsOnly(const Typed& typed, const ExportRequest& request) {
+    if (!request.profile.empty()) return "--profile";
+    if (request.compression == Compression::Native) return "--compress native";
+    return typed.via.empty() ? "" : "--via";
+}
+
+// The first option that only the direct interface has; "" = there is none.
+std::string directOnly(const Typed& typed) {
+    if (typed.bits == 16 || typed.bits == 32) return "--bits " + std::to_string(typed.bits);
+    if (!typed.palette.empty()) return "--palette";
+    if (typed.colors != 0) return "--colors";
+    if (!typed.dither.empty()) return "--dither";
+    if (typed.rgb565) return "--rgb565";
+    return typed.rgb555 ? "--rgb555" : "";
+}
+
+// Options that only one interface has choose it where no route is named.
+void chooseRoute(const Typed& typed, ExportRequest& request) {
+    const std::string direct = directOnly(typed);
+    const std::string settings = settingsOnly(typed, request);
+    const bool named = !typed.route.empty();
+    if (typed.route == "driver") request.route = Route::Driver;
+    if (typed.route == "direct" || (!named && !direct.empty())) request.route = Route::Direct;
+    if (request.route != Route::Direct && !direct.empty()) {
+        failUsage(direct + " needs --route direct", kSeeExportHelp);
+    }
+    if (request.route == Route::Direct && !settings.empty()) {
+        failUsage(settings + " does not go with " + (named ? "--route direct" : direct),
+                  "leave out one of the two");
     }
 }
 
-// What only the direct interface has.
-void refuseDirect(const ExportRequest& request) {
-    if (request.bits == 16 || request.bits == 32) {
-        failUsage("--bits " + std::to_string(*request.bits) + " needs --route direct",
-                  kSeeExportHelp);
-    }
+void applyColors(const Typed& typed, ColorRequest& colors) {
+    constexpr std::array kDithers{"", "none", "diffuse", "ordered"};
+    static_assert(TIVAR_DITHER_NONE == 1 && TIVAR_DITHER_ORDERED == kDithers.size() - 1);
+    colors.dither = static_cast<int32_t>(std::find(kDithers.begin(), kDithers.end(), typed.dither) -
+                                         kDithers.begin());
+    if (typed.rgb565) colors.masks = TIVAR_MASKS_565;
+    if (typed.rgb555) colors.masks = TIVAR_MASKS_555;
+    colors.count = static_cast<uint16_t>(typed.colors);
+    if (!typed.palette.empty()) colors.palette = readPalette(typed.palette);
 }
 
 void applyTyped(const Typed& typed, ExportRequest& request) {
@@ -226,13 +278,12 @@ void applyTyped(const Typed& typed, ExportRequest& request) {
     if (!typed.background.empty()) request.background = parseColor(typed.background);
     if (typed.via == "memory") request.via = Via::Memory;
     if (typed.via == "document") request.via = Via::Document;
-    if (typed.route == "driver") request.route = Route::Driver;
-    if (typed.route == "direct") request.route = Route::Direct;
     if (typed.cellArrays == "single") request.cellArrays = CellArrays::Single;
-    if (!typed.cellArrays.empty() && request.route != Route::Driver) {
+    if (!typed.cellArrays.empty() && typed.route != "driver") {
         failUsage("--cell-arrays needs --route driver", kSeeExportHelp);
     }
-    request.route == Route::Direct ? refuseKept(typed, request) : refuseDirect(request);
+    chooseRoute(typed, request);
+    applyColors(typed, request.colors);
 }
 
 struct CommandLine {
@@ -252,6 +303,7 @@ void describe(CommandLine& line, Options& options, Typed& typed) {
     line.exporting = line.app.add_subcommand("export", "Export pictures as BMP files");
     addRunOptions(*line.exporting, options, typed);
     addFormatOptions(*line.exporting, options, typed);
+    addColorOptions(*line.exporting, typed);
     addSizeOptions(*line.exporting, options, typed);
     addLibrary(*line.exporting, options.library);
     line.gallery = line.app.add_subcommand(

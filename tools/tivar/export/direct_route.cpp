@@ -92,6 +92,14 @@ Image prepared(Image image, const ExportRequest& request) {
     return opaque(std::move(image), request.background.value_or(Color{}));
 }
 
+std::vector<uint8_t> packed(const std::vector<Color>& colors) {
+    std::vector<uint8_t> bytes;
+    for (const Color color : colors) {
+        bytes.insert(bytes.end(), {color.red, color.green, color.blue});
+    }
+    return bytes;
+}
+
 // A picture as the library takes it: top row first, so that the stride is negative.
 struct View {
     std::vector<uint8_t> palette;
@@ -100,9 +108,7 @@ struct View {
 
 View viewOf(const Image& image, PixelSize size, const uint8_t* rows, size_t stride) {
     View view;
-    for (const Color color : image.palette) {
-        view.palette.insert(view.palette.end(), {color.red, color.green, color.blue});
-    }
+    view.palette = packed(image.palette);
     TivarPicture& picture = view.picture;
     picture.size = sizeof picture;
     picture.format = formatOf(image.format);
@@ -177,6 +183,56 @@ void run(const Library& library, const View& view, TivarOptions options, const O
     if (result != TIVAR_RESULT_OK) failDirectly(report, taken, output);
 }
 
+uint16_t depthFor(size_t colors) {
+    return static_cast<uint16_t>(bitsOf(indexFormat(colors)));
+}
+
+// What was not asked for follows from the colours, and from the image without them.
+uint16_t depthOf(const ExportRequest& request, const Image& image) {
+    const ColorRequest& colors = request.colors;
+    if (request.bits) return *request.bits;
+    if (colors.masks) return 16;
+    if (!colors.palette.empty()) return depthFor(colors.palette.size());
+    if (colors.count != 0) return depthFor(colors.count);
+    return static_cast<uint16_t>(bitsOf(image.format));
+}
+
+[[noreturn]] void failDepth(const std::string& option, const std::string& depths, uint16_t bits) {
+    failUsage(option + " is for " + depths + " bits, not for " + std::to_string(bits),
+              "choose the depth with --bits");
+}
+
+void requireRoom(const std::string& option, size_t colors, uint16_t bits) {
+    if (colors == 0) return;
+    if (bits > 8) failDepth(option, "1, 4 and 8", bits);
+    if (colors > size_t{1} << bits) {
+        failUsage(option + " has " + std::to_string(colors) + " colours, more than " +
+                      std::to_string(1u << bits) + " at a depth of " + std::to_string(bits),
+                  "choose a greater depth with --bits");
+    }
+}
+
+void requireColors(const ColorRequest& colors, uint16_t bits) {
+    requireRoom("--palette", colors.palette.size(), bits);
+    requireRoom("--colors", colors.count, bits);
+    if (colors.masks && bits != 16) failDepth("--rgb565 or --rgb555", "16", bits);
+    if (colors.dither != TIVAR_DITHER_DEFAULT && bits > 16) {
+        failDepth("--dither", "1, 4, 8 and 16", bits);
+    }
+}
+
+void setColors(TivarOptions& options, const ColorRequest& colors,
+               const std::vector<uint8_t>& palette) {
+    options.dither = colors.dither;
+    options.masks = colors.masks.value_or(TIVAR_MASKS_565);
+    options.max_colors = colors.count;
+    if (colors.count != 0) options.colors = TIVAR_COLORS_BEST;
+    if (palette.empty()) return;
+    options.colors = TIVAR_COLORS_GIVEN;
+    options.palette = palette.data();
+    options.palette_count = static_cast<uint32_t>(colors.palette.size());
+}
+
 void requireOs2(uint16_t bits) {
     if (bits != 16 && bits != 32) return;
     failUsage("the OS/2 flavour has no form of " + std::to_string(bits) + " bits",
@@ -187,7 +243,8 @@ void requireOs2(uint16_t bits) {
 TivarOptions directOptions(const ExportRequest& request, const Image& image) {
     TivarOptions options{};
     options.size = sizeof options;
-    const uint16_t bits = request.bits.value_or(static_cast<uint16_t>(bitsOf(image.format)));
+    const uint16_t bits = depthOf(request, image);
+    requireColors(request.colors, bits);
     const Flavour flavour = request.flavour.value_or(Flavour::Windows);
     options.bits = bits;
     if (flavour == Flavour::Os2) {
@@ -208,7 +265,9 @@ FileStart deliverDirectly(const Library& library, const ExportRequest& request, 
     Bytes taken;
     if (!output.part.empty()) taken.file = output.file.number;
     Image source = prepared(std::move(image), request);
-    const TivarOptions options = directOptions(request, source);
+    TivarOptions options = directOptions(request, source);
+    const std::vector<uint8_t> palette = packed(request.colors.palette);
+    setColors(options, request.colors, palette);
     if (changesSize(request, source)) {
         const Picture picture = scaled(library, request, std::move(source));
         run(library, viewOf(picture), options, output, progress, taken);

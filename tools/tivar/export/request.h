@@ -18,6 +18,14 @@ enum class Route { Filter, Driver, Direct };
 enum class Compression { None, Native, Portable };
 enum class CellArrays { Banded, Single };
 
+// Colours of the file, on the direct route only; what is 0 or empty is the library's choice.
+struct ColorRequest {
+    std::vector<Color> palette;
+    uint16_t count = 0;            // at most so many, chosen for the picture
+    int32_t dither = 0;            // enum TivarDither
+    std::optional<int32_t> masks;  // enum TivarMasks
+};
+
 // Of one export; what is not asked for follows the profile or the picture.
 struct ExportRequest {
     std::optional<uint16_t> bits;
@@ -32,6 +40,7 @@ struct ExportRequest {
     CellArrays cellArrays = CellArrays::Banded;  // of the driver route
     std::optional<Color> background;             // white, but for files that have alpha themselves
     ReadRequest reading;
+    ColorRequest colors;
     bool quiet = false;
 };
 

@@ -1,0 +1,19 @@
+// Palettes from files that other programs write.
+
+#ifndef TIVAR_TOOL_READ_PALETTE_H
+#define TIVAR_TOOL_READ_PALETTE_H
+
+#include <string>
+#include <vector>
+
+#include "picture/image.h"
+
+namespace tool {
+
+// The known palette of that name, else the one in the file of that name: a palette of a drawing
+// program, or a picture with one. 1 to 256 colours.
+std::vector<Color> readPalette(const std::string& name);
+
+}  // namespace tool
+
+#endif
