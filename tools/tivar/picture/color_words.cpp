@@ -32,6 +32,7 @@ Color unpacked(uint32_t packed) {
 template <size_t Count>
 std::vector<Color> unpacked(const std::array<uint32_t, Count>& packed) {
     std::vector<Color> colors;
+    colors.reserve(Count);
     for (const uint32_t color : packed) colors.push_back(unpacked(color));
     return colors;
 }
@@ -102,6 +103,7 @@ std::optional<Color> colorNamed(std::string_view text) {
 
 std::vector<std::string> paletteNames() {
     std::vector<std::string> names;
+    names.reserve(kPalettes.size());
     for (const NamedPalette& palette : kPalettes) names.emplace_back(palette.name);
     return names;
 }
