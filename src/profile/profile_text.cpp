@@ -54,7 +54,7 @@ SectionName::SectionName(const char* name)
     : block(allocateScratch(uint64_t{std::strlen(name)} + 1)) {
     if (!block) return;
     auto* copy = reinterpret_cast<char*>(block.data);
-    std::memcpy(copy, name, std::strlen(name));
+    copyBounded(copy, std::strlen(name) + 1, name);
     cleanLine(copy, kCleanHeader);
 }
 

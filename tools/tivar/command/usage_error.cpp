@@ -96,7 +96,7 @@ std::string strayIn(const CLI::App& app, const CLI::ParseError& error,
     if (is<CLI::RequiredError>(error) && !strays.empty()) return strays.front();
     if (!is<CLI::ExtrasError>(error)) return "";
     const std::string text = error.what();
-    const std::string list = text.substr(text.find(kStray) + kStray.size());
+    std::string list = text.substr(text.find(kStray) + kStray.size());
     for (const std::string_view argument : arguments) {
         if (lists(list, argument)) return std::string(argument);
     }
