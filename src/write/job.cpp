@@ -274,7 +274,6 @@ Refusal checkJob(const TivarPicture* picture, const TivarOptions* options, Job& 
     refusal = checkForm(job.options, job.picture);
     if (refusal.result == TIVAR_RESULT_OK) refusal = checkColors(job.options);
     if (refusal.result == TIVAR_RESULT_OK) settle(job);
-    job.allAskedRows = job.picture.pixels == nullptr;
     return refusal;
 }
 

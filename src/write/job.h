@@ -28,12 +28,10 @@ enum class PixelSource {
 
 struct Job {
     TivarPicture picture;
-    TivarOptions
-        options;  // without defaults: bits, header, colors, dither and alpha say what is done
+    TivarOptions options;  // without defaults: they say what is done
     PixelSource source;
     bool keepsAlpha;
-    bool encoded;       // run-length encoded, or may be
-    bool allAskedRows;  // rows come from the call-back
+    bool encoded;  // run-length encoded, or may be
 };
 
 // Fills job from the caller's records; options may be null.

@@ -33,19 +33,22 @@ bool diffuses(const Job& job) {
     return changes && job.options.dither == TIVAR_DITHER_DIFFUSE;
 }
 
-// Rows that come from the top go to their places in a file that has them the other way round.
+// Whether rows come from the top only and the file has them the other way round.
+bool turnsRows(const Job& job) {
+    return (job.picture.flags & TIVAR_ROWS_IN_ORDER) != 0 &&
+           job.options.row_order == TIVAR_BOTTOM_UP;
+}
+
+// Whether rows that are turned go to their places in the file one by one.
 bool placesRows(const Job& job, const Target& target) {
-    const bool turned =
-        (job.picture.flags & TIVAR_ROWS_IN_ORDER) != 0 && job.options.row_order == TIVAR_BOTTOM_UP;
-    return turned && !job.encoded && !diffuses(job) && target.writeAt != nullptr;
+    return turnsRows(job) && !job.encoded && !diffuses(job) && target.writeAt != nullptr;
 }
 
 // Whether the rows of a call-back are needed more than once, or in another order than it has.
 bool keepsPicture(const Job& job, const Target& target) {
     if (job.picture.pixels != nullptr) return false;
-    const bool turned =
-        (job.picture.flags & TIVAR_ROWS_IN_ORDER) != 0 && job.options.row_order == TIVAR_BOTTOM_UP;
-    return looksAtColors(job) || countsFirst(job, target) || (turned && !placesRows(job, target));
+    const bool turned = turnsRows(job) && !placesRows(job, target);
+    return looksAtColors(job) || countsFirst(job, target) || turned;
 }
 
 uint64_t passesOf(const Job& job, const Target& target) {
