@@ -23,6 +23,7 @@ printf '%s\\n' "${COMPREPLY[@]}"
         ("export --dither o", ["ordered"]),
         ("export --palette = e", ["epaper6", "epaper7"]),
         ("export --palette o", ["old.bmp"]),
+        ("export --like = ", ["old.bmp", "pictures"]),
         ("gallery --background b", ["black", "blue"]),
         ("export --compress = p", ["portable"]),
         ("export --profile = m", ["my.ini"]),
@@ -34,7 +35,7 @@ printf '%s\\n' "${COMPREPLY[@]}"
         ("export a.png -o ", ["old.bmp", "pictures"]),
         ("help dec", ["decode"]),
         ("inspect --", ["--brief", "--help", "--json"]),
-        ("export --li", ["--library", "--limit-pixels"]),
+        ("export --li", ["--library", "--like", "--limit-pixels"]),
         ("settings set header = ", ["os2", "windows"]),
     ],
 )
