@@ -111,8 +111,7 @@ std::optional<uint16_t> askedDepth(const ExportRequest& request, const BmpFile& 
     const size_t entries = std::max<size_t>(colors.palette.size(), colors.count);
     const size_t room = file.bits > 8 ? 0 : size_t{1} << file.bits;
     if (entries <= room) return std::nullopt;
-    return entries == 0 ? std::nullopt
-                        : std::optional(static_cast<uint16_t>(bitsOf(indexFormat(entries))));
+    return static_cast<uint16_t>(bitsOf(indexFormat(entries)));
 }
 
 // Whether options put something else in the place of what the head tells.
