@@ -24,7 +24,7 @@ using fuzz::require;
 using fuzz::requireEqual;
 using fuzz::requireSame;
 
-constexpr std::uint64_t kMostPixels = 1 << 14;
+constexpr std::uint64_t kMostPixels = 1 << 10;
 
 tool::ReadRequest reading(bool isLenient) {
     tool::ReadRequest request;
@@ -135,14 +135,23 @@ void testReference(const Bytes& bytes) {
     requireLike(*reference, tool::parseBmp(std::move(made)));
 }
 
+// In one form or the other: long palettes are long to print.
+void print(const tool::Inspection& inspection, const Bytes& bytes) {
+    if (inspection.file.palette.size() > 16 && bytes.back() % 8 != 0) return;
+    if (bytes.size() % 2 == 0) {
+        tool::printWhole(inspection);
+    } else {
+        tool::printJson(inspection);
+    }
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const Bytes bytes(data, data + size);
     const auto inspection = attempt([&] { return tool::inspect(bytes, "input", reading(false)); });
     if (!inspection) return 0;
-    tool::printWhole(*inspection);
-    tool::printJson(*inspection);
+    print(*inspection, bytes);
     testDecoding(inspection->file, *inspection);
     testReference(bytes);
     return 0;

@@ -89,9 +89,11 @@ void requireDepth(const Reference& reference) {
 void requireEncoding(const Reference& reference) {
     const BmpFile& file = reference.file;
     if (file.form == BmpForm::Raw || isEncoded(file)) return;
-    const std::string form = file.form == BmpForm::Native ? "native" : nameOfCompression(file);
-    failForm(reference, "has the run-length form or compression " + form,
-             "choose another one with --compress, or follow another file");
+    const bool native = file.form == BmpForm::Native;
+    failForm(reference,
+             native ? "has rows in the native form"
+                    : std::string("has the compression ") + nameOfCompression(file),
+             "write raw rows with --compress none, or follow another file");
 }
 
 void requireSides(const Reference& reference) {
@@ -132,21 +134,23 @@ struct Following {
     const Reference& reference;
     const BmpFile& file;
     ExportRequest& request;
-    bool replaced{};
+    bool replaced{};                  // by options, what the head tells
     std::vector<std::string> lost{};  // what is not followed
 };
 
 void followFlavour(Following& following) {
     ExportRequest& request = following.request;
     if (request.flavour || !hasCoreHeader(following.file)) return;
-    const bool deep = request.bits == 16 || request.bits == 32;
+    const uint16_t bits = *request.bits;
+    const bool deep = bits == 16 || bits == 32;
     if (!deep && request.compression != Compression::Portable) request.flavour = Flavour::Os2;
 }
 
 void followEncoding(Following& following) {
     ExportRequest& request = following.request;
     if (request.compression) return;
-    const bool encodable = request.bits == 4 || request.bits == 8;
+    const uint16_t bits = *request.bits;
+    const bool encodable = bits == 4 || bits == 8;
     const bool wanted = isEncoded(following.file);
     const bool portable = wanted && encodable && request.flavour != Flavour::Os2;
     request.compression = portable ? Compression::Portable : Compression::None;
