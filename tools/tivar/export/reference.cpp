@@ -173,10 +173,10 @@ void followFields(Following& following) {
     ExportRequest& request = following.request;
     const BmpFile& file = following.file;
     if (request.bits != file.bits) return;
-    const bool masked = file.bits == 16 || file.bits == 32;
     if (file.bits == 32) request.like.alpha = hasAlpha(file);
-    if (file.bits == 16 && !request.colors.masks) request.colors.masks = masksOf(file);
-    if (masked && following.reference.ownMasks) following.lost.emplace_back("its colour masks");
+    if (request.colors.masks) return;
+    if (file.bits == 16) request.colors.masks = masksOf(file);
+    if (following.reference.ownMasks) following.lost.emplace_back("its colour masks");
 }
 
 void followRows(Following& following) {
