@@ -159,6 +159,11 @@ def test_masks_that_cannot_be_written_are_told_and_others_stand_in_their_place(t
     assert tivar.run("inspect", "out.bmp").returncode == 0
 
 
+def test_quiet_exports_tell_nothing(tivar, chart):
+    reference(tivar, MASKED[0])
+    tivar.export(chart, "out.bmp", "--like", "ref.bmp", "--quiet")
+
+
 def test_an_opaque_picture_is_opaque_where_the_reference_has_alpha(tivar):
     kind = next(kind for kind in KINDS if kind.name == "32 bits with alpha, header 108")
     reference(tivar, kind)
