@@ -28,12 +28,29 @@ Image converted(const Image& image, PixelFormat format) {
     return colors;
 }
 
+// An entry of the palette that no pixel has, or the one behind its last.
+size_t freeEntry(const Image& image) {
+    const unsigned bits = bitsOf(image.format);
+    std::vector<bool> taken(256);
+    for (size_t y = 0; y < image.height; ++y) {
+        const uint8_t* row = rowAt(image, y);
+        for (size_t x = 0; x < image.width; ++x) taken[indexAt(row, x, bits)] = true;
+    }
+    const auto end = taken.begin() + static_cast<ptrdiff_t>(image.palette.size());
+    return static_cast<size_t>(std::find(taken.begin(), end, false) - taken.begin());
+}
+
 // The palette's index of the colour, which joins it where there is room; none = there is no room.
 std::optional<uint8_t> indexOf(Image& image, Color color) {
     std::vector<Color>& palette = image.palette;
     const auto found = std::find_if(palette.begin(), palette.end(),
                                     [&](Color entry) { return isSame(entry, color); });
     if (found != palette.end()) return static_cast<uint8_t>(found - palette.begin());
+    const size_t entry = freeEntry(image);
+    if (entry < palette.size()) {
+        palette[entry] = color;
+        return static_cast<uint8_t>(entry);
+    }
     if (palette.size() >= 256) return std::nullopt;
     palette.push_back(color);
     return static_cast<uint8_t>(palette.size() - 1);

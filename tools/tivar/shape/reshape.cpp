@@ -15,8 +15,7 @@
 namespace tool {
 namespace {
 
-// A reader averages squares of stored values, as if they were light. With two pixels and more for
-// each one that is left the difference cannot be seen.
+// With two pixels and more for each one that is left nobody sees that a reader has averaged some.
 constexpr double kMargin = 2;
 
 // The placement in a picture of that orientation, as if all of it had been decoded.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -72,12 +73,16 @@ struct Squares {
     uint32_t height;
 };
 
-// At least two squares are left for each pixel of the result.
+// So many squares are left for each pixel of the result that none can be told.
 Squares squaresFor(const Region& region, PixelSize size) {
-    const auto side = [](double from, uint32_t to) {
-        return static_cast<uint32_t>(std::max(from / (2.0 * to), 1.0));
+    constexpr double kSquaresLeft = 4;
+    const auto side = [](double first, double from, uint32_t to) {
+        const bool all = first == 0 && to == 1;  // which one square gives exactly
+        const double pixels = all ? std::ceil(from) : from / (kSquaresLeft * to);
+        return static_cast<uint32_t>(std::max(pixels, 1.0));
     };
-    return {side(region.width, size.width), side(region.height, size.height)};
+    return {side(region.left, region.width, size.width),
+            side(region.top, region.height, size.height)};
 }
 
 struct Source {
