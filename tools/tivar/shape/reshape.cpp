@@ -1,6 +1,7 @@
 #include "shape/reshape.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <string>
 #include <utility>
@@ -18,6 +19,8 @@ namespace {
 // With two pixels and more for each one that is left nobody sees that a reader has averaged some.
 constexpr double kMargin = 2;
 
+constexpr unsigned kMostBits = 32;  // of a pixel
+
 // The placement in a picture of that orientation, as if all of it had been decoded.
 Placement placementIn(PixelSize stored, int orientation, const Shape& shape) {
     if (!exchangesSides(orientation)) return placementOf(stored, shape.size, shape.fit);
@@ -34,16 +37,21 @@ bool isSame(const Region& region, PixelSize content) {
     return region.width == content.width && region.height == content.height;
 }
 
-bool growsBy(double from, uint32_t to) {
-    return to > from && static_cast<double>(to) / from == static_cast<uint32_t>(to / from);
+bool isAll(const Image& image, const Placement& placement) {
+    return placement.content.width == image.width && placement.content.height == image.height &&
+           isSame(placement.region, placement.content);
+}
+
+bool growsWholly(double from, uint32_t to) {
+    return to > from && std::fmod(to, from) == 0;
 }
 
 bool keepsPixels(const Image& image, const Shape& shape, const Placement& placement) {
     const Region& region = placement.region;
     if (isSame(region, placement.content) || shape.scaling == Scaling::Pixels) return true;
     if (shape.scaling == Scaling::Smooth) return false;
-    return growsBy(region.width, placement.content.width) &&
-           growsBy(region.height, placement.content.height) && hasFewColors(image);
+    return growsWholly(region.width, placement.content.width) &&
+           growsWholly(region.height, placement.content.height) && hasFewColors(image);
 }
 
 bool grows(const Placement& placement) {
@@ -51,11 +59,8 @@ bool grows(const Placement& placement) {
     return static_cast<double>(pixels) > placement.region.width * placement.region.height;
 }
 
-void refuseHuge(PixelSize size) {
-    constexpr unsigned kMostBits = 32;
-    if (rowBytes(size.width, kMostBits) * size.height <= std::numeric_limits<uint32_t>::max()) {
-        return;
-    }
+void refuseHuge(PixelSize size, unsigned bits) {
+    if (rowBytes(size.width, bits) * size.height <= std::numeric_limits<uint32_t>::max()) return;
     fail("--size " + std::to_string(size.width) + "x" + std::to_string(size.height) +
              " makes a picture of more than 4 gigabytes",
          "choose a smaller size");
@@ -72,17 +77,20 @@ double enoughFor(const Shape& shape, PixelSize stored, int orientation) {
 
 // What is turned is the smaller one of the picture and its content.
 Image reshaped(Image image, const Shape& shape) {
-    refuseHuge(shape.size);
     Placement placement = placementIn(image.whole, image.orientation, shape);
     const bool pixels = keepsPixels(image, shape, placement);
+    refuseHuge(shape.size, pixels ? bitsOf(image.format) : kMostBits);
     if (pixels || grows(placement)) {
         makeUpright(image);
         placement = placementIn(image.whole, image.orientation, shape);
     }
     const Region region = decodedRegion(placement.region, image.eighths);
-    image = pixels ? scaledByPixels(image, region, placement.content)
-                   : scaledSmoothly(image, region, placement.content);
-    makeUpright(image);
+    if (!pixels) {
+        image = scaledSmoothly(image, region, placement.content);
+        makeUpright(image);
+    } else if (!isAll(image, placement)) {
+        image = scaledByPixels(image, region, placement.content);
+    }
     return padded(std::move(image), shape.size, shape.pad, shape.padAlpha);
 }
 
