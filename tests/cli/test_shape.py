@@ -223,7 +223,7 @@ def test_mixed_colours_have_a_depth_of_their_own(tivar, bits, gives):
 # --- JPEG, which is decoded smaller where that is enough -----------------------------------------
 
 
-@pytest.mark.parametrize("orientation", [1, 3, 6, 7])
+@pytest.mark.parametrize("orientation", [1, 6])
 @pytest.mark.parametrize("fit", ["contain", "cover", "stretch"])
 @pytest.mark.parametrize("size", [(250, 122), (61, 45), (800, 480)])
 def test_a_photograph_is_as_if_all_of_it_had_been_decoded(tivar, size, fit, orientation):
@@ -350,8 +350,7 @@ QUARTERS = {90: Image.ROTATE_270, 180: Image.ROTATE_180, 270: Image.ROTATE_90}  
 ROUTES = [["--route", "direct"], ["--route", "filter"], ["--route", "driver"], ["--route", "driver", "--cell-arrays", "single"]]
 
 
-@pytest.mark.parametrize("route", ROUTES)
-@pytest.mark.parametrize("orientation", range(1, 9))
+@pytest.mark.parametrize("orientation,route", [(n, ROUTES[0]) for n in range(1, 9)] + [(7, other) for other in ROUTES[1:]])
 @pytest.mark.parametrize("degrees", QUARTERS)
 def test_an_upright_picture_is_turned_clockwise(tivar, degrees, orientation, route):
     picture = drawing.chart(14, 8)

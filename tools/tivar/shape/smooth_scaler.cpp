@@ -172,7 +172,7 @@ int takeRow(void* user, unsigned y, unsigned left, unsigned right) noexcept {
         for (size_t i = 0; i < std::min<size_t>(kPlanes, 3); ++i) {
             *to++ = opacity > 0 ? target.light.valueOf(from[i][x] / opacity) : uint8_t{0};
         }
-        if constexpr (kPlanes == 4) *to++ = static_cast<uint8_t>(opacity * 255 + 0.5F);
+        if constexpr (kPlanes == 4) *to++ = static_cast<uint8_t>(std::lround(opacity * 255));
     }
     return 0;
 }
