@@ -41,8 +41,6 @@ from conftest import fails
         ["export", "a.png", "--background", "12345G"],
         ["export", "a.png", "b.png", "-o", "none"],
         ["export", "a.png", "b.png", "-o", "-"],
-        ["export", "a.png", "a.jpg"],
-        ["export", "a.png", "./a.png"],
         ["export", "-"],
         ["info", "extra"],
     ],
