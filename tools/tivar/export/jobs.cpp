@@ -23,8 +23,7 @@ using Clock = std::chrono::steady_clock;
 
 // Whether the inputs are one that the user named, which has the terminal for itself.
 bool isAlone(const std::vector<Task>& tasks, const JobsRequest& request) {
-    return tasks.size() == 1 && request.inputs.size() == 1 && !request.recursive &&
-           request.filesFrom.empty();
+    return tasks.size() == 1 && request.inputs.size() == 1 && !takesMany(request);
 }
 
 // Since it was planned, others may have written the target.
@@ -158,9 +157,8 @@ int runTasks(const Library& library, std::vector<Task> tasks, const JobsRequest&
         runAll(library, teller);
         if (tally.failed != 0) result = kExportFailed;
     }
-    const bool listed = request.recursive || !request.filesFrom.empty() ||
-                        request.existing == Existing::KeepNewer;
-    if (tally.visible || (listed && !request.each.quiet)) {
+    const bool many = takesMany(request) || request.existing == Existing::KeepNewer;
+    if (tally.visible || (many && !request.each.quiet)) {
         showLines(tally, "tivar: " + summaryOf(tally) + "\n");
     }
     throwIfInterrupted();

@@ -22,14 +22,10 @@ bool isDirectory(const std::string& path) {
     return fs::is_directory(path, error);
 }
 
-bool isListed(const JobsRequest& request) {
-    return request.recursive || !request.filesFrom.empty();
-}
-
 // A second name that is one of a BMP file is rather the target: as a picture to read it would be
 // written over itself.
 void refuseForgottenOption(const JobsRequest& request) {
-    if (request.inputs.size() != 2 || !request.out.empty() || isListed(request)) return;
+    if (request.inputs.size() != 2 || !request.out.empty() || takesMany(request)) return;
     const std::string& last = request.inputs.back();
     const std::string suffix = inLowerCase(fs::path(last).extension().string());
     if (suffix == ".bmp" || suffix == ".dib") {
@@ -41,13 +37,13 @@ void refuseForgottenOption(const JobsRequest& request) {
 bool goesIntoDirectory(const JobsRequest& request) {
     if (isDirectory(request.out)) return true;
     std::error_code error;
-    return isListed(request) && !request.out.empty() && request.out != "-" &&
+    return takesMany(request) && !request.out.empty() && request.out != "-" &&
            !fs::exists(request.out, error);
 }
 
 void checkUsage(const JobsRequest& request) {
     refuseForgottenOption(request);
-    const bool several = request.inputs.size() > 1 || isListed(request);
+    const bool several = request.inputs.size() > 1 || takesMany(request);
     if (several && !request.out.empty() && !goesIntoDirectory(request)) {
         failUsage("-o " + request.out + " is no directory for several inputs",
                   "name an existing directory");
@@ -153,6 +149,10 @@ bool isNewer(const struct stat& file, const struct stat& other) {
 }
 
 }  // namespace
+
+bool takesMany(const JobsRequest& request) {
+    return request.recursive || !request.filesFrom.empty() || !request.base.empty();
+}
 
 std::vector<Task> planTasks(const JobsRequest& request) {
     checkUsage(request);

@@ -17,6 +17,9 @@ struct Task {
     std::optional<Outcome> settled;  // without any work
 };
 
+// Whether the inputs are more than those that the command line has room for, or have folders.
+bool takesMany(const JobsRequest& request);
+
 // A command line that fits no inputs is wrong usage.
 std::vector<Task> planTasks(const JobsRequest& request);
 
