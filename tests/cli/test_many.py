@@ -3,6 +3,7 @@
 import json
 import os
 import re
+import resource
 import shutil
 import signal
 import stat
@@ -159,8 +160,9 @@ def test_links_in_folders(tivar):
     (album / "linked.png").symlink_to("../elsewhere/b.png")
     (album / "dead.png").symlink_to("gone.png")
     (album / "round.png").symlink_to("round.png")
+    (album / "dead").symlink_to("gone")
     result = tivar.run("export", "-r", "album", "-o", "out")
-    lines = answer(result, 1, "2 written, 2 failed, 3 skipped (3 linked folders)")
+    lines = answer(result, 1, "2 written, 2 failed, 4 skipped (1 no picture, 3 linked folders)")
     assert lines[0].startswith("tivar: album/dead.png: No such file")
     assert lines[1].startswith("tivar: album/round.png: Too many levels of symbolic links")
     assert tree(tivar.directory / "out") == ["linked.bmp", "sub/a.bmp"]
@@ -361,6 +363,7 @@ def test_a_terminal_shows_one_line_that_counts_and_a_summary(tivar):
     for name in names:
         draw(tivar.directory / name)
     (tivar.directory / "3.png").write_bytes(b"")
+    again = ["export", "0.png", "1.png", "--skip-existing"]
     code, shown = on_a_terminal(tivar, "export", *names)
     assert code == 1
     counts = re.findall(r"\r\x1b\[K(\d+) of 5", shown)
@@ -373,6 +376,8 @@ def test_a_terminal_shows_one_line_that_counts_and_a_summary(tivar):
         "tivar: 4 written, 1 failed, 0 skipped",
         "",
     ]
+    # No count where there is nothing to do.
+    assert on_a_terminal(tivar, *again) == (0, "tivar: 0 written, 0 failed, 2 skipped (2 up to date)\r\n")
 
 
 def test_quiet_hides_the_count_and_the_summary_but_no_failure(tivar):
@@ -605,14 +610,16 @@ def somebody(program, library):
         shutil.copy(program, f"{place}/tivar")
         shutil.copy(library, f"{place}/libtivar.so.2")
 
-        def become():
+        def become(processes):
+            if processes is not None:
+                resource.setrlimit(resource.RLIMIT_NPROC, (processes, processes))
             os.setgroups([])
             os.setgid(65534)
             os.setuid(65534)
 
-        def run(*arguments):
+        def run(*arguments, processes=None):
             return Tivar(f"{place}/tivar", place).run(
-                "export", *arguments, "--library", "./libtivar.so.2", limits=become
+                "export", *arguments, "--library", "./libtivar.so.2", limits=lambda: become(processes)
             )
 
         yield Path(place), run
@@ -643,6 +650,18 @@ def test_an_output_directory_that_cannot_be_written_fails_each(somebody):
     assert lines[0].startswith("tivar: out/a.bmp: Permission denied")
     assert lines[1].startswith("tivar: out/sub: Permission denied")
     assert tree(place / "out") == []
+
+
+def test_without_room_for_a_worker_every_picture_has_its_line(somebody):
+    place, run = somebody
+    place.chmod(0o777)
+    for name in ["a.png", "b.png"]:
+        draw(place / name)
+    result = run("a.png", "b.png", "-j", "2", processes=0)
+    lines = result.stderr.decode().splitlines()
+    assert result.returncode == 1
+    assert [line.split(": ")[1] for line in lines] == ["a.png", "b.png"]
+    assert all("unavailable; try a smaller -j" in line for line in lines)
 
 
 # --- Five hundred and one ------------------------------------------------------------------------
@@ -719,7 +738,7 @@ while [[ $1 = -* ]]; do shift; done
 echo "$1" >>"$SSH_LOG"
 shift
 [ "$1" = -- ] && shift
-cd / && exec sh -c "$*"
+cd "$HOME" && exec sh -c "$*"
 """
 
 

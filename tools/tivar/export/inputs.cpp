@@ -89,7 +89,8 @@ struct Walk {
 // A folder that is walked through is not avoided itself, also if the files go there, too.
 void addNamed(const JobsRequest& request, const std::string& name, std::vector<Input>& inputs) {
     std::error_code error;
-    if (name == "-" || !fs::is_directory(name, error)) return inputs.push_back({name, "", false, {}});
+    if (name == "-" || !fs::is_directory(name, error))
+        return inputs.push_back({name, "", false, {}});
     if (!request.recursive) {
         const Failure failure{name, "is a directory", "add -r for the pictures in it"};
         return inputs.push_back({name, "", false, failed({name, ""}, failure)});

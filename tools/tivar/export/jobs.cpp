@@ -128,9 +128,8 @@ void runAll(const Library& library, Teller& teller) {
 // One that is settled, or done in this process.
 int runAlone(const Library& library, Teller& teller) {
     const Task& task = teller.tasks.front();
-    const Outcome outcome = task.settled
-                                ? *task.settled
-                                : exportOne(library, task.job, teller.request.each, true);
+    const Outcome outcome =
+        task.settled ? *task.settled : exportOne(library, task.job, teller.request.each, true);
     if (!task.settled) add(teller.tally, outcome);
     teller.tell(0, outcome);
     return outcome.exitCode;

@@ -1,7 +1,7 @@
 #include "export/outcome.h"
 
 #include <array>
-#include <cmath>
+#include <cerrno>
 #include <cstdio>
 
 #include "process/json.h"
@@ -50,7 +50,7 @@ std::string numberOr(bool known, uint64_t number) {
 
 std::string secondsText(double seconds) {
     std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%.4f", seconds);
+    std::snprintf(text.data(), text.size(), "%.6f", seconds);
     return text.data();
 }
 
@@ -91,13 +91,8 @@ std::string reportLine(const Job& job, Route route, const Outcome& outcome) {
 }
 
 int send(int pipe, const Outcome& outcome) {
-    const Head head{outcome.fate,
-                    outcome.skip,
-                    outcome.exported,
-                    outcome.seconds,
-                    outcome.exitCode,
-                    outcome.error.size(),
-                    outcome.said.size()};
+    const Head head{outcome.fate,     outcome.skip,         outcome.exported,   outcome.seconds,
+                    outcome.exitCode, outcome.error.size(), outcome.said.size()};
     std::string message(reinterpret_cast<const char*>(&head), sizeof head);
     message += outcome.error + outcome.said;
     return writeAll(pipe, message.data(), message.size());

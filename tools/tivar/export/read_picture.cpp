@@ -45,12 +45,12 @@ Image readAny(std::FILE* file, const ReadRequest& request) {
          "convert it to one of them first");
 }
 
-constexpr std::array kSuffixes{".bmp", ".dib", ".png", ".jpg", ".jpeg", ".jpe", ".jfif",
-                               ".pnm", ".ppm", ".pgm", ".pbm", ".gif",  ".tif", ".tiff",
-                               ".webp", ".heic", ".heif", ".avif"};
+constexpr std::array kSuffixes{".bmp",  ".dib",  ".png",  ".jpg",  ".jpeg", ".jpe",
+                               ".jfif", ".pnm",  ".ppm",  ".pgm",  ".pbm",  ".gif",
+                               ".tif",  ".tiff", ".webp", ".heic", ".heif", ".avif"};
 
-// Two letters are what many texts begin with, so that more than those are looked at: the second byte
-// of a BMP header's length, and what follows the kind of a PNM file.
+// Two letters are what many texts begin with, so that more than those are looked at: the second
+// byte of a BMP header's length, and what follows the kind of a PNM file.
 bool beginsLikeText(std::string_view start) {
     if (start.starts_with("BM")) return start.size() < kSignatureBytes || start[15] != 0;
     if (!start.starts_with('P')) return false;
@@ -72,7 +72,7 @@ bool isMeantAsPicture(const std::string& path) {
     const std::string suffix = inLowerCase(std::filesystem::path(path).extension().string());
     if (std::find(kSuffixes.begin(), kSuffixes.end(), suffix) != kSuffixes.end()) return true;
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (file.number < 0) return true;  // reading it will say why
+    if (file.number < 0) return errno != ENOENT && errno != ELOOP;  // reading it will say why
     std::array<char, kSignatureBytes> bytes{};
     const ssize_t got = ::read(file.number, bytes.data(), bytes.size());
     const std::string_view start(bytes.data(), got < 0 ? 0 : static_cast<size_t>(got));

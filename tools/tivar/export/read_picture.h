@@ -12,8 +12,8 @@ namespace tool {
 // "BMP, PNG, ..."
 std::string readableKinds();
 
-// Whether a file found in a folder is meant as a picture, by its name or else by how it begins; what
-// is none is nobody's mistake.
+// Whether a file found in a folder is meant as a picture, by its name or else by how it begins;
+// what is none is nobody's mistake.
 bool isMeantAsPicture(const std::string& path);
 
 // The picture, upright and in sRGB, told apart by its first bytes; name "-" is standard input.

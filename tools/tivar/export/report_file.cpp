@@ -18,7 +18,8 @@ void refuseOtherFiles(const ReportFile& report) {
     if (::fstat(report.file.number, &status) != 0) failErrno(report.name, errno);
     if (!S_ISREG(status.st_mode)) return;
     if (::pread(report.file.number, &first, 1, 0) < 0) failErrno(report.name, errno);
-    if (first != '{') failAt(report.name, "is there already and no report", "name another --report");
+    if (first != '{')
+        failAt(report.name, "is there already and no report", "name another --report");
     if (::ftruncate(report.file.number, 0) != 0) failErrno(report.name, errno);
 }
 

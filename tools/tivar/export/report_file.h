@@ -18,8 +18,8 @@ struct ReportFile {
 // that is something else is a Failure.
 ReportFile openReport(const std::string& name);
 
-// The whole line at once, so that a report is whole as far as it goes. When there is no room that is
-// a Failure, and nothing more is written.
+// The whole line at once, so that a report is whole as far as it goes. When there is no room that
+// is a Failure, and nothing more is written.
 void addLine(ReportFile& report, const std::string& line);
 
 }  // namespace tool

@@ -73,7 +73,7 @@ void add(Tally& tally, const Outcome& outcome) {
 void showCount(Tally& tally, size_t done) {
     const Clock::time_point now = Clock::now();
     const bool last = done == tally.wanted;
-    if (!tally.visible || (!last && now - tally.shown < kBetween)) return;
+    if (!tally.visible || tally.wanted == 0 || (!last && now - tally.shown < kBetween)) return;
     tally.shown = now;
     tally.open = true;
     const std::string failures =
@@ -88,8 +88,7 @@ void showLines(Tally& tally, const std::string& lines) {
 }
 
 std::string summaryOf(const Tally& tally) {
-    const size_t skipped =
-        std::accumulate(tally.skipped.begin(), tally.skipped.end(), size_t{0});
+    const size_t skipped = std::accumulate(tally.skipped.begin(), tally.skipped.end(), size_t{0});
     return std::to_string(tally.written) + " written, " + std::to_string(tally.failed) +
            " failed, " + std::to_string(skipped) + " skipped" + reasonsOf(tally);
 }

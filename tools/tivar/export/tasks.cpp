@@ -171,7 +171,8 @@ std::vector<Task> planTasks(const JobsRequest& request) {
 std::optional<Outcome> settledBy(const Job& job) {
     struct stat from {};
     struct stat to {};
-    if (job.existing == Existing::Replace || ::stat(job.target.c_str(), &to) != 0) return {};
+    if (job.existing == Existing::Replace || job.target == "-") return {};
+    if (::stat(job.target.c_str(), &to) != 0) return {};
     if (job.input != "-" && ::stat(job.input.c_str(), &from) != 0) return {};
     const bool itself = from.st_dev == to.st_dev && from.st_ino == to.st_ino;
     if (itself || S_ISDIR(to.st_mode)) return {};

@@ -52,8 +52,8 @@ void give(Worker& worker, size_t task) {
 std::string describeEnd(int status) {
     if (pendingSignal() != 0) return "";
     const int code = WIFEXITED(status) ? WEXITSTATUS(status) : kSignalBase + WTERMSIG(status);
-    const std::string how = code > kSignalBase ? ::strsignal(code - kSignalBase)
-                                               : "exit code " + std::to_string(code);
+    const std::string how =
+        code > kSignalBase ? ::strsignal(code - kSignalBase) : "exit code " + std::to_string(code);
     return "the export was ended (" + how + ")";
 }
 
@@ -110,7 +110,8 @@ struct Pool {
         worker.channel = Descriptor();
         const int status = awaitWorker(worker.process);
         const std::string end = told ? "" : describeEnd(status);
-        if (!end.empty()) order.tell(worker.task, order.failed(worker.task, end, "try it on its own"));
+        if (!end.empty())
+            order.tell(worker.task, order.failed(worker.task, end, "try it on its own"));
         return false;
     }
 
@@ -120,7 +121,8 @@ struct Pool {
         if (::poll(channels.data(), channels.size(), -1) < 0) return;
         std::vector<Worker> going;
         for (size_t i = 0; i < workers.size(); ++i) {
-            if (channels[i].revents == 0 || hear(workers[i])) going.push_back(std::move(workers[i]));
+            if (channels[i].revents == 0 || hear(workers[i]))
+                going.push_back(std::move(workers[i]));
         }
         workers = std::move(going);
     }

@@ -40,8 +40,8 @@ std::string prefixOf(std::string_view name) {
     const size_t mark = name.rfind(kMark);
     if (mark == std::string_view::npos || mark + kMark.size() == name.size()) return "";
     const std::string_view number = name.substr(mark + kMark.size());
-    const bool digits = std::all_of(number.begin(), number.end(),
-                                    [](unsigned char c) { return std::isdigit(c); });
+    const bool digits =
+        std::all_of(number.begin(), number.end(), [](unsigned char c) { return std::isdigit(c); });
     return digits ? std::string(name.substr(0, mark + kMark.size())) : "";
 }
 
