@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 
-#include <utility>
-
 #include "bmp/decode.h"
 #include "bmp/inspect.h"
 #include "command/info.h"
@@ -59,8 +57,8 @@ int run(int argc, char** argv) {
         return runWithBmp(options);
     }
     if (options.command == Command::Export) {
-        std::vector<Task> tasks = planTasks(options.jobs);
-        return runTasks(loadLibrary(options.library), std::move(tasks), options.jobs);
+        const std::vector<Task> tasks = planTasks(options.jobs);
+        return runTasks(loadLibrary(options.library), tasks, options.jobs);
     }
     if (options.command == Command::Gallery) return runGallery(options);
     if (options.command == Command::InitSettings) {

@@ -139,7 +139,7 @@ int runAlone(const Library& library, Teller& teller) {
 
 // With the options for many files the summary is a part of the answer; without them it is for the
 // terminal.
-int runTasks(const Library& library, std::vector<Task> tasks, const JobsRequest& request) {
+int runTasks(const Library& library, const std::vector<Task>& tasks, const JobsRequest& request) {
     ReportFile report = openReport(request.report);
     Teller teller{request, tasks, report};
     Tally& tally = teller.tally;

@@ -12,7 +12,7 @@
 namespace tool {
 
 // Runs all tasks, whichever fail: the exit code.
-int runTasks(const Library& library, std::vector<Task> tasks, const JobsRequest& request);
+int runTasks(const Library& library, const std::vector<Task>& tasks, const JobsRequest& request);
 
 }  // namespace tool
 

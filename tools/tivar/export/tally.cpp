@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include <cstdint>
+#include <cmath>
 #include <numeric>
 #include <utility>
 
@@ -25,8 +25,8 @@ void show(const std::string& text) {
 std::string roughly(double seconds) {
     if (seconds < 90) return std::to_string(static_cast<int>(seconds) + 1) + " s";
     const double minutes = seconds / 60;
-    if (minutes < 90) return std::to_string(static_cast<int>(minutes + 0.5)) + " min";
-    return std::to_string(static_cast<int64_t>(minutes / 60 + 0.5)) + " h";
+    if (minutes < 90) return std::to_string(std::lround(minutes)) + " min";
+    return std::to_string(std::lround(minutes / 60)) + " h";
 }
 
 // Every export takes as long as those before took.
