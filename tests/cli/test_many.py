@@ -206,7 +206,8 @@ def test_a_list_has_a_name_a_line(tivar):
     names = ["a b.png", "-dash.png", "'quoted'.png", "-"]
     for name in names:
         drawing.chart(9, 7).save(tivar.directory / name, "PNG")
-    (tivar.directory / "list").write_text("\n".join(names[:2]) + "\n\n" + "\n".join(names[2:]))
+    listed = "\n".join(names[:2]) + "\r\n\r\n\n" + "\n".join(names[2:])
+    (tivar.directory / "list").write_bytes(listed.encode())
     result = tivar.run("export", "--files-from", "list", "-o", "out")
     answer(result, 0, "4 written, 0 failed, 0 skipped")
     assert tree(tivar.directory / "out") == ["'quoted'.bmp", "-.bmp", "-dash.bmp", "a b.bmp"]

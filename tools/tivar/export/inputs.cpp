@@ -111,7 +111,9 @@ std::vector<std::string> namesOfList(const JobsRequest& request) {
     const uint8_t end = request.endsWithNul ? '\0' : '\n';
     for (auto next = bytes.begin(); next != bytes.end();) {
         const auto stop = std::find(next, bytes.end(), end);
-        if (stop != next) names.emplace_back(next, stop);
+        std::string name(next, stop);
+        if (!request.endsWithNul && name.ends_with('\r')) name.pop_back();  // as Windows ends lines
+        if (!name.empty()) names.push_back(std::move(name));
         next = stop == bytes.end() ? stop : stop + 1;
     }
     return names;
