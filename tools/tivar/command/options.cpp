@@ -11,6 +11,7 @@
 
 #include "command/bmp_options.h"
 #include "command/help_text.h"
+#include "command/many_options.h"
 #include "command/settings_options.h"
 #include "command/usage_error.h"
 #include "export/read_palette.h"
@@ -43,6 +44,10 @@ struct Typed {
     std::string dither;
     bool rgb565 = false;
     bool rgb555 = false;
+    std::string fit;
+    std::string pad;
+    std::string scale;
+    int rotate = 0;
     bool os2 = false;
     bool version = false;
 };
@@ -77,10 +82,10 @@ PixelSize parseSize(std::string_view text, int resolution) {
               "write it as 640x480 or 6.67x5in");
 }
 
-Color parseColor(const std::string& text) {
+Color parseColor(const std::string& option, const std::string& text) {
     const std::optional<Color> color = colorNamed(text);
     if (color) return *color;
-    failUsage("--background " + text + " is no colour",
+    failUsage(option + " " + text + " is no colour",
               "write it as RRGGBB, such as FFFFFF, as RGB, or as a name, such as white");
 }
 
@@ -145,6 +150,32 @@ void addColorOptions(CLI::App& app, Typed& typed) {
     app.add_flag("--rgb555", typed.rgb555, "16 bits: 5 of each, one left over")->excludes(rgb565);
 }
 
+void addShapeOptions(CLI::App& app, Typed& typed) {
+    CLI::Option* size = app.get_option("--size");
+    app.add_option("--fit", typed.fit,
+                   "How the picture meets its --size. contain: whole, in proportion, with borders. "
+                   "cover: in proportion, its edges cut. stretch: out of proportion (else contain "
+                   "on the direct route, which scales smoothly; on the others as their interface "
+                   "does it: stretched, by dropping and repeating pixels)")
+        ->check(oneOf({"contain", "cover", "stretch"}))
+        ->needs(size)
+        ->type_name("contain|cover|stretch");
+    app.add_option("--pad", typed.pad, "Colour of the borders (else that of --background)")
+        ->needs(size)
+        ->type_name("COLOUR");
+    app.add_option("--scale", typed.scale,
+                   "smooth: light is mixed, for photographs. pixel: colours stay as they are, for "
+                   "pixel art (else smooth, but for pictures of at most 64 colours that grow by a "
+                   "whole number)")
+        ->check(oneOf({"smooth", "pixel"}))
+        ->needs(size)
+        ->type_name("smooth|pixel");
+    app.add_option("--rotate", typed.rotate,
+                   "Turn pictures clockwise, once they are upright as their EXIF data say")
+        ->check(oneOf({"90", "180", "270"}))
+        ->type_name("90|180|270");
+}
+
 void addSizeOptions(CLI::App& app, Options& options, Typed& typed) {
     CLI::Option* size =
         app.add_option("--size", typed.size,
@@ -178,7 +209,6 @@ void addQuiet(CLI::App& app, bool& quiet) {
 void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("INPUT", options.jobs.inputs,
                    "Pictures (" + readableKinds() + "); - is standard input")
-        ->required()
         ->check(notEmpty())
         ->type_name("");
     app.add_option("-o,--output", options.jobs.out,
@@ -186,6 +216,7 @@ void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
                    "input, with suffix .bmp)")
         ->check(notEmpty())
         ->type_name("OUT");
+    addManyOptions(app, options.jobs);
     app.add_option("--via", typed.via, "How the library delivers the file (else file)")
         ->check(oneOf({"file", "memory", "document"}))
         ->type_name("file|memory|document");
@@ -276,6 +307,21 @@ void applyColors(const Typed& typed, ColorRequest& colors) {
     if (!typed.palette.empty()) colors.palette = readPalette(typed.palette);
 }
 
+void applyShape(const Typed& typed, ExportRequest& request) {
+    ShapeRequest& shape = request.shape;
+    if (typed.fit == "contain") shape.fit = Fit::Contain;
+    if (typed.fit == "cover") shape.fit = Fit::Cover;
+    if (typed.fit == "stretch") shape.fit = Fit::Stretch;
+    if (typed.scale == "smooth") shape.scaling = Scaling::Smooth;
+    if (typed.scale == "pixel") shape.scaling = Scaling::Pixels;
+    if (!typed.pad.empty()) shape.pad = parseColor("--pad", typed.pad);
+    if (shape.pad && shape.fit && shape.fit != Fit::Contain) {
+        failUsage("--fit " + typed.fit + " leaves no borders for --pad",
+                  "leave out one of the two, or choose --fit contain");
+    }
+    request.reading.quarters = typed.rotate / 90;
+}
+
 void applyTyped(const Typed& typed, ExportRequest& request) {
     if (typed.bits != 0) request.bits = static_cast<uint16_t>(typed.bits);
     if (typed.os2) request.flavour = Flavour::Os2;
@@ -286,13 +332,15 @@ void applyTyped(const Typed& typed, ExportRequest& request) {
     if (typed.resolution != 0 && !typed.size.ends_with("in")) {
         failUsage("--resolution needs a --size in inches", kSeeExportHelp);
     }
-    if (!typed.background.empty()) request.background = parseColor(typed.background);
+    if (!typed.background.empty())
+        request.background = parseColor("--background", typed.background);
     if (typed.via == "memory") request.via = Via::Memory;
     if (typed.via == "document") request.via = Via::Document;
     if (typed.cellArrays == "single") request.cellArrays = CellArrays::Single;
     if (!typed.cellArrays.empty() && typed.route != "driver") {
         failUsage("--cell-arrays needs --route driver", kSeeExportHelp);
     }
+    applyShape(typed, request);
     chooseRoute(typed, request);
     applyColors(typed, request.colors);
     if (!typed.like.empty()) follow(readReference(typed.like), request);
@@ -317,6 +365,7 @@ void describe(CommandLine& line, Options& options, Typed& typed) {
     addFormatOptions(*line.exporting, options, typed);
     addColorOptions(*line.exporting, typed);
     addSizeOptions(*line.exporting, options, typed);
+    addShapeOptions(*line.exporting, typed);
     addLibrary(*line.exporting, options.library);
     line.gallery = line.app.add_subcommand(
         "gallery", "Export a picture in every form, with a page that shows them");

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "picture/image.h"
+#include "shape/reshape.h"
 
 namespace tool {
 
@@ -17,6 +18,10 @@ enum class Via { File, Memory, Document };
 enum class Route { Filter, Driver, Direct };
 enum class Compression { None, Native, Portable };
 enum class CellArrays { Banded, Single };
+
+// What becomes of a file that is there already. KeepNewer replaces one that is older than the
+// input.
+enum class Existing { Refuse, Replace, KeepNewer };
 
 // Colours of the file, on the direct route only; what is 0 or empty is the library's choice.
 struct ColorRequest {
@@ -38,6 +43,13 @@ struct FormRequest {
     std::vector<Notice> notices;
 };
 
+// How a size is met; what is not asked for is the route's choice.
+struct ShapeRequest {
+    std::optional<Fit> fit;
+    std::optional<Color> pad;
+    std::optional<Scaling> scaling;
+};
+
 // Of one export; what is not asked for follows the profile or the picture.
 struct ExportRequest {
     std::optional<uint16_t> bits;
@@ -45,6 +57,7 @@ struct ExportRequest {
     std::optional<Compression> compression;
     bool force = false;  // files that no reader can know
     std::optional<PixelSize> size;
+    ShapeRequest shape;
     std::string profile;
     std::string mode;
     Via via = Via::File;
@@ -61,7 +74,13 @@ struct ExportRequest {
 struct JobsRequest {
     ExportRequest each;
     std::vector<std::string> inputs;
-    std::string out;  // a file or a directory; "" = beside each input
+    std::string filesFrom;     // a list of more inputs, "-" = standard input; "" = none
+    bool endsWithNul = false;  // each name of the list
+    bool recursive = false;    // directories stand for the pictures in them
+    std::string out;           // a file or a directory; "" = beside each input
+    std::string base;          // inputs below it keep their folders in out; "" = they do not
+    std::optional<Existing> existing;  // else a name that the user chose replaces
+    std::string report;                // a file for a line about each input; "" = none
     unsigned atOnce = 1;
 };
 
