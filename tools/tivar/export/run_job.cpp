@@ -135,6 +135,8 @@ Image readInput(Errand& errand) {
     showStep(errand.progress, "reading");
     Image image = readStored(errand.job.input, readingFor(errand.request));
     errand.notices = std::move(image.notices);
+    const std::vector<Notice>& like = errand.request.like.notices;
+    errand.notices.insert(errand.notices.end(), like.begin(), like.end());
     refuseOwnInput(errand.job.input, errand.job.target, "name another file with -o");
     return inWantedShape(std::move(image), errand.request);
 }
