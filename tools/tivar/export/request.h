@@ -31,6 +31,13 @@ struct ColorRequest {
     std::optional<int32_t> masks;  // enum TivarMasks
 };
 
+// How a size is met; what is not asked for is the route's choice.
+struct ShapeRequest {
+    std::optional<Fit> fit;
+    std::optional<Color> pad;
+    std::optional<Scaling> scaling;
+};
+
 // The form of another BMP file, on the direct route only; follow() fills it.
 struct FormRequest {
     // That file's bytes before its pixels, with room for other sizes; none = the library's headers.
@@ -41,13 +48,6 @@ struct FormRequest {
     int32_t yPerMeter = 0;
     std::optional<bool> alpha;  // whether the file has one; else as depth and picture have it
     std::vector<Notice> notices;
-};
-
-// How a size is met; what is not asked for is the route's choice.
-struct ShapeRequest {
-    std::optional<Fit> fit;
-    std::optional<Color> pad;
-    std::optional<Scaling> scaling;
 };
 
 // Of one export; what is not asked for follows the profile or the picture.
