@@ -111,7 +111,9 @@ struct Errand {
 
 Image readInput(Errand& errand) {
     showStep(errand.progress, "reading");
-    Image image = readPicture(errand.job.input, errand.request.reading);
+    Image image = errand.job.image == nullptr
+                      ? readPicture(errand.job.input, errand.request.reading)
+                      : copyOf(*errand.job.image);
     errand.notices = std::move(image.notices);
     refuseOwnInput(errand.job.input, errand.job.target, "name another file with -o");
     return image;

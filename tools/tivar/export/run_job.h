@@ -12,8 +12,9 @@
 namespace tool {
 
 struct Job {
-    std::string input;   // "-" = standard input
-    std::string target;  // "-" = standard output
+    std::string input;             // "-" = standard input
+    std::string target;            // "-" = standard output
+    const Image* image = nullptr;  // what is in the input, where it has been read already
 };
 
 struct Exported {

@@ -9,17 +9,29 @@
 
 namespace tool {
 
-// How many pixels of a side become one, so that a page shows no side of more than 1024.
+struct Preview {
+    std::string address;  // data:
+    uint32_t width{};     // pixels
+    uint32_t height{};
+    uint32_t enlarged{};  // pixels of the page for one of them
+
+    bool operator==(const Preview&) const = default;
+};
+
+// How many pixels of a side become one, so that no preview has a side of more than 400.
 uint32_t previewFactor(uint32_t width, uint32_t height);
 
 // Blocks of factor x factor pixels as their mean; the last ones of a side may be smaller.
 PixelRows reduced(const PixelRows& rows, uint32_t factor);
 
-// The middle of the picture, of at most width x height pixels.
-PixelRows middle(const PixelRows& rows, uint32_t width, uint32_t height);
+// The whole picture: with its very pixels where it needs no reducing.
+Preview previewOf(const PixelRows& rows);
 
-// The picture as a PNG in a data: address.
-std::string dataAddress(const PixelRows& rows);
+// Whether so much of the picture is lost in its preview that its middle should be seen, too.
+bool deservesDetail(const PixelRows& rows);
+
+// The very pixels of the middle, enlarged.
+Preview detailOf(const PixelRows& rows);
 
 }  // namespace tool
 

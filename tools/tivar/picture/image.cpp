@@ -127,6 +127,21 @@ Image newImage(const ReadRequest& request, PixelFormat format, uint64_t width, u
     return image;
 }
 
+// The sides were checked when the picture was read.
+Image copyOf(const Image& image) {
+    ReadRequest any;
+    any.limitPixels = UINT64_MAX;
+    any.longestSide = UINT64_MAX;
+    Image copy = newImage(any, image.format, image.width, image.height);
+    std::copy_n(image.pixels.get(), image.stride * image.height, copy.pixels.get());
+    copy.palette = image.palette;
+    copy.alphas = image.alphas;
+    copy.profile = image.profile;
+    copy.orientation = image.orientation;
+    copy.notices = image.notices;
+    return copy;
+}
+
 std::vector<Color> greys(unsigned count) {
     std::vector<Color> table;
     for (unsigned i = 0; i < count; ++i) {

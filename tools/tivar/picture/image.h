@@ -73,6 +73,8 @@ uint64_t rowBytes(uint64_t width, unsigned bits);
 // A zeroed picture; sides or products beyond what is asked or possible are Failures.
 Image newImage(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height);
 
+Image copyOf(const Image& image);
+
 // Row y, counted from the top.
 inline uint8_t* rowAt(const Image& image, size_t y) {
     return image.pixels.get() + image.stride * (image.height - 1 - y);
