@@ -96,6 +96,7 @@ Likeness likenessOf(const PixelRows& rows, const PixelRows& original, bool asGre
         const Strip strip = stripAt(y, rows.height);
         Samples own = samplesOf(rows, strip, asGreys);
         Samples wanted = samplesOf(original, strip, asGreys);
+        if (own.bytes == wanted.bytes) continue;
         plain += squaredError(own, wanted, strip);
         blur(own);
         blur(wanted);
