@@ -53,6 +53,7 @@ struct Album {
     uint32_t width{};
     uint32_t height{};
     std::string depth;
+    PreviewScale scale;
     Shot source;
     std::vector<Preview> previews;  // each different one once
     std::vector<Chapter> chapters;

@@ -43,8 +43,8 @@ std::string figure(const std::string& name, const std::string& value) {
 std::string figuresOf(const AlbumFile& file) {
     const Likeness& likeness = file.likeness;
     const std::string greys = likeness.ofGreys ? " of greys" : "";
-    return "<dl>" + figure("PSNR" + greys, decibelText(likeness.plain, likeness.ofGreys)) +
-           figure("blurred", decibelText(likeness.blurred, likeness.ofGreys)) +
+    return "<dl>" + figure("PSNR" + greys, decibelText(likeness.plain, likeness.sameColors)) +
+           figure("blurred", decibelText(likeness.blurred, likeness.sameColors)) +
            figure("bytes", grouped(file.bytes)) + figure("export", timeText(file.seconds)) +
            "</dl>\n";
 }

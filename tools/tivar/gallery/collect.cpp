@@ -46,8 +46,8 @@ size_t placeOf(Album& album, Preview preview) {
 
 Shot shotOf(Album& album, const PixelRows& rows) {
     Shot shot;
-    shot.whole = placeOf(album, previewOf(rows));
-    if (deservesDetail(rows)) shot.detail = placeOf(album, detailOf(rows));
+    shot.whole = placeOf(album, previewOf(rows, album.scale));
+    if (deservesDetail(album.scale)) shot.detail = placeOf(album, detailOf(rows));
     return shot;
 }
 
@@ -80,9 +80,7 @@ AlbumFile exportAs(Collection& collection, const Variant& variant) {
 // The picture with the file's pixels, and whether it is a new one. One bit for a pixel and greys
 // are measured in another way than colours, however alike the pixels are.
 std::pair<const Known*, bool> knownFor(Collection& collection, const Variant& variant,
-                                       const std::string& name) {
-    const std::string path = (fs::path(collection.request.directory) / name).string();
-    auto file = std::make_shared<const BmpFile>(parseBmp(readBmpBytes(path)));
+                                       std::shared_ptr<const BmpFile> file) {
     const PixelRows rows = rowsIn(*file, collection.background);
     const bool asGreys = comparesGreys(rows);
     for (const Known& known : collection.known) {
@@ -101,30 +99,34 @@ constexpr char kLostColors[] =
     "These pixels are not those of the raw file: the OS/2 header has no place for the encoded "
     "length, which overwrites entries 2 and 3 of the palette.";
 
-Card cardOf(const Collection& collection, const Variant& variant, const Known& known, bool isNew) {
+// The palette is that of the file, which can differ where its pixels do not.
+Card cardOf(const Collection& collection, const Variant& variant, const BmpFile& file,
+            const Known& known, bool isNew) {
     const bool lost = variant.flavour == Flavour::Os2 && variant.compression == Compression::Native;
     Card card;
     card.title = variant.title;
     if (card.title.empty()) card.title = lost ? "Filter route, colours lost" : nameOf(variant);
     card.lost = lost;
     card.shot = known.shot;
-    const bool stretched = known.file->rows != collection.source.height;
+    const bool stretched = file.rows != collection.source.height;
     card.original = stretched ? collection.evenShot : collection.album.source;
-    card.palette = known.file->palette;
+    card.palette = file.palette;
     if (lost) card.note = kLostColors;
     if (!isNew) card.note = "The same pixels as \"" + known.title + "\".";
     return card;
 }
 
 void addVariant(Collection& collection, Chapter& chapter, const Variant& variant) {
-    AlbumFile file = exportAs(collection, variant);
-    const auto [known, isNew] = knownFor(collection, variant, file.name);
-    file.likeness = known->likeness;
+    AlbumFile entry = exportAs(collection, variant);
+    const std::string path = (fs::path(collection.request.directory) / entry.name).string();
+    const auto file = std::make_shared<const BmpFile>(parseBmp(readBmpBytes(path)));
+    const auto [known, isNew] = knownFor(collection, variant, file);
+    entry.likeness = known->likeness;
     if (isNew || !variant.title.empty()) {
-        chapter.cards.push_back(cardOf(collection, variant, *known, isNew));
+        chapter.cards.push_back(cardOf(collection, variant, *file, *known, isNew));
         chapter.cards.back().file = chapter.files.size();
     }
-    chapter.files.push_back(std::move(file));
+    chapter.files.push_back(std::move(entry));
 }
 
 std::string depthText(const Image& source) {
@@ -142,6 +144,7 @@ Album describe(const GalleryRequest& request, const Image& source) {
     album.width = source.width;
     album.height = source.height;
     album.depth = depthText(source);
+    album.scale = previewScale(source.width, source.height);
     return album;
 }
 

@@ -20,8 +20,8 @@ std::string grouped(uint64_t number) {
     return digits;
 }
 
-std::string decibelText(double decibels, bool ofGreys) {
-    if (std::isinf(decibels)) return ofGreys ? "same greys" : "identical";
+std::string decibelText(double decibels, bool sameColors) {
+    if (std::isinf(decibels)) return sameColors ? "identical" : "no error";
     return fixed(decibels, 2) + "&nbsp;dB";
 }
 

@@ -18,8 +18,8 @@ std::string rowOf(const AlbumFile& file, uint64_t largest) {
            "\"><td><a href=\"" + addressOf(file.name) + "\">" + escaped(file.name) +
            "</a></td><td><code>" + escaped(file.options) +
            "</code></td><td class=\"number size\" style=\"--share:" + fixed(share, 1) + "%\">" +
-           grouped(file.bytes) + "</td>" + cell(decibelText(likeness.plain, likeness.ofGreys)) +
-           cell(decibelText(likeness.blurred, likeness.ofGreys)) + cell(timeText(file.seconds)) +
+           grouped(file.bytes) + "</td>" + cell(decibelText(likeness.plain, likeness.sameColors)) +
+           cell(decibelText(likeness.blurred, likeness.sameColors)) + cell(timeText(file.seconds)) +
            "</tr>\n";
 }
 

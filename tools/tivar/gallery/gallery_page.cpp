@@ -35,8 +35,8 @@ constexpr char kLegend[] = R"html(<article class="legend">
 <h2>How to read it</h2>
 <p>For every depth the three routes stand side by side: the filter's export call, the raster driver,
 which makes the same files, and the direct interface, the default of tivar export. Then come the
-choices that only the direct route has. Hold a button, or a picture with the mouse, to see the source
-in place of a result.</p>
+choices that only the direct route has. Hold a button, by mouse, finger, Space or Enter, or a picture by
+mouse, to see the source in place of a result.</p>
 <dl>
 <dt>PSNR</dt><dd>The peak signal-to-noise ratio against the source, in decibels: over red, green and
 blue of all pixels. At 1 bit, and of files that have nothing but greys, both pictures are
@@ -51,12 +51,11 @@ source whose rows are stretched to that, those of the direct route with the sour
 )html";
 
 std::string shotText(const Album& album) {
-    const Preview& whole = album.previews[album.source.whole];
-    const uint32_t factor = previewFactor(album.width, album.height);
+    const auto [factor, enlarged] = album.scale;
     std::string text = "Pictures are shown ";
-    text += factor > 1           ? "reduced " + std::to_string(factor) + " : 1"
-            : whole.enlarged > 1 ? "enlarged 1 : " + std::to_string(whole.enlarged)
-                                 : "pixel by pixel";
+    text += factor > 1     ? "reduced " + std::to_string(factor) + " : 1"
+            : enlarged > 1 ? "enlarged 1 : " + std::to_string(enlarged)
+                           : "pixel by pixel";
     if (album.source.detail) text += ", with the very pixels of their middle below, enlarged";
     return "<p>" + text +
            ". Transparent pixels lie over the background. Files with native run lengths are "

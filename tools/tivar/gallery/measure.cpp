@@ -103,7 +103,8 @@ Likeness likenessOf(const PixelRows& rows, const PixelRows& original, bool asGre
         blurred += squaredError(own, wanted, strip);
     }
     const double count = static_cast<double>(rows.width) * rows.height * (asGreys ? 1.0 : 3.0);
-    return {signalToNoise(plain, count), signalToNoise(blurred, count), asGreys};
+    return {signalToNoise(plain, count), signalToNoise(blurred, count), asGreys,
+            plain == 0 && haveSameColors(rows, original)};
 }
 
 }  // namespace tool

@@ -10,8 +10,9 @@ namespace tool {
 // Peak signal-to-noise ratios in decibels, infinite for no error.
 struct Likeness {
     double plain{};
-    double blurred{};  // of both pictures after a blur, as from a distance
-    bool ofGreys{};    // of both pictures as greys
+    double blurred{};   // of both pictures after a blur, as from a distance
+    bool ofGreys{};     // of both pictures as greys
+    bool sameColors{};  // nothing differs at all
 };
 
 bool haveSameColors(const PixelRows& a, const PixelRows& b);

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "export/scaling.h"
 #include "gallery/html.h"
 #include "picture/write_picture.h"
 #include "process/failure.h"
@@ -89,8 +90,9 @@ std::string dataAddress(const PixelRows& rows, const char* kind,
 
 }  // namespace
 
-uint32_t previewFactor(uint32_t width, uint32_t height) {
-    return (std::max(width, height) + kLongestPreview - 1) / kLongestPreview;
+PreviewScale previewScale(uint32_t width, uint32_t height) {
+    const uint32_t longest = std::max(width, evenHeight(height));
+    return {(longest + kLongestPreview - 1) / kLongestPreview, std::max(1u, kShotWidth / longest)};
 }
 
 PixelRows reduced(const PixelRows& rows, uint32_t factor) {
@@ -106,19 +108,16 @@ PixelRows reduced(const PixelRows& rows, uint32_t factor) {
     return small;
 }
 
-Preview previewOf(const PixelRows& rows) {
-    const uint32_t factor = previewFactor(rows.width, rows.height);
-    if (factor > 1) {
-        const PixelRows small = reduced(rows, factor);
-        return {dataAddress(small, "jpeg", writeJpeg), small.width, small.height, 1};
+Preview previewOf(const PixelRows& rows, PreviewScale scale) {
+    if (scale.factor == 1) {
+        return {dataAddress(rows, "png", writePng), rows.width, rows.height, scale.enlarged};
     }
-    const uint32_t longest = std::max(rows.width, rows.height);
-    return {dataAddress(rows, "png", writePng), rows.width, rows.height,
-            std::max(1u, kShotWidth / longest)};
+    const PixelRows small = reduced(rows, scale.factor);
+    return {dataAddress(small, "jpeg", writeJpeg), small.width, small.height, 1};
 }
 
-bool deservesDetail(const PixelRows& rows) {
-    return std::max(rows.width, rows.height) * kDetailEnlarged > kShotWidth;
+bool deservesDetail(PreviewScale scale) {
+    return scale.enlarged < kDetailEnlarged;
 }
 
 Preview detailOf(const PixelRows& rows) {

@@ -18,17 +18,23 @@ struct Preview {
     bool operator==(const Preview&) const = default;
 };
 
-// How many pixels of a side become one, so that no preview has a side of more than 400.
-uint32_t previewFactor(uint32_t width, uint32_t height);
+// How large the pictures of a page are. One of the two is 1.
+struct PreviewScale {
+    uint32_t factor{};    // pixels of a side that become one, for no side of more than 400
+    uint32_t enlarged{};  // pixels of the page for one of them
+};
+
+// The same for a picture and for the one with an even height.
+PreviewScale previewScale(uint32_t width, uint32_t height);
 
 // Blocks of factor x factor pixels as their mean; the last ones of a side may be smaller.
 PixelRows reduced(const PixelRows& rows, uint32_t factor);
 
 // The whole picture: with its very pixels where it needs no reducing.
-Preview previewOf(const PixelRows& rows);
+Preview previewOf(const PixelRows& rows, PreviewScale scale);
 
-// Whether so much of the picture is lost in its preview that its middle should be seen, too.
-bool deservesDetail(const PixelRows& rows);
+// Whether pixels are so small in the preview that its middle should be seen, too.
+bool deservesDetail(PreviewScale scale);
 
 // The very pixels of the middle, enlarged.
 Preview detailOf(const PixelRows& rows);

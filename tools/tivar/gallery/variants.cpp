@@ -89,7 +89,7 @@ Variant masked(int32_t masks, const std::string& digits) {
 VariantChapter wideChapter() {
     VariantChapter chapter{"bits-16-32", "16 and 32 bits", "direct route only", {}};
     chapter.variants = {masked(TIVAR_MASKS_565, "565"), masked(TIVAR_MASKS_555, "555"),
-                        leading(Route::Direct, 32, "32 bits, with alpha")};
+                        leading(Route::Direct, 32, "32 bits")};
     return chapter;
 }
 
