@@ -43,8 +43,7 @@ article h2 { font-size: 1rem; margin: 0 0 .5rem; }
 .store { position: absolute; }
 .shots { display: grid; gap: .5rem; justify-items: start; }
 .shot {
-  display: block; max-width: min(100%, 352px); height: auto; border-radius: 4px; background: var(--line);
-  user-select: none;
+  display: block; max-width: min(100%, 352px); height: auto; outline: 1px solid var(--line); user-select: none;
 }
 .card .shot { cursor: pointer; }
 .pixels { image-rendering: pixelated; }
