@@ -9,7 +9,7 @@ from . import _library, _memory
 from ._source import BLACK_AND_WHITE, Shape, Source, row_bytes
 
 _AS_THEY_ARE = {"L": "GREY", "RGB": "RGB", "RGBA": "RGBA"}
-_WITH_ALPHA = ("LA", "La", "PA", "RGBa")
+_WITH_ALPHA = ("LA", "PA", "RGBa")
 _HIGH_BYTE = {"I;16": 1, "I;16L": 1, "I;16B": 0, "I;16N": 1 if sys.byteorder == "little" else 0}
 _NO_RANGE = ("I", "F")
 _WHITE = (255, 255, 255)
@@ -36,6 +36,8 @@ def source_of(image: Any, shape: Shape, options: _library.Options) -> Source:
         )
     if image.mode == "1" and not _is_transparent(image):
         return _pixels("INDEX1", image.size, image.tobytes(), BLACK_AND_WHITE)
+    if image.mode == "La":
+        image = image.convert("LA")  # the one way that Pillow knows
     if image.mode in _WITH_ALPHA or _is_transparent(image):
         image = image.convert("RGBA")
     elif image.mode not in _AS_THEY_ARE:

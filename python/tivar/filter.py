@@ -311,6 +311,7 @@ def _file_in(block: int) -> bytes:
 def _is_complete(file: bytes) -> bool:
     """The call answers 0 even when memory ran out on the way; the headers tell what there must be.
     An OS/2 header does not say that rows are encoded, which then end where they end."""
+
     def number(at: int) -> int:
         return int.from_bytes(file[at : at + 4], "little")
 
@@ -319,5 +320,5 @@ def _is_complete(file: bytes) -> bool:
     if len(file) == number(2):
         return True
     if number(14) == 12:
-        return number(10) < len(file) < number(2)
+        return len(file) > number(10)
     return number(30) != 0 and len(file) == number(10) + number(34)
