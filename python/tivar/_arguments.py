@@ -33,7 +33,7 @@ def word(name: str, value: Any, words: Mapping[str, int]) -> int:
 
 
 def flag(name: str, value: Any) -> bool:
-    if not isinstance(value, (bool, int)) and type(value).__name__ not in ("bool_", "bool"):
+    if not isinstance(value, int):
         raise TypeError(f"{name}: must be True or False, not {kind_of(value)}")
     return bool(value)
 
@@ -79,8 +79,8 @@ def _is_number(value: Any) -> bool:
 
 
 def color(name: str, value: Any) -> bytes:
-    found = colors(name, [value])
-    return found
+    """Red, green and blue."""
+    return _triple(name, value)
 
 
 def colors(name: str, value: Any) -> bytes:

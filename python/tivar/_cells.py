@@ -10,6 +10,7 @@ from ._picture import source_of
 from ._source import BITS, Source, row_bytes
 
 LARGEST_SIDE = 0xFFFF
+LARGEST_BLOCK = 0xFFFFFFFF
 _NAMES = {code: name for name, code in _library.FORMATS.items()}
 _GREYS = bytes(level for level in range(256) for _ in "rgb")
 
@@ -32,8 +33,10 @@ def cells_of(picture: Any, **shape: Any) -> Cells:
             raise ValueError("picture: the filter interface has no alpha; lay it over a colour")
         if max(record.width, record.height) > LARGEST_SIDE:
             raise ValueError(f"picture: a side is longer than {LARGEST_SIDE}")
-        rows = _rows(record, format)
-        return Cells(BITS[format], record.width, record.height, rows, _table(source, format))
+        if (row_bytes(record.width, format) + 3) // 4 * 4 * record.height > LARGEST_BLOCK:
+            raise ValueError(f"picture: its rows have more than {LARGEST_BLOCK} bytes")
+        table = _table(source, format)
+        return Cells(BITS[format], record.width, record.height, _rows(record, format), table)
 
 
 def _rows(record: _library.Picture, format: str) -> bytearray:

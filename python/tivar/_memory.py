@@ -11,10 +11,10 @@ from ctypes import (
     c_int,
     c_ssize_t,
     c_void_p,
+    memmove,
     py_object,
     pythonapi,
 )
-from typing import Any
 
 
 class _PyBuffer(Structure):
@@ -59,6 +59,5 @@ def bytes_at(address: int, length: int) -> bytes:
     return found
 
 
-def put_bytes(address: int, data: Any, length: int) -> None:
-    """Copies length bytes of a flat buffer to address."""
-    memoryview((c_char * length).from_address(address)).cast("B")[:] = data
+def put_bytes(address: int, data: bytes) -> None:
+    memmove(address, data, len(data))

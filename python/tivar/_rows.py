@@ -35,7 +35,7 @@ def source_of_function(row_at: Callable[[int], Any], guard: Guard, shape: Shape)
     length = row_bytes(shape.size[0], format)
 
     def read_row(_: Any, number: int, address: int) -> int:
-        _memory.put_bytes(address, _flat_row(row_at(number), number, length), length)
+        _memory.put_bytes(address, _bytes_of(row_at(number), number, length))
         return ROW_DONE
 
     source = Source(format, shape.size, shape.colormap)
@@ -50,7 +50,7 @@ def _next_of(iterator: Iterator[Any], number: int, shape: Shape) -> Any:
     raise ValueError(f"picture: it ended after {number} of {shape.size[1]} rows")
 
 
-def _flat_row(row: Any, number: int, length: int) -> memoryview:
+def _bytes_of(row: Any, number: int, length: int) -> bytes:
     try:
         view = memoryview(row)
     except TypeError:
@@ -61,4 +61,4 @@ def _flat_row(row: Any, number: int, length: int) -> memoryview:
         raise TypeError(f"picture: row {number} must be bytes, not of format {view.format!r}")
     if view.nbytes != length:
         raise ValueError(f"picture: row {number} has {view.nbytes} bytes instead of {length}")
-    return view.cast("B") if view.c_contiguous else memoryview(view.tobytes())
+    return view.tobytes()

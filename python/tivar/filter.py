@@ -18,7 +18,7 @@ import os
 from pathlib import Path
 from typing import Any, Optional, Union
 
-from . import _arguments
+from . import _arguments, _memory
 from . import _filter_library as _library
 from ._cells import Cells, cells_of
 from .errors import Error
@@ -63,7 +63,7 @@ class Settings:
         mode: Optional[str] = None,
     ) -> None:
         self._handle = 0
-        name = None if profile is None else os.fsencode(profile)
+        name = None if profile is None else _text("profile", os.fspath(profile))
         section = None if mode is None else _text("mode", mode)
         self._handle = _library.create_setup(0, name, section, None)
         if not self._handle:
@@ -297,7 +297,9 @@ def _code(name: str, value: Any, words: dict[str, int]) -> int:
 def _text(name: str, value: Any) -> bytes:
     if not isinstance(value, str):
         raise TypeError(f"{name}: must be text, not {_arguments.kind_of(value)}")
-    return value.encode("utf-8", "surrogateescape")
+    if not value or "\0" in value:
+        raise ValueError(f"{name}: it is empty or has a null character")
+    return os.fsencode(value)
 
 
 def _file_in(block: int) -> bytes:
@@ -305,7 +307,7 @@ def _file_in(block: int) -> bytes:
     address = _library.lock(block)
     if not address:
         return b""
-    return ctypes.string_at(address, _library.size_of(block)).rstrip(b"\0")[:-1]
+    return _memory.bytes_at(address, _library.size_of(block)).rstrip(b"\0")[:-1]
 
 
 def _is_complete(file: bytes) -> bool:

@@ -96,6 +96,11 @@ def test_a_profile_must_be_there_and_have_the_mode(profile, tmp_path):
         Settings(profile, "Card")
     with pytest.raises(ValueError, match="^mode: without a profile there is none"):
         Settings(mode="Poster")
+    for name in ("", "my.ini\0"):
+        with pytest.raises(ValueError, match="^profile: it is empty or has a null character"):
+            Settings(name)
+    with pytest.raises(TypeError, match="^mode: must be text, not int"):
+        Settings(profile, 3)
 
 
 def test_no_profile_lies_around(clouds, tmp_path, monkeypatch):
@@ -160,6 +165,16 @@ def test_wrong_arguments_are_named_in_one_line(call, error, text):
         call(settings)
     assert str(caught.value).startswith(text)
     assert "\n" not in str(caught.value)
+
+
+def test_rows_that_no_block_holds_are_refused(array, monkeypatch):
+    from tivar import _cells
+
+    monkeypatch.setattr(_cells, "LARGEST_BLOCK", 184 * HEIGHT - 1)  # 61 x 3 and a byte of padding
+    with Settings() as settings:
+        with pytest.raises(ValueError, match="^picture: its rows have more than"):
+            settings.export(array)
+        settings.export(array[1:])
 
 
 def test_closed_settings_say_so(clouds):
