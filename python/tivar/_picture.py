@@ -51,3 +51,5 @@ def _view_of(picture: Any) -> Optional[memoryview]:
         return memoryview(picture)
     except TypeError:
         return None
+    except (ValueError, BufferError) as error:
+        raise ValueError(f"picture: {error}") from None

@@ -84,7 +84,10 @@ class Settings:
         elif not record.profilePath:
             raise FileNotFoundError(f"profile: {os.fspath(profile)!r} cannot be read as a profile")
         elif not record.driverName:
-            raise ValueError(f"mode: {os.fspath(profile)!r} has no mode {mode!r}, with a key Driver")
+            wanted = "a mode" if mode is None else f"the mode {mode!r}"
+            raise ValueError(
+                f"mode: {os.fspath(profile)!r} does not have {wanted}, a section with the key Driver"
+            )
 
     # ---- Life ----
 

@@ -92,8 +92,10 @@ def test_a_profile(clouds, profile):
 def test_a_profile_must_be_there_and_have_the_mode(profile, tmp_path):
     with pytest.raises(FileNotFoundError, match="^profile: .*none.ini' cannot be read"):
         Settings(tmp_path / "none.ini")
-    with pytest.raises(ValueError, match="^mode: .*my.ini' has no mode 'Card', with a key Driver"):
+    with pytest.raises(ValueError, match="^mode: .*my.ini' does not have the mode 'Card', a section"):
         Settings(profile, "Card")
+    with pytest.raises(ValueError, match="^mode: .*my.ini' does not have a mode, a section"):
+        Settings(profile)
     with pytest.raises(ValueError, match="^mode: without a profile there is none"):
         Settings(mode="Poster")
     for name in ("", "my.ini\0"):

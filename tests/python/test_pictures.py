@@ -232,6 +232,7 @@ def test_indices_in_arrays(indexed):
     [
         ((2, 2), "uint16", {}, TypeError, "picture: its items must be bytes or booleans, not of"),
         ((2, 2), "float64", {}, TypeError, "picture: its items must be bytes or booleans, not of"),
+        ((2, 2), "datetime64[s]", {}, ValueError, "picture: cannot include dtype"),
         ((2, 2, 5), "uint8", {}, ValueError, "picture: 5 channels are none of 1, 2, 3 and 4"),
         ((2, 2, 2, 3), "uint8", {}, ValueError, "picture: 4 dimensions are neither 2 nor 3"),
         ((0, 2, 3), "uint8", {}, ValueError, "picture: it has no pixels"),
