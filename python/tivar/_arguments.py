@@ -78,11 +78,6 @@ def _is_number(value: Any) -> bool:
     return hasattr(value, "__float__") and not hasattr(value, "__len__")
 
 
-def color(name: str, value: Any) -> bytes:
-    """Red, green and blue."""
-    return _triple(name, value)
-
-
 def colors(name: str, value: Any) -> bytes:
     """Bytes of red, green, blue: from such bytes, or from triples."""
     if isinstance(value, (bytes, bytearray)):
@@ -92,10 +87,11 @@ def colors(name: str, value: Any) -> bytes:
         return found
     if isinstance(value, str) or not isinstance(value, Iterable):
         raise TypeError(f"{name}: must be colours (red, green, blue), not {kind_of(value)}")
-    return b"".join(_triple(name, entry) for entry in value)
+    return b"".join(color(name, entry) for entry in value)
 
 
-def _triple(name: str, entry: Any) -> bytes:
+def color(name: str, entry: Any) -> bytes:
+    """Red, green and blue."""
     try:
         red, green, blue = entry
     except (TypeError, ValueError):
