@@ -20,7 +20,8 @@ def exported(program, tmp_path):
     def export(image, *options):
         image.save(tmp_path / "measure.png")
         subprocess.run(
-            [program, "export", "measure.png", "-o", "measure.bmp", *map(str, options)],
+            [program, "export", "measure.png", "-o", "measure.bmp", "--route", "filter"]
+            + [str(option) for option in options],
             cwd=tmp_path,
             check=True,
         )
