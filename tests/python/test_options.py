@@ -6,7 +6,7 @@ import struct
 import numpy
 import pytest
 import tivar
-from conftest import HEIGHT, WIDTH, seen
+from conftest import HEIGHT, seen
 
 
 def number(data, at):
