@@ -41,6 +41,10 @@ struct Typed {
     std::string dither;
     bool rgb565 = false;
     bool rgb555 = false;
+    std::string fit;
+    std::string pad;
+    std::string scale;
+    int rotate = 0;
     bool os2 = false;
     bool version = false;
 };
@@ -75,10 +79,10 @@ PixelSize parseSize(std::string_view text, int resolution) {
               "write it as 640x480 or 6.67x5in");
 }
 
-Color parseColor(const std::string& text) {
+Color parseColor(const std::string& option, const std::string& text) {
     const std::optional<Color> color = colorNamed(text);
     if (color) return *color;
-    failUsage("--background " + text + " is no colour",
+    failUsage(option + " " + text + " is no colour",
               "write it as RRGGBB, such as FFFFFF, as RGB, or as a name, such as white");
 }
 
@@ -136,6 +140,32 @@ void addColorOptions(CLI::App& app, Typed& typed) {
     CLI::Option* rgb565 =
         app.add_flag("--rgb565", typed.rgb565, "16 bits: 5 of red, 6 of green, 5 of blue");
     app.add_flag("--rgb555", typed.rgb555, "16 bits: 5 of each, one left over")->excludes(rgb565);
+}
+
+void addShapeOptions(CLI::App& app, Typed& typed) {
+    CLI::Option* size = app.get_option("--size");
+    app.add_option("--fit", typed.fit,
+                   "How the picture meets its --size. contain: whole, in proportion, with borders. "
+                   "cover: in proportion, its edges cut. stretch: out of proportion (else contain "
+                   "on the direct route, which scales smoothly; on the others as their interface "
+                   "does it: stretched, by dropping and repeating pixels)")
+        ->check(oneOf({"contain", "cover", "stretch"}))
+        ->needs(size)
+        ->type_name("contain|cover|stretch");
+    app.add_option("--pad", typed.pad, "Colour of the borders (else that of --background)")
+        ->needs(size)
+        ->type_name("COLOUR");
+    app.add_option("--scale", typed.scale,
+                   "smooth: light is mixed, for photographs. pixel: colours stay as they are, for "
+                   "pixel art (else smooth, but for pictures of at most 64 colours that grow by a "
+                   "whole number)")
+        ->check(oneOf({"smooth", "pixel"}))
+        ->needs(size)
+        ->type_name("smooth|pixel");
+    app.add_option("--rotate", typed.rotate,
+                   "Turn pictures clockwise, once they are upright as their EXIF data say")
+        ->check(oneOf({"90", "180", "270"}))
+        ->type_name("90|180|270");
 }
 
 void addSizeOptions(CLI::App& app, Options& options, Typed& typed) {
@@ -268,6 +298,21 @@ void applyColors(const Typed& typed, ColorRequest& colors) {
     if (!typed.palette.empty()) colors.palette = readPalette(typed.palette);
 }
 
+void applyShape(const Typed& typed, ExportRequest& request) {
+    ShapeRequest& shape = request.shape;
+    if (typed.fit == "contain") shape.fit = Fit::Contain;
+    if (typed.fit == "cover") shape.fit = Fit::Cover;
+    if (typed.fit == "stretch") shape.fit = Fit::Stretch;
+    if (typed.scale == "smooth") shape.scaling = Scaling::Smooth;
+    if (typed.scale == "pixel") shape.scaling = Scaling::Pixels;
+    if (!typed.pad.empty()) shape.pad = parseColor("--pad", typed.pad);
+    if (shape.pad && shape.fit && shape.fit != Fit::Contain) {
+        failUsage("--fit " + typed.fit + " leaves no borders for --pad",
+                  "leave out one of the two, or choose --fit contain");
+    }
+    request.reading.quarters = typed.rotate / 90;
+}
+
 void applyTyped(const Typed& typed, ExportRequest& request) {
     if (typed.bits != 0) request.bits = static_cast<uint16_t>(typed.bits);
     if (typed.os2) request.flavour = Flavour::Os2;
@@ -278,13 +323,15 @@ void applyTyped(const Typed& typed, ExportRequest& request) {
     if (typed.resolution != 0 && !typed.size.ends_with("in")) {
         failUsage("--resolution needs a --size in inches", kSeeExportHelp);
     }
-    if (!typed.background.empty()) request.background = parseColor(typed.background);
+    if (!typed.background.empty())
+        request.background = parseColor("--background", typed.background);
     if (typed.via == "memory") request.via = Via::Memory;
     if (typed.via == "document") request.via = Via::Document;
     if (typed.cellArrays == "single") request.cellArrays = CellArrays::Single;
     if (!typed.cellArrays.empty() && typed.route != "driver") {
         failUsage("--cell-arrays needs --route driver", kSeeExportHelp);
     }
+    applyShape(typed, request);
     chooseRoute(typed, request);
     applyColors(typed, request.colors);
 }
@@ -308,6 +355,7 @@ void describe(CommandLine& line, Options& options, Typed& typed) {
     addFormatOptions(*line.exporting, options, typed);
     addColorOptions(*line.exporting, typed);
     addSizeOptions(*line.exporting, options, typed);
+    addShapeOptions(*line.exporting, typed);
     addLibrary(*line.exporting, options.library);
     line.gallery = line.app.add_subcommand(
         "gallery", "Export a picture in every form, with a page that shows them");

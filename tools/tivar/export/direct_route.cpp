@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "export/picture.h"
-#include "export/scaling.h"
+#include "export/wanted_shape.h"
 #include "process/failure.h"
 #include "process/interrupt.h"
 
@@ -64,20 +64,8 @@ int32_t formatOf(PixelFormat format) {
     }
 }
 
-bool hasAlpha(const Image& image) {
-    return image.format == PixelFormat::GreyAlpha || image.format == PixelFormat::Rgba ||
-           !image.alphas.empty();
-}
-
-// Files have an alpha of their own at 32 bits, unless a background is asked for.
-bool keepsAlpha(const ExportRequest& request, const Image& image) {
-    return request.bits == 32 && !request.background && hasAlpha(image);
-}
-
 Image withAlpha(const Image& image) {
-    ReadRequest any;
-    any.limitPixels = UINT64_MAX;
-    Image colors = newImage(any, PixelFormat::Rgba, image.width, image.height);
+    Image colors = newImage(PixelFormat::Rgba, {image.width, image.height});
     for (size_t y = 0; y < image.height; ++y) {
         convertRow(image, rowAt(image, y), PixelFormat::Rgba, rowAt(colors, y));
     }
@@ -106,46 +94,20 @@ struct View {
     TivarPicture picture{};
 };
 
-View viewOf(const Image& image, PixelSize size, const uint8_t* rows, size_t stride) {
+View viewOf(const Image& image) {
     View view;
     view.palette = packed(image.palette);
     TivarPicture& picture = view.picture;
     picture.size = sizeof picture;
     picture.format = formatOf(image.format);
-    picture.width = size.width;
-    picture.height = size.height;
-    picture.pixels = rows + stride * (size.height - 1);
-    picture.stride = -static_cast<ptrdiff_t>(stride);
+    picture.width = image.width;
+    picture.height = image.height;
+    picture.pixels = rowAt(image, 0);
+    picture.stride = -static_cast<ptrdiff_t>(image.stride);
     if (!isIndexed(image.format)) return view;
     picture.palette = view.palette.data();
     picture.palette_count = static_cast<uint32_t>(image.palette.size());
     return view;
-}
-
-View viewOf(const Image& image) {
-    return viewOf(image, {image.width, image.height}, image.pixels.get(), image.stride);
-}
-
-View viewOf(const Picture& picture) {
-    return viewOf(picture.source, {picture.width, picture.height}, picture.rows, picture.stride);
-}
-
-bool changesSize(const ExportRequest& request, const Image& image) {
-    return request.size &&
-           (request.size->width != image.width || request.size->height != image.height);
-}
-
-// The picture at the wanted size, by the library's scaler.
-Picture scaled(const Library& library, const ExportRequest& request, Image image) {
-    if (image.format == PixelFormat::Rgba) {
-        failUsage("--size does not keep transparent pixels",
-                  "give them a colour with --background, or leave out --size");
-    }
-    const PixelSize size = *request.size;
-    Picture picture = pictureOf(library, std::move(image), Color{});
-    refuseTallShrinking(picture, size);
-    scaleTo(library, picture, size);
-    return picture;
 }
 
 [[noreturn]] void failDirectly(const TivarReport& report, const Bytes& taken,
@@ -264,16 +226,11 @@ FileStart deliverDirectly(const Library& library, const ExportRequest& request, 
                           const Output& output, Progress& progress) {
     Bytes taken;
     if (!output.part.empty()) taken.file = output.file.number;
-    Image source = prepared(std::move(image), request);
+    const Image source = prepared(std::move(image), request);
     TivarOptions options = directOptions(request, source);
     const std::vector<uint8_t> palette = packed(request.colors.palette);
     setColors(options, request.colors, palette);
-    if (changesSize(request, source)) {
-        const Picture picture = scaled(library, request, std::move(source));
-        run(library, viewOf(picture), options, output, progress, taken);
-    } else {
-        run(library, viewOf(source), options, output, progress, taken);
-    }
+    run(library, viewOf(source), options, output, progress, taken);
     if (taken.file >= 0) return startOf(taken.file);
     const int error = writeAll(output.file.number, taken.memory.data(), taken.memory.size());
     if (error != 0) failErrno(output.name, error);

@@ -48,11 +48,17 @@ std::string readableKinds() {
     return names;
 }
 
-Image readPicture(const std::string& name, const ReadRequest& request) {
+Image readStored(const std::string& name, const ReadRequest& request) {
     const OpenFile file = openInput(name);
     Image image = readAny(file.get(), request);
     convertToSrgb(image, request);
-    if (request.orient) makeUpright(image, request);
+    image.orientation = turnedFurther(request.orient ? image.orientation : 1, request.quarters);
+    return image;
+}
+
+Image readPicture(const std::string& name, const ReadRequest& request) {
+    Image image = readStored(name, request);
+    makeUpright(image);
     return image;
 }
 

@@ -12,6 +12,9 @@ namespace tool {
 // "BMP, PNG, ..."
 std::string readableKinds();
 
+// The picture in sRGB as it is stored, with the orientation that makes it upright.
+Image readStored(const std::string& name, const ReadRequest& request);
+
 // The picture, upright and in sRGB, told apart by its first bytes; name "-" is standard input.
 Image readPicture(const std::string& name, const ReadRequest& request);
 

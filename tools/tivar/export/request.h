@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "picture/image.h"
+#include "shape/reshape.h"
 
 namespace tool {
 
@@ -26,6 +27,13 @@ struct ColorRequest {
     std::optional<int32_t> masks;  // enum TivarMasks
 };
 
+// How a size is met; what is not asked for is the route's choice.
+struct ShapeRequest {
+    std::optional<Fit> fit;
+    std::optional<Color> pad;
+    std::optional<Scaling> scaling;
+};
+
 // Of one export; what is not asked for follows the profile or the picture.
 struct ExportRequest {
     std::optional<uint16_t> bits;
@@ -33,6 +41,7 @@ struct ExportRequest {
     std::optional<Compression> compression;
     bool force = false;  // files that no reader can know
     std::optional<PixelSize> size;
+    ShapeRequest shape;
     std::string profile;
     std::string mode;
     Via via = Via::File;

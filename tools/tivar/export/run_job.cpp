@@ -17,6 +17,7 @@
 #include "export/filter_route.h"
 #include "export/picture.h"
 #include "export/read_picture.h"
+#include "export/wanted_shape.h"
 #include "process/failure.h"
 #include "process/library_voice.h"
 #include "process/lower_case.h"
@@ -119,10 +120,10 @@ struct Errand {
 
 Image readInput(Errand& errand) {
     showStep(errand.progress, "reading");
-    Image image = readPicture(errand.job.input, errand.request.reading);
+    Image image = readStored(errand.job.input, readingFor(errand.request));
     errand.notices = std::move(image.notices);
     refuseOwnInput(errand.job.input, errand.job.target, "name another file with -o");
-    return image;
+    return inWantedShape(std::move(image), errand.request);
 }
 
 Exported finish(const Errand& errand, Output& output, const FileStart& start) {
