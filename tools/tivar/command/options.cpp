@@ -11,6 +11,7 @@
 
 #include "command/bmp_options.h"
 #include "command/help_text.h"
+#include "command/many_options.h"
 #include "command/settings_options.h"
 #include "command/usage_error.h"
 #include "export/read_palette.h"
@@ -201,7 +202,6 @@ void addQuiet(CLI::App& app, bool& quiet) {
 void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("INPUT", options.jobs.inputs,
                    "Pictures (" + readableKinds() + "); - is standard input")
-        ->required()
         ->check(notEmpty())
         ->type_name("");
     app.add_option("-o,--output", options.jobs.out,
@@ -209,6 +209,7 @@ void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
                    "input, with suffix .bmp)")
         ->check(notEmpty())
         ->type_name("OUT");
+    addManyOptions(app, options.jobs);
     app.add_option("--via", typed.via, "How the library delivers the file (else file)")
         ->check(oneOf({"file", "memory", "document"}))
         ->type_name("file|memory|document");

@@ -19,6 +19,10 @@ enum class Route { Filter, Driver, Direct };
 enum class Compression { None, Native, Portable };
 enum class CellArrays { Banded, Single };
 
+// What becomes of a file that is there already. KeepNewer replaces one that is older than the
+// input.
+enum class Existing { Refuse, Replace, KeepNewer };
+
 // Colours of the file, on the direct route only; what is 0 or empty is the library's choice.
 struct ColorRequest {
     std::vector<Color> palette;
@@ -57,7 +61,13 @@ struct ExportRequest {
 struct JobsRequest {
     ExportRequest each;
     std::vector<std::string> inputs;
-    std::string out;  // a file or a directory; "" = beside each input
+    std::string filesFrom;     // a list of more inputs, "-" = standard input; "" = none
+    bool endsWithNul = false;  // each name of the list
+    bool recursive = false;    // directories stand for the pictures in them
+    std::string out;           // a file or a directory; "" = beside each input
+    std::string base;          // inputs below it keep their folders in out; "" = they do not
+    std::optional<Existing> existing;  // else a name that the user chose replaces
+    std::string report;                // a file for a line about each input; "" = none
     unsigned atOnce = 1;
 };
 

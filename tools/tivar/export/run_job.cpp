@@ -118,6 +118,19 @@ struct Errand {
     Clock::time_point begin{};
 };
 
+void makeFolders(const std::string& target) {
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::path(target).parent_path();
+    if (!folder.empty()) std::filesystem::create_directories(folder, error);
+    if (error) failErrno(folder.string(), error.value());
+}
+
+Output openOutput(const Errand& errand) {
+    const Job& job = errand.job;
+    if (job.makesFolders) makeFolders(job.target);
+    return {job.target, errand.voice.standardOutput, job.existing != Existing::Refuse};
+}
+
 Image readInput(Errand& errand) {
     showStep(errand.progress, "reading");
     Image image = readStored(errand.job.input, readingFor(errand.request));
@@ -134,14 +147,14 @@ Exported finish(const Errand& errand, Output& output, const FileStart& start) {
         showNotice(errand.progress, notice.what, notice.remedy);
     }
     tellMisnamed(errand.progress, errand.job.target);
-    return {start.length, spent.count()};
+    return {start.length, spent.count(), sizeInFile(start), headersIn(start.bytes).bits};
 }
 
 Exported runDirectly(Errand& errand) {
     Image image = readInput(errand);
     errand.begin = Clock::now();
     showStep(errand.progress, "exporting");
-    Output output(errand.job.target, errand.voice.standardOutput);
+    Output output = openOutput(errand);
     const FileStart start =
         deliverDirectly(errand.library, errand.request, std::move(image), output, errand.progress);
     return finish(errand, output, start);
@@ -158,7 +171,7 @@ Exported runBySettings(Errand& errand) {
     errand.begin = Clock::now();
     ExportPlan plan = planExport(settings, request, picture);
     showStep(errand.progress, "exporting");
-    Output output(errand.job.target, errand.voice.standardOutput);
+    Output output = openOutput(errand);
     const Workshop shop{request, errand.voice, settings, picture, output, errand.progress};
     Delivery delivery =
         request.route == Route::Driver ? deliverByDriver(shop, plan) : deliverByFilter(shop, plan);
