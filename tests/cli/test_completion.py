@@ -26,6 +26,7 @@ printf '%s\\n' "${COMPREPLY[@]}"
         ("export --size 9x9 --pad b", ["black", "blue"]),
         ("export --palette = e", ["epaper6", "epaper7"]),
         ("export --palette o", ["old.bmp"]),
+        ("export --like = ", ["old.bmp", "pictures"]),
         ("gallery --background b", ["black", "blue"]),
         ("export --compress = p", ["portable"]),
         ("export --profile = m", ["my.ini"]),
@@ -40,7 +41,7 @@ printf '%s\\n' "${COMPREPLY[@]}"
         ("export --skip", ["--skip-existing"]),
         ("help dec", ["decode"]),
         ("inspect --", ["--brief", "--help", "--json"]),
-        ("export --li", ["--library", "--limit-pixels"]),
+        ("export --li", ["--library", "--like", "--limit-pixels"]),
         ("settings set header = ", ["os2", "windows"]),
     ],
 )

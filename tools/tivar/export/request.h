@@ -38,6 +38,18 @@ struct ShapeRequest {
     std::optional<Scaling> scaling;
 };
 
+// The form of another BMP file, on the direct route only; follow() fills it.
+struct FormRequest {
+    // That file's bytes before its pixels, with room for other sizes; none = the library's headers.
+    std::vector<uint8_t> head;
+    int32_t header = 0;  // enum TivarHeader
+    bool topDown = false;
+    int32_t xPerMeter = 0;
+    int32_t yPerMeter = 0;
+    std::optional<bool> alpha;  // whether the file has one; else as depth and picture have it
+    std::vector<Notice> notices;
+};
+
 // Of one export; what is not asked for follows the profile or the picture.
 struct ExportRequest {
     std::optional<uint16_t> bits;
@@ -54,6 +66,7 @@ struct ExportRequest {
     std::optional<Color> background;             // white, but for files that have alpha themselves
     ReadRequest reading;
     ColorRequest colors;
+    FormRequest like;
     bool quiet = false;
 };
 

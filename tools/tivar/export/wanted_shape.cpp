@@ -29,7 +29,8 @@ Shape shapeOf(const ExportRequest& request) {
 }  // namespace
 
 bool keepsAlpha(const ExportRequest& request, const Image& image) {
-    return request.bits == 32 && !request.background && hasAlpha(image);
+    const bool room = request.like.alpha.value_or(request.bits == 32);
+    return room && !request.background && hasAlpha(image);
 }
 
 ReadRequest readingFor(const ExportRequest& request) {
