@@ -46,5 +46,18 @@ WebP, HEIF and PNM pictures and writes BMP files of 1, 4, 8 or 24 bits
 per pixel, raw or run-length encoded, through the library. It also
 inspects and decodes BMP files.")
 
+# The library is loaded by name. Python compiles the files where they are installed.
+set(CPACK_DEBIAN_PYTHON3-TIVAR_PACKAGE_NAME python3-tivar)
+set(CPACK_DEBIAN_PYTHON3-TIVAR_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON3-TIVAR_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON3-TIVAR_PACKAGE_DEPENDS "libtivar2 (= ${PROJECT_VERSION}), python3:any (>= 3.9)")
+set(CPACK_DEBIAN_PYTHON3-TIVAR_PACKAGE_SUGGESTS "python3-pil, python3-numpy")
+set(CPACK_DEBIAN_PYTHON3-TIVAR_PACKAGE_CONTROL_EXTRA
+  "${PROJECT_SOURCE_DIR}/packaging/python3-tivar/postinst;${PROJECT_SOURCE_DIR}/packaging/python3-tivar/prerm")
+set(CPACK_DEBIAN_PYTHON3-TIVAR_DESCRIPTION "BMP files from Python
+Writes pictures of Pillow, numpy arrays, bytes and rows as BMP files of
+1 to 32 bits per pixel through the library libtivar, with several
+threads at the same time.")
+
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 include(CPack)
