@@ -133,7 +133,9 @@ Output openOutput(const Errand& errand) {
 
 Image readInput(Errand& errand) {
     showStep(errand.progress, "reading");
-    Image image = readStored(errand.job.input, readingFor(errand.request));
+    Image image = errand.job.image == nullptr
+                      ? readStored(errand.job.input, readingFor(errand.request))
+                      : copyOf(*errand.job.image);
     errand.notices = std::move(image.notices);
     const std::vector<Notice>& like = errand.request.like.notices;
     errand.notices.insert(errand.notices.end(), like.begin(), like.end());

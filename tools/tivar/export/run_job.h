@@ -15,7 +15,8 @@ struct Job {
     std::string input;   // "-" = standard input
     std::string target;  // "-" = standard output
     Existing existing = Existing::Replace;
-    bool makesFolders = false;  // that the target lies in
+    bool makesFolders = false;     // that the target lies in
+    const Image* image = nullptr;  // what is in the input, where it has been read already
 };
 
 struct Exported {

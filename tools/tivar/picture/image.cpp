@@ -139,6 +139,19 @@ Image newImage(PixelFormat format, PixelSize size) {
     return newImage(any, format, size.width, size.height);
 }
 
+Image copyOf(const Image& image) {
+    Image copy = newImage(image.format, {image.width, image.height});
+    std::copy_n(image.pixels.get(), image.stride * image.height, copy.pixels.get());
+    copy.palette = image.palette;
+    copy.alphas = image.alphas;
+    copy.profile = image.profile;
+    copy.orientation = image.orientation;
+    copy.whole = image.whole;
+    copy.eighths = image.eighths;
+    copy.notices = image.notices;
+    return copy;
+}
+
 std::vector<Color> greys(unsigned count) {
     std::vector<Color> table;
     for (unsigned i = 0; i < count; ++i) {

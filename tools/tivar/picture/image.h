@@ -87,6 +87,8 @@ Image newImage(const ReadRequest& request, PixelFormat format, uint64_t width, u
 // The same without limits, for what is made of pictures that kept to them.
 Image newImage(PixelFormat format, PixelSize size);
 
+Image copyOf(const Image& image);
+
 // Row y, counted from the top.
 inline uint8_t* rowAt(const Image& image, size_t y) {
     return image.pixels.get() + image.stride * (image.height - 1 - y);
