@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Runs an example and judges what it writes: check_example.py PROGRAM DIRECTORY [LIBRARY]
 
-The program's name says which example it is. LIBRARY is for those that load it at run time."""
+The program's name says which example it is. LIBRARY is for those that load it at run time. Programs for
+another processor run under the command that TIVAR_EMULATOR has."""
 
 import os
 import shutil
@@ -54,11 +55,12 @@ def check_header(name, header_bytes, bits):
 class Example:
     def __init__(self, program, library):
         self.program = program
+        self.command = [*os.environ.get("TIVAR_EMULATOR", "").split(), program]
         self.library = [library] if library else []
 
     def run(self, *arguments, code=0):
         """What the program says, on standard output and standard error."""
-        done = subprocess.run([self.program, *arguments], capture_output=True, text=True, timeout=60)
+        done = subprocess.run([*self.command, *arguments], capture_output=True, text=True, timeout=60)
         expect(f"exit code of {self.program} {arguments}: {done.stderr}", done.returncode, code)
         return done.stdout, done.stderr
 
@@ -181,7 +183,7 @@ def check_write_memory(example):
 
 
 def check_write_rows(example):
-    done = subprocess.run([example.program], capture_output=True, check=True, timeout=60)
+    done = subprocess.run(example.command, capture_output=True, check=True, timeout=60)
     Path("rings.bmp").write_bytes(done.stdout)
     check_header("rings.bmp", 40, 1)
     expect("length", len(done.stdout), 54 + 8 + 252 * 2000)

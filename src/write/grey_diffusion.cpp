@@ -49,7 +49,7 @@ constexpr int swayOf(int tone) {
     return tone == 0 ? 0 : std::max(kMostSway - 3 * tone, kLeastSway);
 }
 
-GreyStep stepOf(int level, const GreyPlace& place) {
+LevelStep stepOf(int level, const GreyPlace& place) {
     const int tone = std::min<int>(place.part, 255 - place.part);
     const ToneShares* to = kToneShares + 1;
     while (to->tone < tone) ++to;
@@ -107,8 +107,8 @@ int16_t* errorsOf(GreyDiffusion& diffusion) {
 }
 
 // A pixel at the end of a row keeps for the one below what would leave the row.
-GreyStep stepAt(const GreyDiffusion& diffusion, uint8_t grey, ptrdiff_t i) {
-    GreyStep step = diffusion.steps[grey];
+LevelStep stepAt(const GreyDiffusion& diffusion, uint8_t grey, ptrdiff_t i) {
+    LevelStep step = diffusion.steps[grey];
     if (i == 0) step.toBehind = 0;
     if (i == static_cast<ptrdiff_t>(diffusion.width) - 1) step.toNext = 0;
     return step;
@@ -163,10 +163,10 @@ struct GreyFlight {
         const uint8_t* grey = greys + course.placeOf(span.from);
         for (ptrdiff_t i = span.from; i < span.to; ++i, grey += along)
             std::memcpy(&tile.pixels[i + span.origin][row], &diffusion.steps[*grey],
-                        sizeof(GreyStep));
+                        sizeof(LevelStep));
         for (const ptrdiff_t end : {ptrdiff_t{0}, course.width - 1}) {
             if (end < span.from || end >= span.to) continue;
-            const GreyStep step = stepAt(diffusion, greys[course.placeOf(end)], end);
+            const LevelStep step = stepAt(diffusion, greys[course.placeOf(end)], end);
             std::memcpy(&tile.pixels[end + span.origin][row], &step, sizeof step);
         }
     }
@@ -242,7 +242,7 @@ void diffuseGreyRow(GreyDiffusion& diffusion, uint32_t y, bool backward, const u
     int below = 0;
     for (ptrdiff_t i = 0; i < course.width; ++i) {
         const auto x = static_cast<size_t>(course.placeOf(i));
-        const GreyStep step = stepAt(diffusion, greys[x], i);
+        const LevelStep step = stepAt(diffusion, greys[x], i);
         const int level =
             std::clamp<int>(step.level + errors[x] + next, diffusion.lowest, diffusion.highest);
         const int sway = step.sway * swingOf(thresholds[x % kMaskSide]) >> 16;

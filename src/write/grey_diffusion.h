@@ -9,7 +9,7 @@
 namespace tivar {
 
 // What a grey level does with its error, and how it is chosen for.
-struct GreyStep {
+struct LevelStep {
     int16_t level;     // in 16ths
     int16_t sway;      // how far thresholds move the choice, in 64ths of a level
     int16_t toNext;    // share of the next pixel, in 32768ths
@@ -21,7 +21,7 @@ constexpr int kHighestChoice = 511;
 
 struct GreyDiffusion {
     uint32_t width;
-    GreyStep steps[256];
+    LevelStep steps[256];
     int16_t lowest;  // levels are held between these, in 16ths
     int16_t highest;
     bool ofTwo;

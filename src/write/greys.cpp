@@ -68,7 +68,7 @@ void greysOf(const uint8_t* rgb, uint32_t width, uint8_t* greys) {
 #ifdef TIVAR_SSE2
     for (; x + 16 <= width; x += 16) sixteenGreys(rgb + size_t{x} * 3, greys + x);
 #endif
-    for (; x < width; ++x) greys[x] = greyOf(rgb + size_t{x} * 3);
+    for (; x < width; ++x) greys[x] = lumaOf(rgb + size_t{x} * 3);
 }
 
 bool isGreyTable(const ColorTable& table) {

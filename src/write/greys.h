@@ -9,7 +9,7 @@
 namespace tivar {
 
 // How light a colour is: the luma of ITU-R BT.601 in 65536ths, rounded. Greys are themselves.
-inline uint8_t greyOf(const uint8_t* color) {
+inline uint8_t lumaOf(const uint8_t* color) {
     return static_cast<uint8_t>(
         (color[0] * 19595u + color[1] * 38470u + color[2] * 7471u + 32768u) >> 16);
 }

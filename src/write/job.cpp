@@ -249,8 +249,10 @@ void settle(Job& job) {
     job.encoded = options.encoding != TIVAR_ENCODING_RAW && canEncode;
 }
 
-constexpr size_t kFirstPictureBytes = sizeof(TivarPicture);
-constexpr size_t kFirstOptionsBytes = sizeof(TivarOptions);
+// Up to the last fields that the first release had, whatever comes behind them.
+constexpr size_t kFirstPictureBytes = offsetof(TivarPicture, flags) + sizeof(TivarPicture::flags);
+constexpr size_t kFirstOptionsBytes =
+    offsetof(TivarOptions, context) + sizeof(TivarOptions::context);
 
 }  // namespace
 

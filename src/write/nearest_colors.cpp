@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cstring>
 
 #include "base/hash_factor.h"
@@ -47,13 +46,14 @@ uint32_t regionOf(const uint8_t* rgb) {
                                  rgb[2] >> kRegionBits);
 }
 
-// Threads may make a word at the same time; they make the same one.
-inline uint32_t load(uint32_t& word) {
-    return std::atomic_ref<uint32_t>(word).load(std::memory_order_relaxed);
+// Threads may make a word at the same time; they make the same one. Not every C++ library has atomic
+// references, all compilers have what they are made of.
+inline uint32_t load(const uint32_t& word) {
+    return __atomic_load_n(&word, __ATOMIC_RELAXED);
 }
 
 inline void store(uint32_t& word, uint32_t value) {
-    std::atomic_ref<uint32_t>(word).store(value, std::memory_order_relaxed);
+    __atomic_store_n(&word, value, __ATOMIC_RELAXED);
 }
 
 int distanceTo(const int16_t* entry, const uint8_t* rgb) {
@@ -141,12 +141,13 @@ void makeRegion(const NearestColors& colors, NearestColors::Region& region, cons
 // The region's list; null while another thread makes it.
 const NearestColors::Region* regionFor(const NearestColors& colors, const uint8_t* rgb) {
     NearestColors::Region& region = colors.regions[regionOf(rgb)];
-    const std::atomic_ref<uint32_t> state(region.state);
-    uint32_t found = state.load(std::memory_order_acquire);
+    uint32_t found = __atomic_load_n(&region.state, __ATOMIC_ACQUIRE);
     if (found == kReady) return &region;
-    if (found == kBusy || !state.compare_exchange_strong(found, kBusy)) return nullptr;
+    if (found == kBusy || !__atomic_compare_exchange_n(&region.state, &found, kBusy, false,
+                                                       __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST))
+        return nullptr;
     makeRegion(colors, region, rgb);
-    state.store(kReady, std::memory_order_release);
+    __atomic_store_n(&region.state, kReady, __ATOMIC_RELEASE);
     return &region;
 }
 

@@ -114,8 +114,8 @@ void sortByLight(Ordered& ordered) {
     const ColorTable& table = ordered.table;
     for (uint32_t i = 0; i < table.count; ++i) ordered.byLight[i] = static_cast<uint8_t>(i);
     std::sort(ordered.byLight, ordered.byLight + table.count, [&table](uint8_t a, uint8_t b) {
-        const uint8_t lightOfA = greyOf(table.entries[a]);
-        const uint8_t lightOfB = greyOf(table.entries[b]);
+        const uint8_t lightOfA = lumaOf(table.entries[a]);
+        const uint8_t lightOfB = lumaOf(table.entries[b]);
         return lightOfA != lightOfB ? lightOfA < lightOfB : a < b;
     });
     for (uint32_t rank = 0; rank < table.count; ++rank)

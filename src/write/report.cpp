@@ -1,6 +1,7 @@
 #include "write/report.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 
@@ -10,7 +11,7 @@
 namespace tivar {
 namespace {
 
-constexpr size_t kFirstReportBytes = sizeof(TivarReport);
+constexpr size_t kFirstReportBytes = offsetof(TivarReport, bytes) + sizeof(TivarReport::bytes);
 
 }  // namespace
 

@@ -1,6 +1,7 @@
 // The calls of the direct interface.
 #include <tivar/write.h>
 
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
@@ -15,7 +16,7 @@ namespace {
 
 // ---- The caller's sink ----
 
-constexpr size_t kFirstSinkBytes = sizeof(TivarSink);
+constexpr size_t kFirstSinkBytes = offsetof(TivarSink, context) + sizeof(TivarSink::context);
 
 int32_t writeToSink(void* context, const void* bytes, size_t length) {
     const auto& sink = *static_cast<const TivarSink*>(context);

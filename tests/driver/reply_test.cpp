@@ -9,10 +9,10 @@
 
 namespace {
 
-using support::ByteList;
 using support::Bytes;
 using support::DriverHost;
 using support::OpcodeBlock;
+using support::WordList;
 
 // A host whose reply buffer holds size bytes.
 struct ReplyHost : DriverHost {
@@ -26,8 +26,8 @@ void append(const Bytes& bytes) {
     tivar::mov2buf(bytes.data(), static_cast<uint32_t>(bytes.size()));
 }
 
-ByteList record(uint32_t sequence, int16_t code) {
-    return ByteList().u32(sequence).u16(static_cast<uint16_t>(code)).u16(0);
+WordList record(uint32_t sequence, int16_t code) {
+    return WordList().u32(sequence).u16(static_cast<uint16_t>(code)).u16(0);
 }
 
 // ---- mov2buf -----------------------------------------------------------------------------------
@@ -139,7 +139,7 @@ TEST(StackSummary, TellsCountFirstRecordAndOverflows) {
     const ReplyHost host;
     tivar::push_er(303);
     tivar::dq_es();
-    EXPECT_EQ(host.reply(), ByteList().u32(0).add(record(0, 303).list).u32(1).list);
+    EXPECT_EQ(host.reply(), WordList().u32(0).add(record(0, 303).list).u32(1).list);
     EXPECT_EQ(host.reply().size(), 16u);
 }
 
@@ -148,7 +148,7 @@ TEST(StackSummary, TwoErrorsLeaveTheSecondOneAndTwoOverflows) {
     tivar::push_er(300);
     tivar::push_er(901);
     tivar::dq_es();
-    EXPECT_EQ(host.reply(), ByteList().u32(0).add(record(0, 901).list).u32(2).list);
+    EXPECT_EQ(host.reply(), WordList().u32(0).add(record(0, 901).list).u32(2).list);
 }
 
 TEST(StackSummary, EmptyingKeepsTheFirstRecord) {
@@ -156,14 +156,14 @@ TEST(StackSummary, EmptyingKeepsTheFirstRecord) {
     tivar::push_er(303);
     EXPECT_EQ(host.send(OP_EMPTY_ERRORS), 0);
     tivar::dq_es();
-    EXPECT_EQ(host.reply(), ByteList().u32(0).add(record(0, 303).list).u32(0).list);
+    EXPECT_EQ(host.reply(), WordList().u32(0).add(record(0, 303).list).u32(0).list);
 }
 
 TEST(StackSummary, BufferOfTenBytesReceivesTheFirstTen) {
     const ReplyHost host(10);
     tivar::push_er(303);
     tivar::dq_es();
-    EXPECT_EQ(host.reply(), ByteList().u32(0).u32(0).u16(303).list);
+    EXPECT_EQ(host.reply(), WordList().u32(0).u32(0).u16(303).list);
     tivar::dq_es();
     EXPECT_EQ(host.reply().size(), 10u);
 }
@@ -173,7 +173,7 @@ TEST(StackSummary, NegativeCodesAndSequencesAreCopiedAsTheyAre) {
     lpEMData->currentSequence = 0x11223344;
     tivar::push_er(-2);
     tivar::dq_es();
-    EXPECT_EQ(host.reply(), ByteList().u32(0).add(record(0x11223344, -2).list).u32(1).list);
+    EXPECT_EQ(host.reply(), WordList().u32(0).add(record(0x11223344, -2).list).u32(1).list);
 }
 
 TEST(StackSummary, OpcodeOfTheErrorQueryIsAnsweredByNothing) {
@@ -191,14 +191,14 @@ TEST(PopErrors, RepliesAZeroAndNothingElseAsTheStackNeverHoldsAny) {
         ReplyHost host;
         tivar::push_er(303);
         EXPECT_EQ(host.send(support::popBlock(wanted)), 0);
-        EXPECT_EQ(host.reply(), ByteList().u32(0).list) << wanted;
+        EXPECT_EQ(host.reply(), WordList().u32(0).list) << wanted;
     }
 }
 
 TEST(PopErrors, NegativeCountIsRepliedAndPopsNothing) {
     ReplyHost host;
     EXPECT_EQ(host.send(support::popBlock(-5)), 0);
-    EXPECT_EQ(host.reply(), ByteList().u32(0xFFFFFFFB).list);
+    EXPECT_EQ(host.reply(), WordList().u32(0xFFFFFFFB).list);
     EXPECT_EQ(lpEMData->errors.count, 0);
 }
 
@@ -212,11 +212,11 @@ TEST(PopErrors, EntriesComeOutNewestFirst) {
     EXPECT_EQ(host.send(support::popBlock(2)), 0);
     EXPECT_EQ(lpEMData->errors.count, 2);
     EXPECT_EQ(host.reply(),
-              ByteList().u32(2).add(record(4, 400).list).add(record(3, 300).list).list);
+              WordList().u32(2).add(record(4, 400).list).add(record(3, 300).list).list);
     EXPECT_EQ(host.send(support::popBlock(7)), 0);
     EXPECT_EQ(lpEMData->errors.count, 0);
     EXPECT_EQ(host.reply(20),
-              ByteList().u32(2).add(record(2, 200).list).add(record(1, 100).list).list);
+              WordList().u32(2).add(record(2, 200).list).add(record(1, 100).list).list);
 }
 
 TEST(PopErrors, NullBlockRepliesNothing) {

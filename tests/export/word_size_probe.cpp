@@ -1,9 +1,12 @@
 // Exports a fixed set of made-up pictures into the directory that its argument names, and writes
-// them by the direct interface. Builds of either word size must give the same files.
+// them by the direct interface. Builds of either word size, for whatever processor, must give the
+// same files. What differs between those machines goes to the standard output.
 #include <tivar/tivar.h>
 #include <tivar/write.h>
 
+#include <bit>
 #include <cstdio>
+#include <limits>
 #include <string>
 
 #include "support/drawn_picture.h"
@@ -149,6 +152,13 @@ bool writeDirectly(const std::string& directory) {
     return true;
 }
 
+void describeMachine() {
+    const bool lowestFirst = std::endian::native == std::endian::little;
+    const bool isSigned = std::numeric_limits<char>::is_signed;
+    std::printf("words of %zu bits, long of %zu, lowest byte %s, char %s\n", sizeof(void*) * 8,
+                sizeof(long) * 8, lowestFirst ? "first" : "last", isSigned ? "signed" : "unsigned");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -156,6 +166,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: %s DIRECTORY\n", argv[0]);
         return 2;
     }
+    describeMachine();
     uint32_t seed = 0;
     for (const int bits : {1, 4, 8, 24, 32}) {
         for (const Look& look : kLooks) {

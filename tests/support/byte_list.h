@@ -27,6 +27,24 @@ struct ByteList {
     Bytes list;
 };
 
+// Numbers as they lie in a host's memory, in the machine's own byte order.
+struct WordList {
+    WordList& u16(std::uint32_t value) { return word(static_cast<std::uint16_t>(value)); }
+    WordList& u32(std::uint32_t value) { return word(value); }
+    WordList& add(const Bytes& bytes) {
+        list.insert(list.end(), bytes.begin(), bytes.end());
+        return *this;
+    }
+    template <class Word>
+    WordList& word(Word value) {
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(&value);
+        list.insert(list.end(), bytes, bytes + sizeof value);
+        return *this;
+    }
+
+    Bytes list;
+};
+
 // count bytes, each other than its neighbours.
 inline Bytes ramp(std::size_t count, std::size_t from = 1) {
     Bytes bytes;

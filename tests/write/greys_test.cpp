@@ -22,17 +22,17 @@ void expectPlace(const GreyPlace& place, int lower, int upper, int lowerIndex, i
 
 TEST(Greys, OfPrimariesAreTheirLuma) {
     const uint8_t colors[][3] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {255, 255, 255}};
-    EXPECT_EQ(tivar::greyOf(colors[0]), 76);   // 0.299 * 255 = 76.2
-    EXPECT_EQ(tivar::greyOf(colors[1]), 150);  // 0.587 * 255 = 149.7
-    EXPECT_EQ(tivar::greyOf(colors[2]), 29);   // 0.114 * 255 = 29.1
-    EXPECT_EQ(tivar::greyOf(colors[3]), 255);
+    EXPECT_EQ(tivar::lumaOf(colors[0]), 76);   // 0.299 * 255 = 76.2
+    EXPECT_EQ(tivar::lumaOf(colors[1]), 150);  // 0.587 * 255 = 149.7
+    EXPECT_EQ(tivar::lumaOf(colors[2]), 29);   // 0.114 * 255 = 29.1
+    EXPECT_EQ(tivar::lumaOf(colors[3]), 255);
 }
 
 TEST(Greys, OfGreysAreThemselves) {
     for (int level = 0; level < 256; ++level) {
         const auto byte = static_cast<uint8_t>(level);
         const uint8_t color[3] = {byte, byte, byte};
-        EXPECT_EQ(tivar::greyOf(color), level);
+        EXPECT_EQ(tivar::lumaOf(color), level);
     }
 }
 

@@ -103,18 +103,40 @@ TEST(WriteJob, FlagsThatAreUnknownAreABadCall) {
 
 // ---- Records and their sizes -------------------------------------------------------------------
 
+// What the records of the first release, 2.1.0, have, with words of 64 bits and of 32. Hosts that
+// were compiled then say so for ever, however long the records have become.
+constexpr bool kWide = sizeof(void*) == 8;
+constexpr uint32_t kFirstPicture = kWide ? 64 : 44;
+constexpr uint32_t kFirstOptions = kWide ? 104 : 80;
+constexpr uint32_t kFirstSink = kWide ? 24 : 12;
+constexpr uint32_t kFirstReport = 224;
+
+TEST(WriteJob, RecordsOfTheFirstReleaseAreTaken) {
+    Call call;
+    call.picture.size = kFirstPicture;
+    call.options.size = kFirstOptions;
+    EXPECT_EQ(toMemory(call.picture, call.options).result, TIVAR_RESULT_OK);
+    Sink sink;
+    TivarSink record = sink.record();
+    record.size = kFirstSink;
+    TivarReport report = noReport();
+    report.size = kFirstReport;
+    EXPECT_EQ(tivar_write_bmp(&call.picture, &call.options, &record, &report), TIVAR_RESULT_OK);
+    EXPECT_EQ(report.size, kFirstReport);
+}
+
 TEST(WriteJob, RecordsThatAreTooSmallAreBadCalls) {
-    for (const uint32_t less : {1u, 4u, uint32_t{sizeof(TivarPicture)}})
+    for (const uint32_t less : {1u, 4u, kFirstPicture})
         expectRefusal(TIVAR_RESULT_BAD_CALL, "picture.size",
-                      [=](Call& call) { call.picture.size -= less; });
-    for (const uint32_t less : {1u, 4u, uint32_t{sizeof(TivarOptions)}})
+                      [=](Call& call) { call.picture.size = kFirstPicture - less; });
+    for (const uint32_t less : {1u, 4u, kFirstOptions})
         expectRefusal(TIVAR_RESULT_BAD_CALL, "options.size",
-                      [=](Call& call) { call.options.size -= less; });
+                      [=](Call& call) { call.options.size = kFirstOptions - less; });
     Call call;
     Sink sink;
     TivarSink record = sink.record();
     TivarReport report = noReport();
-    record.size -= 1;
+    record.size = kFirstSink - 1;
     EXPECT_EQ(tivar_write_bmp(&call.picture, nullptr, &record, &report), TIVAR_RESULT_BAD_CALL);
     EXPECT_STREQ(report.field, "sink.size");
 }
@@ -122,7 +144,7 @@ TEST(WriteJob, RecordsThatAreTooSmallAreBadCalls) {
 // Nothing of a record behind its stated size is touched, nothing of a report's at all.
 TEST(WriteJob, AReportThatIsTooSmallIsABadCall) {
     Call call;
-    for (const uint32_t size : {0u, 4u, uint32_t{sizeof(TivarReport)} - 1}) {
+    for (const uint32_t size : {0u, 4u, kFirstReport - 1}) {
         TivarReport report = noReport();
         const TivarReport before = report;
         report.size = size;

@@ -1,0 +1,14 @@
+# Debian's cross compiler for the processor that TIVAR_TRIPLET names. What it builds runs here under QEMU,
+# which finds the processor's loader and libraries below /usr/TRIPLET.
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES TIVAR_TRIPLET)
+string(REGEX REPLACE "-.*" "" processor "${TIVAR_TRIPLET}")
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR ${processor})
+set(CMAKE_C_COMPILER ${TIVAR_TRIPLET}-gcc)
+set(CMAKE_CXX_COMPILER ${TIVAR_TRIPLET}-g++)
+set(CMAKE_FIND_ROOT_PATH /usr/${TIVAR_TRIPLET})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-${processor} -L /usr/${TIVAR_TRIPLET})
