@@ -35,8 +35,7 @@ static gboolean headerIsSensitive(gint value, gpointer data) {
 
 /* The number never passes what the depth has, and follows it up as long as it was all of them. */
 static void refreshMaxColors(Dialogue* dialogue, gint32 bits) {
-    if (!hasPalette(bits)) return;
-    const gint most = 1 << bits;
+    const gint most = hasPalette(bits) ? 1 << bits : 256;
     const gint chosen = dialogue->choices->maxColors;
     const gint shown = chosen == 0 ? most : MIN(chosen, most);
     gtk_spin_button_set_range(GTK_SPIN_BUTTON(dialogue->maxColors), 2, most);
@@ -112,7 +111,8 @@ static void addPalette(Dialogue* dialogue) {
 
 static void onMaxColors(Dialogue* dialogue) {
     const gint value = gtk_spin_button_get_value_as_int(GTK_SPIN_BUTTON(dialogue->maxColors));
-    dialogue->choices->maxColors = value == 1 << chosenBits(dialogue) ? 0 : value;
+    const gint32 bits = chosenBits(dialogue);
+    if (hasPalette(bits)) dialogue->choices->maxColors = value == 1 << bits ? 0 : value;
 }
 
 static void addColors(Dialogue* dialogue) {
@@ -120,7 +120,7 @@ static void addColors(Dialogue* dialogue) {
         gimp_int_combo_box_new("Automatic", TIVAR_COLORS_DEFAULT, "Best for the image",
                                TIVAR_COLORS_BEST, "Greys", TIVAR_COLORS_GREYS, "Palette of GIMP",
                                TIVAR_COLORS_GIVEN, "Median cut", TIVAR_COLORS_FILTER, NULL);
-    dialogue->colors = addList(dialogue, "_Colours:", list, &dialogue->choices->colors);
+    dialogue->colors = addList(dialogue, "Co_lours:", list, &dialogue->choices->colors);
     addPalette(dialogue);
     dialogue->maxColors = gtk_spin_button_new_with_range(2, 256, 1);
     addRow(dialogue, "_Number of colours:", dialogue->maxColors);
@@ -139,11 +139,11 @@ static void addForm(Dialogue* dialogue) {
                                              TIVAR_HEADER_WINDOWS, "OS/2", TIVAR_HEADER_OS2,
                                              "Windows, version 4", TIVAR_HEADER_V4, NULL);
     gimp_int_combo_box_set_sensitivity(GIMP_INT_COMBO_BOX(list), headerIsSensitive, dialogue, NULL);
-    dialogue->header = addList(dialogue, "_Header:", list, &dialogue->choices->header);
+    dialogue->header = addList(dialogue, "He_ader:", list, &dialogue->choices->header);
     list =
         gimp_int_combo_box_new("Raw", TIVAR_ENCODING_RAW, "Run lengths (RLE)", TIVAR_ENCODING_RLE,
                                "The smaller of the two", TIVAR_ENCODING_SMALLEST, NULL);
-    dialogue->encoding = addList(dialogue, "_Encoding:", list, &dialogue->choices->encoding);
+    dialogue->encoding = addList(dialogue, "Enc_oding:", list, &dialogue->choices->encoding);
 }
 
 /* Shown in the image's unit; the file counts in metres. */

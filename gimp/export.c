@@ -8,6 +8,7 @@
 #include "failure.h"
 #include "palette.h"
 #include "rows.h"
+#include "writer.h"
 
 /* ---- What is asked of the library ------------------------------------------------------------ */
 
@@ -68,8 +69,6 @@ static TivarPicture pictureOf(const Subject* subject, Rows* rows) {
 
 /* ---- The call -------------------------------------------------------------------------------- */
 
-/* GIMP has no answer to a progress bar: who cancels there has the plug-in ended. The name that was
- * asked for is then what it was before, because the library completes its file under another one. */
 static gint32 showProgress(void* context, gint32 percent) {
     (void)context;
     gimp_progress_update(percent / 100.0);
@@ -89,7 +88,7 @@ static gboolean writeRows(const Subject* subject, Rows* rows, TivarOptions* opti
     const TivarPicture picture = pictureOf(subject, rows);
     TivarReport report = {.size = sizeof report};
     options->progress = showProgress;
-    const gint32 result = tivar_write_bmp_file(&picture, options, name, 0, &report);
+    const gint32 result = writeApart(&picture, options, name, &report);
     return result == TIVAR_RESULT_OK || failToWrite(&report, name, error);
 }
 

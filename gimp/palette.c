@@ -13,7 +13,7 @@ static guint8* packedColors(const GimpRGB* colors, gint count) {
     return entries;
 }
 
-/* Of depths without a palette, and of those that there are not, the library has something to say. */
+/* Of depths without a palette, or that there are not, the library has something to say. */
 static gint roomOf(gint32 bits) {
     return bits == 1 ? 2 : bits == 4 ? 16 : 256;
 }
@@ -21,8 +21,10 @@ static gint roomOf(gint32 bits) {
 gboolean readPalette(const gchar* name, gint32 bits, guint8** entries, guint32* count,
                      GError** error) {
     gint found = 0;
+    if (!gimp_palette_get_info(name, &found))
+        return fail(error, "GIMP has no palette of the name '%s'", name);
     GimpRGB* colors = gimp_palette_get_colors(name, &found);
-    if (colors == NULL) return fail(error, "GIMP has no colours under the palette name '%s'", name);
+    if (colors == NULL) return fail(error, "the palette '%s' has no colours", name);
     const gint room = roomOf(bits);
     const gboolean fits = found <= room;
     if (fits) {

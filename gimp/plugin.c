@@ -23,7 +23,7 @@ static void query(void) {
         "Tivar developers", "Tivar developers", "2026", "Tivar BMP image", "RGB*, GRAY*, INDEXED*",
         GIMP_PLUGIN, kArgumentCount, 0, kArguments, NULL);
     gimp_register_file_handler_mime(TIVAR_SAVE_PROCEDURE, "image/bmp");
-    gimp_register_save_handler(TIVAR_SAVE_PROCEDURE, "bmp", "");
+    gimp_register_save_handler(TIVAR_SAVE_PROCEDURE, "bmp,dib", "");
     /* GIMP's own handler has 0, and the lowest number of those that know a suffix wins. */
     gimp_register_file_handler_priority(TIVAR_SAVE_PROCEDURE, 10);
 }

@@ -62,6 +62,12 @@ static gboolean obtainBands(Rows* rows) {
     return rows->readBand != NULL && rows->givenBand != NULL;
 }
 
+/* Each tile is read once: GEGL need not keep more of them than the row of tiles at hand. */
+static void limitTileCache(const Rows* rows, gint32 drawable) {
+    const guint64 band = bandBytes(rows, gimp_drawable_get_format(drawable));
+    g_object_set(gegl_config(), "tile-cache-size", band * 2, NULL);
+}
+
 gboolean openRows(Rows* rows, const Subject* subject, gint32 bits, GError** error) {
     memset(rows, 0, sizeof *rows);
     rows->width = subject->width;
@@ -69,6 +75,7 @@ gboolean openRows(Rows* rows, const Subject* subject, gint32 bits, GError** erro
     chooseFormat(rows, subject, bits);
     chooseTransform(rows, subject);
     if (!obtainBands(rows)) return fail(error, "there is not enough memory");
+    limitTileCache(rows, subject->drawable);
     rows->buffer = gimp_drawable_get_buffer(subject->drawable);
     return TRUE;
 }

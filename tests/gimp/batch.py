@@ -9,6 +9,8 @@ import subprocess
 from dataclasses import dataclass, field
 from pathlib import Path
 
+from killer import Killer
+
 # The arguments behind the names of the file, in the procedure's order, and what stands for nothing.
 ARGUMENTS = {
     "bits": 0, "header": 0, "encoding": 0, "masks": 0, "resolution": 0, "colors": 0, "max_colors": 0,
@@ -126,7 +128,8 @@ def wait_for(gimp, seconds=120):
 
 
 def run(directory, plug_ins):
-    """Has GIMP do every job in a directory: what it reported, by the number of the job."""
+    """Has GIMP do every job in a directory: what it reported, by the number of the job, and whether the
+    one that was to be killed was."""
     for job in filter(lambda job: first_with(job) is job, JOBS):
         job.picture().save(directory / job.source, **job.stored)
     (directory / "jobs.scm").write_text(script())
@@ -136,13 +139,17 @@ def run(directory, plug_ins):
     command = ["gimp-console-2.10", "--no-interface", "--no-data", "--no-fonts", "--new-instance"]
     command += ["-b", '(load "jobs.scm")', "-b", "(gimp-quit TRUE)"]
     with open(directory / "log", "w") as log:
-        code = wait_for(subprocess.Popen(
+        gimp = subprocess.Popen(
             command, cwd=directory, env=environment, start_new_session=True,
             stdin=subprocess.DEVNULL, stdout=log, stderr=log,
-        ))
+        )
+        killer = Killer(directory, gimp.pid)
+        killer.start()
+        code = wait_for(gimp)
+        killer.stop()
     reports = directory / "reports"
     said = (directory / "log").read_text()
     assert code == 0 and reports.exists(), said
     lines = [line.split(" ", 1) for line in reports.read_text().splitlines()]
     assert len(lines) == len(JOBS), said
-    return {int(number): words for number, words in lines}
+    return {int(number): words for number, words in lines}, killer.killed

@@ -18,9 +18,10 @@ import batch  # noqa: E402
 class Gimp:
     """What GIMP did."""
 
-    def __init__(self, directory, reports):
+    def __init__(self, directory, reports, killed):
         self.directory = directory
         self.reports = reports
+        self.killed = killed
 
     def file(self, job):
         """The bytes of an export that must succeed."""
@@ -37,8 +38,7 @@ class Gimp:
 @pytest.fixture(scope="session")
 def gimp(tmp_path_factory):
     directory = tmp_path_factory.mktemp("gimp")
-    reports = batch.run(directory, Path(os.environ["TIVAR_PLUG_INS"]).resolve())
-    return Gimp(directory, reports)
+    return Gimp(directory, *batch.run(directory, Path(os.environ["TIVAR_PLUG_INS"]).resolve()))
 
 
 @pytest.fixture(scope="session")

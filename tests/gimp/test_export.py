@@ -274,6 +274,7 @@ def test_last_values_export_the_whole_image_by_the_defaults(gimp):
     assert Image.open(gimp.directory / ALL_LAYERS.target).tobytes() == wanted.tobytes()
 
 
+SUFFIX_DIB = export(chart, call='(gimp-file-save 1 image drawable "0.dib" "0.dib")')
 OWN_HANDLER = export(chart, call="(gimp-file-save 1 image drawable target target)")
 MIDDLE = (74, 65)
 
@@ -283,3 +284,8 @@ def test_gimp_s_own_handler_keeps_the_suffix(gimp):
     written = gimp.file(OWN_HANDLER)
     assert header_bytes(written) != header_bytes(gimp.file(OWN))
     assert Image.open(gimp.directory / OWN_HANDLER.target).getpixel(MIDDLE) == chart().getpixel(MIDDLE)
+
+
+def test_the_suffix_dib_is_the_plug_in_s(gimp):
+    assert gimp.reports[SUFFIX_DIB.number] == "done"
+    assert (gimp.directory / "0.dib").read_bytes() == gimp.file(OWN)

@@ -3,6 +3,7 @@
 import drawing
 import pytest
 from batch import JOBS, export
+from killer import TARGET
 
 WRONG = "file-tivar-save failed"
 
@@ -29,6 +30,8 @@ FAILURES = {
     "a negative number of colours": (export(chart, bits=8, max_colors=-1), "options.max_colors"),
     "more colours than the depth has": (export(chart, bits=4, max_colors=17), "options.max_colors"),
     "a palette that there is not": (export(chart, bits=8, colors=3, palette="none"), "'none'"),
+    "a palette without colours": (
+        export(chart, bits=8, colors=3, palette="empty", before='(gimp-palette-new "empty")'), "no colours"),
     "a palette without its choice": (
         export(chart, bits=8, palette="own", before=palette("own")), "options.palette"),
     "a choice without its palette": (export(chart, bits=8, colors=3), "options.palette"),
@@ -59,6 +62,19 @@ def test_a_file_of_that_name_stays_as_it_was(gimp):
     assert (gimp.directory / "0.png").read_bytes()[1:4] == b"PNG"
 
 
+# Large enough to be met on its way.
+KILLED = export(
+    chart, bits=4, target=f'"{TARGET}"',
+    before="(gimp-context-set-interpolation INTERPOLATION-NONE)(gimp-image-scale image 4000 4000)",
+)
+
+
+def test_a_plug_in_that_is_killed_leaves_nothing(gimp):
+    assert gimp.killed
+    assert "file-tivar-save" in gimp.error(KILLED)
+    assert list(gimp.directory.glob("killed*")) == []
+
+
 def test_nothing_is_left_beside_the_files(gimp):
     left = {path.name for path in gimp.directory.iterdir() if path.name[0].isdigit()}
-    assert left <= {name for job in JOBS for name in (job.source, job.target)}
+    assert left <= {"0.dib"} | {name for job in JOBS for name in (job.source, job.target)}
