@@ -83,7 +83,8 @@ class Job:
     def command(self, program):
         if self.direct:
             return [program.with_name("tivar_write_picture"), str(self.bits), "{source}", "{target}"]
-        return [program, "export", "{source}", "-o", "{target}", "--bits", str(self.bits), *self.options, "--quiet"]
+        options = ["--route", "filter", "--bits", str(self.bits), *self.options, "--quiet"]
+        return [program, "export", "{source}", "-o", "{target}", *options]
 
 
 def pillow(statement):

@@ -25,11 +25,17 @@ def start_clean():
 
 
 class Tivar:
-    """Runs the program under test."""
+    """Runs the program under test, its exports by a route of the tests' choice where they name none."""
 
-    def __init__(self, program, directory):
+    def __init__(self, program, directory, route=None):
         self.program = program
         self.directory = directory
+        self.route = route
+
+    def spell_out(self, arguments):
+        words = [self.program, *map(str, arguments)]
+        routed = self.route and words[1:2] == ["export"] and "--route" not in words
+        return words[:2] + ["--route", self.route] + words[2:] if routed else words
 
     def run(self, *arguments, limits=None, **options):
         def prepare():
@@ -42,15 +48,13 @@ class Tivar:
         options.setdefault("stderr", subprocess.PIPE)
         if "input" not in options:
             options.setdefault("stdin", subprocess.DEVNULL)
-        return subprocess.run(
-            [self.program, *map(str, arguments)], preexec_fn=prepare, timeout=60, **options
-        )
+        return subprocess.run(self.spell_out(arguments), preexec_fn=prepare, timeout=60, **options)
 
     def start(self, *arguments, **options):
         options.setdefault("cwd", self.directory)
         options.setdefault("stdin", subprocess.DEVNULL)
         return subprocess.Popen(
-            [self.program, *map(str, arguments)],
+            self.spell_out(arguments),
             preexec_fn=start_clean,
             stdout=subprocess.PIPE,
             stderr=subprocess.PIPE,
@@ -123,8 +127,9 @@ def witness_library(library_around):
 
 
 @pytest.fixture
-def tivar(program, tmp_path):
-    yield Tivar(program, tmp_path)
+def tivar(request, program, tmp_path):
+    """Modules whose tests are about the files of one route name it as ROUTE."""
+    yield Tivar(program, tmp_path, getattr(request.module, "ROUTE", None))
     assert leftovers(tmp_path) == []
 
 

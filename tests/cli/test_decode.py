@@ -12,6 +12,8 @@ import pytest
 from conftest import fails, leftovers
 from PIL import Image
 
+ROUTE = "filter"
+
 
 def pixels_of(path):
     return bmp.grid(Image.open(path).convert("RGB"))

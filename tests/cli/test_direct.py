@@ -1,4 +1,4 @@
-"""The direct route: the picture as it is, at its exact size."""
+"""The direct route, which exports take by themselves: the picture as it is, at its exact size."""
 
 import io
 import os
@@ -14,8 +14,6 @@ from PIL import Image, ImageStat
 from test_outputs import on_a_terminal
 from test_signals import INTERRUPTED, wait_for
 from test_sizes import scaled
-
-DIRECT = ["--route", "direct"]
 
 
 def headers(data):
@@ -35,7 +33,7 @@ def same(data, picture):
 def test_a_picture_keeps_its_size_and_its_pixels(tivar, size):
     picture = drawing.chart(*size)
     picture.save(tivar.directory / "in.png")
-    written = tivar.export("in.png", "out.bmp", *DIRECT)
+    written = tivar.export("in.png", "out.bmp")
     assert headers(written) == (*size, 24, 0)
     assert len(written) == 54 + (size[0] * 3 + 3) // 4 * 4 * size[1]
     assert same(written, picture)
@@ -45,7 +43,7 @@ def test_a_picture_keeps_its_size_and_its_pixels(tivar, size):
 def test_a_palette_picture_keeps_indices_and_palette(tivar, bits):
     picture = drawing.indexed(bits, 61, 45)
     picture.save(tivar.directory / "in.png", bits=bits)
-    written = tivar.export("in.png", "out.bmp", *DIRECT)
+    written = tivar.export("in.png", "out.bmp")
     assert headers(written) == (61, 45, {2: 4}.get(bits, bits), 0)
     assert same(written, picture)
     read = Image.open(tivar.directory / "in.png")
@@ -56,7 +54,7 @@ def test_a_palette_picture_keeps_indices_and_palette(tivar, bits):
 def test_greys_keep_their_depth(tivar):
     picture = drawing.clouds(61, 45, 1).convert("L")
     picture.save(tivar.directory / "in.png")
-    written = tivar.export("in.png", "out.bmp", *DIRECT)
+    written = tivar.export("in.png", "out.bmp")
     assert headers(written) == (61, 45, 8, 0)
     assert same(written, picture)
 
@@ -65,7 +63,7 @@ def test_greys_keep_their_depth(tivar):
 def test_every_depth_has_the_tones_of_the_picture(tivar, bits):
     picture = drawing.clouds(160, 121, 3)
     picture.save(tivar.directory / "in.png")
-    written = tivar.export("in.png", "out.bmp", *DIRECT, "--bits", bits)
+    written = tivar.export("in.png", "out.bmp", "--bits", bits)
     assert headers(written)[:3] == (160, 121, bits)
     wanted = picture.convert("L") if bits == 1 else picture
     got = pixels(written).convert(wanted.mode)
@@ -75,7 +73,7 @@ def test_every_depth_has_the_tones_of_the_picture(tivar, bits):
 
 @pytest.mark.parametrize("bits", [1, 4, 8, 24])
 def test_the_os2_flavour_has_12_bytes_of_header(tivar, chart, bits):
-    written = tivar.export(chart, "out.bmp", *DIRECT, "--bits", bits, "--os2")
+    written = tivar.export(chart, "out.bmp", "--bits", bits, "--os2")
     assert struct.unpack_from("<IHHHH", written, 14) == (12, 61, 44, 1, bits)
     assert pixels(written).size == (61, 44)
 
@@ -84,7 +82,7 @@ def test_the_os2_flavour_has_12_bytes_of_header(tivar, chart, bits):
 def test_portable_run_lengths_are_the_raw_pixels(tivar, imagemagick, bits, encoding):
     picture = drawing.indexed(bits, 61, 45)
     picture.save(tivar.directory / "in.png", bits=bits)
-    written = tivar.export("in.png", "out.bmp", *DIRECT, "--compress", "portable")
+    written = tivar.export("in.png", "out.bmp", "--compress", "portable")
     assert headers(written) == (61, 45, bits, encoding)
     seen = subprocess.run(
         [imagemagick, "bmp:-", "-depth", "8", "rgb:-"], input=written, capture_output=True, check=True
@@ -103,7 +101,7 @@ def half_transparent(mode):
 @pytest.mark.parametrize("mode,stored", [("RGBA", (0, 100, 200, 128)), ("LA", (100,) * 3 + (128,))])
 def test_32_bits_keep_alpha(tivar, mode, stored):
     half_transparent(mode).save(tivar.directory / "in.png")
-    written = tivar.export("in.png", "out.bmp", *DIRECT, "--bits", 32)
+    written = tivar.export("in.png", "out.bmp", "--bits", 32)
     assert struct.unpack_from("<I", written, 14) == (108,)
     assert written[-4:] == bytes(stored)
     assert len(written) == 122 + 5 * 3 * 4
@@ -120,7 +118,7 @@ def test_32_bits_keep_alpha(tivar, mode, stored):
 )
 def test_else_they_are_laid_over_the_background(tivar, options, wanted):
     half_transparent("RGBA").save(tivar.directory / "in.png")
-    written = tivar.export("in.png", "out.bmp", *DIRECT, *options)
+    written = tivar.export("in.png", "out.bmp", *options)
     assert pixels(written).getpixel((4, 2)) == wanted
 
 
@@ -128,7 +126,7 @@ def test_transparent_entries_of_a_palette_are_laid_over_the_background(tivar):
     picture = Image.new("P", (3, 3), 1)
     picture.putpalette([0, 0, 0, 200, 100, 0])
     picture.save(tivar.directory / "in.png", transparency=bytes([255, 0]))
-    written = tivar.export("in.png", "out.bmp", *DIRECT, "--background", "102030")
+    written = tivar.export("in.png", "out.bmp", "--background", "102030")
     assert headers(written)[2] == 1
     assert pixels(written).getpixel((1, 1)) == (0x10, 0x20, 0x30)
 
@@ -140,7 +138,7 @@ def test_transparent_entries_of_a_palette_are_laid_over_the_background(tivar):
 def test_a_size_is_exact_and_may_be_odd(tivar, size):
     picture = drawing.chart(61, 45)
     picture.save(tivar.directory / "in.png")
-    written = tivar.export("in.png", "out.bmp", *DIRECT, "--size", "%dx%d" % size)
+    written = tivar.export("in.png", "out.bmp", "--size", "%dx%d" % size)
     assert headers(written) == (*size, 24, 0)
     wanted = scaled(picture, *size)
     seen = pixels(written)
@@ -149,7 +147,7 @@ def test_a_size_is_exact_and_may_be_odd(tivar, size):
 
 def test_a_size_needs_a_colour_for_transparent_pixels(tivar):
     half_transparent("RGBA").save(tivar.directory / "in.png")
-    asked = ["export", "in.png", "-o", "o.bmp", *DIRECT, "--bits", 32, "--size", "9x9"]
+    asked = ["export", "in.png", "-o", "o.bmp", "--bits", 32, "--size", "9x9"]
     fails(tivar.run(*asked), 2, "--size does not keep transparent pixels; give them a colour")
     assert tivar.run(*asked, "--background", "000000").returncode == 0
 
@@ -171,7 +169,7 @@ def test_a_size_needs_a_colour_for_transparent_pixels(tivar):
     ],
 )
 def test_what_the_route_does_not_have_is_wrong_usage(tivar, chart, options, wanted):
-    fails(tivar.run("export", chart, "-o", "out.bmp", *DIRECT, *options), 2, wanted)
+    fails(tivar.run("export", chart, "-o", "out.bmp", "--route", "direct", *options), 2, wanted)
     assert not (tivar.directory / "out.bmp").exists()
 
 
@@ -182,12 +180,50 @@ def test_depths_of_this_route_alone_are_wrong_usage_on_others(tivar, chart, rout
     fails(result, 2, f"--bits {bits} needs --route direct")
 
 
+# --- The route that nobody names --------------------------------------------------------------------
+
+
+def test_the_direct_route_is_the_usual_one(tivar):
+    drawing.chart(61, 45).save(tivar.directory / "in.png")
+    assert tivar.export("in.png", "a.bmp") == tivar.export("in.png", "b.bmp", "--route", "direct")
+    assert headers(tivar.export("in.png", "c.bmp", "--route", "filter")) == (61, 46, 24, 0)
+
+
+@pytest.mark.parametrize(
+    "options", [["--via", "memory"], ["--bits", 8, "--compress", "native"], ["--profile", "my.ini"]]
+)
+def test_what_only_the_filter_has_takes_its_route_and_the_result_says_so(tivar, options):
+    drawing.chart(61, 45).save(tivar.directory / "in.png")
+    assert tivar.run("settings", "init", "--profile", "my.ini").returncode == 0
+    alone = tivar.export("in.png", "a.bmp", *options)
+    assert alone == tivar.export("in.png", "b.bmp", *options, "--route", "filter")
+    code, shown = on_a_terminal(tivar, "export", "in.png", "-o", "c.bmp", *options)
+    assert code == 0 and shown.endswith(" bytes, filter route\r\n")
+
+
+@pytest.mark.parametrize(
+    "options,wanted",
+    [
+        (["--profile", "my.ini", "--bits", 16], "--profile does not go with --bits 16"),
+        (["--via", "document", "--palette", "bw"], "--via does not go with --palette"),
+        (["--compress", "native", "--colors", 5], "--compress native does not go with --colors"),
+    ],
+)
+def test_options_of_two_routes_are_wrong_usage(tivar, chart, options, wanted):
+    fails(tivar.run("export", chart, "-o", "out.bmp", *options), 2, wanted, "leave out one of the two")
+
+
+def test_a_terminal_is_told_of_the_driver_s_route(tivar, chart):
+    code, shown = on_a_terminal(tivar, "export", chart, "-o", "out.bmp", "--route", "driver")
+    assert code == 0 and shown.endswith(" bytes, driver route\r\n")
+
+
 # --- Where it goes --------------------------------------------------------------------------------
 
 
 def test_standard_output_gets_the_same_bytes(tivar, chart):
-    written = tivar.export(chart, "out.bmp", *DIRECT, "--bits", 4)
-    piped = tivar.run("export", chart, "-o", "-", *DIRECT, "--bits", 4)
+    written = tivar.export(chart, "out.bmp", "--bits", 4)
+    piped = tivar.run("export", chart, "-o", "-", "--bits", 4)
     assert (piped.returncode, piped.stdout, piped.stderr) == (0, written, b"")
 
 
@@ -198,18 +234,18 @@ def test_a_file_that_cannot_grow_is_a_failure_and_the_old_one_stays(tivar, chart
     def limits():
         resource.setrlimit(resource.RLIMIT_FSIZE, (4096, 4096))
 
-    fails(tivar.run("export", chart, "-o", "out.bmp", *DIRECT, limits=limits), 1, "File too large")
+    fails(tivar.run("export", chart, "-o", "out.bmp", limits=limits), 1, "File too large")
     assert old.read_bytes() == b"old"
 
 
 def test_a_full_device_is_a_failure(tivar, chart):
-    fails(tivar.run("export", chart, "-o", "/dev/full", *DIRECT), 1, "/dev/full: No space left")
+    fails(tivar.run("export", chart, "-o", "/dev/full"), 1, "/dev/full: No space left")
 
 
 def test_a_signal_cancels(tivar, slow_picture):
     old = tivar.directory / "out.bmp"
     old.write_bytes(b"old")
-    process = tivar.start("export", slow_picture, "-o", "out.bmp", *DIRECT, "--bits", 8)
+    process = tivar.start("export", slow_picture, "-o", "out.bmp", "--bits", 8)
     wait_for(lambda: leftovers(tivar.directory), process)
     process.send_signal(signal.SIGTERM)
     output, errors = process.communicate(timeout=30)
@@ -218,7 +254,7 @@ def test_a_signal_cancels(tivar, slow_picture):
 
 
 def test_a_terminal_shows_progress_and_the_result(tivar, chart):
-    code, shown = on_a_terminal(tivar, "export", chart, "-o", "out.bmp", *DIRECT, "--bits", 4)
+    code, shown = on_a_terminal(tivar, "export", chart, "-o", "out.bmp", "--bits", 4)
     length = os.path.getsize(tivar.directory / "out.bmp")
     assert code == 0 and "100 %" in shown
     assert shown.endswith(f"out.bmp: 61 x 44, 4 bits, {length} bytes\r\n")

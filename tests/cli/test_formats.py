@@ -11,6 +11,8 @@ from conftest import fails
 from PIL import Image
 from test_reading import PROFILE, TURNS, converted, near, single
 
+ROUTE = "filter"
+
 
 def rgb(picture):
     return bmp.grid(picture.convert("RGB"))

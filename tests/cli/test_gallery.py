@@ -92,7 +92,7 @@ def test_the_files_are_those_that_export_writes(tivar):
     directory, _ = gallery(tivar, drawing.chart(61, 44))
     for suffix in SUFFIXES:
         bits, header, *rest = suffix.split("-")
-        options = ["--bits", bits] + (["--os2", "--force"] if header == "os2" else [])
+        options = ["--route", "filter", "--bits", bits] + (["--os2", "--force"] if header == "os2" else [])
         options += ["--compress", rest[0]] if rest and rest[0] != "driver" else []
         expected = tivar.export("in.png", "out.bmp", *options)
         assert (directory / f"in-{suffix}.bmp").read_bytes() == expected, suffix

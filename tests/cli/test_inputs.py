@@ -10,6 +10,8 @@ import drawing
 import pytest
 from PIL import Image
 
+ROUTE = "filter"
+
 
 def exported(tivar, name, *options):
     return bmp.read(tivar.export(name, "out.bmp", *options))

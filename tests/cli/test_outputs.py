@@ -29,7 +29,7 @@ def test_a_directory_receives_the_output_under_the_name_of_the_input(tivar, char
 
 
 def test_standard_output_receives_exactly_the_file(tivar, chart):
-    expected = tivar.export(chart, "out.bmp", "--bits", 8)
+    expected = tivar.export(chart, "out.bmp", "--bits", 8, "--route", "filter")
     for via in ("file", "memory", "document"):
         result = tivar.run("export", chart, "-o", "-", "--bits", 8, "--via", via)
         assert (result.returncode, result.stderr) == (0, b"")

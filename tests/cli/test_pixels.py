@@ -9,6 +9,8 @@ import pytest
 from conftest import fails
 from PIL import Image, ImageChops
 
+ROUTE = "filter"
+
 FORMS = [
     (bits, os2, encoded)
     for bits in (1, 4, 8, 24)

@@ -13,6 +13,8 @@ import pytest
 from conftest import fails
 from PIL import Image
 
+ROUTE = "filter"
+
 
 def ppm(*command):
     raw = subprocess.run([str(c) for c in command], check=True, capture_output=True).stdout

@@ -59,7 +59,8 @@ def endless_library(library_around):
 
 
 def test_a_signal_is_answered_through_the_status_call_back(tivar, chart, endless_library):
-    process = tivar.start("export", chart, "-o", "out.bmp", "--library", endless_library)
+    asked = ["--route", "filter", "--library", endless_library]
+    process = tivar.start("export", chart, "-o", "out.bmp", *asked)
     wait_for(lambda: leftovers(tivar.directory), process)
     time.sleep(0.1)
     process.send_signal(signal.SIGINT)

@@ -6,6 +6,8 @@ import pytest
 from conftest import fails
 from PIL import Image
 
+ROUTE = "filter"
+
 
 def shrunk(count, wanted):
     """Source positions of an axis that drops pixels."""

@@ -39,7 +39,8 @@ class Kind:
         return min(len(COLORS), 1 << min(self.bits, 8))
 
     def options(self):
-        options = ["--bits", str(self.bits), "--compress", self.rows.replace("raw", "none")]
+        options = ["--route", "filter", "--bits", str(self.bits)]
+        options += ["--compress", self.rows.replace("raw", "none")]
         if self.header == "OS/2":
             options.append("--os2")
             if self.rows == "native":

@@ -168,24 +168,25 @@ struct ToFile {
 struct FileWay {
     const char* name;
     TivarOptions options;
+    int32_t format;
     Access access;
 };
 
 // Files that are written from the start on, that have their rows put into their places, and whose
 // header is put right afterwards.
 std::vector<FileWay> everyFileWay() {
-    return {{"from the start", optionsOf(24), Access::kPacked},
-            {"in order", optionsOf(24), Access::kInOrder},
+    return {{"from the start", optionsOf(24), TIVAR_RGB, Access::kPacked},
+            {"in order", optionsOf(24), TIVAR_RGB, Access::kInOrder},
             {"encoded", with(8, TIVAR_COLORS_GREYS, TIVAR_DITHER_NONE, TIVAR_ENCODING_RLE),
-             Access::kPacked}};
+             TIVAR_GREY, Access::kPacked}};
 }
 
 TEST(WriteFileCalls, EachThatFailsIsToldAndTheOldFileStays) {
     const support::TempDirectory directory;
-    // Larger than any buffer, so that there are several writes.
-    const Drawn large = drawNoise(TIVAR_RGB, 401, 297, 5);
-    const Drawn small = drawNoise(TIVAR_RGB, 40, 30, 5);
     for (const FileWay& way : everyFileWay()) {
+        // Larger than any buffer, so that there are several writes.
+        const Drawn large = drawNoise(way.format, 401, 197, 5);
+        const Drawn small = drawNoise(way.format, 40, 30, 5);
         for (const uint32_t flags : {0u, uint32_t{TIVAR_FILE_SYNC}}) {
             for (const bool replaces : {false, true}) {
                 // Disks take their time.

@@ -97,7 +97,7 @@ void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option(
            "--bits", typed.bits,
            "Bits per pixel (else those of a palette picture, 24 for true colour); 16 and 32, "
-           "which keeps alpha, on the direct route only")
+           "which keeps alpha, are the direct route's")
         ->check(oneOf({"1", "4", "8", "16", "24", "32"}))
         ->type_name("1|4|8|16|24|32");
     app.add_flag("--os2", typed.os2, "Write the OS/2 flavour of the file");
@@ -141,8 +141,8 @@ void addColorOptions(CLI::App& app, Typed& typed) {
 void addSizeOptions(CLI::App& app, Options& options, Typed& typed) {
     CLI::Option* size =
         app.add_option("--size", typed.size,
-                       "Size in pixels (640x480) or inches (6.67x5in); an odd height becomes even, "
-                       "but on the direct route")
+                       "Size in pixels (640x480) or inches (6.67x5in); an odd height becomes even "
+                       "on the routes filter and driver")
             ->type_name("WxH");
     app.add_option("--resolution", typed.resolution,
                    "Pixels per inch of a --size in inches (else 96)")
@@ -184,8 +184,10 @@ void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
         ->type_name("file|memory|document");
     app.add_option("--route", typed.route,
                    "The way through the library. direct: one call, exact sizes, the best colours. "
-                   "filter: the export call with settings, whose colours and even heights hosts "
-                   "of it know. driver: the same through the raster driver (else filter)")
+                   "filter: the export call with settings, for files as its hosts know them, "
+                   "colours and even heights included. driver: the same through the raster driver, "
+                   "operation by operation (else direct, or filter where an option is the "
+                   "settings' alone: --profile, --compress native, --via)")
         ->check(oneOf({"direct", "filter", "driver"}))
         ->type_name("direct|filter|driver");
     app.add_option("--cell-arrays", typed.cellArrays,
@@ -238,13 +240,14 @@ std::string directOnly(const Typed& typed) {
     return typed.rgb555 ? "--rgb555" : "";
 }
 
-// Options that only one interface has choose it where no route is named.
+// Where no route is named, options that only the interfaces with settings have take the filter's.
 void chooseRoute(const Typed& typed, ExportRequest& request) {
     const std::string direct = directOnly(typed);
     const std::string settings = settingsOnly(typed, request);
     const bool named = !typed.route.empty();
+    const bool needsSettings = !named && direct.empty() && !settings.empty();
     if (typed.route == "driver") request.route = Route::Driver;
-    if (typed.route == "direct" || (!named && !direct.empty())) request.route = Route::Direct;
+    if (typed.route == "filter" || needsSettings) request.route = Route::Filter;
     if (request.route != Route::Direct && !direct.empty()) {
         failUsage(direct + " needs --route direct", kSeeExportHelp);
     }

@@ -36,7 +36,7 @@ struct ExportRequest {
     std::string profile;
     std::string mode;
     Via via = Via::File;
-    Route route = Route::Filter;
+    Route route = Route::Direct;
     CellArrays cellArrays = CellArrays::Banded;  // of the driver route
     std::optional<Color> background;             // white, but for files that have alpha themselves
     ReadRequest reading;

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -63,12 +65,18 @@ void writeRest(Delivery& delivery, const ExportPlan& plan, const Output& output)
     writeBytes(output, delivery.memory.bytes(), delivery.start.length);
 }
 
-std::string describeResult(const Output& output, const FileStart& start) {
+// The usual route goes without saying.
+std::string_view wordsOf(Route route) {
+    if (route == Route::Filter) return ", filter route";
+    return route == Route::Driver ? ", driver route" : "";
+}
+
+std::string describeResult(const Output& output, const FileStart& start, Route route) {
     const PixelSize size = sizeInFile(start);
     const unsigned bits = headersIn(start.bytes).bits;
     return output.name + ": " + std::to_string(size.width) + " x " + std::to_string(size.height) +
            ", " + std::to_string(bits) + (bits == 1 ? " bit, " : " bits, ") +
-           std::to_string(start.length) + " bytes";
+           std::to_string(start.length) + " bytes" + std::string(wordsOf(route));
 }
 
 // The name of another kind of picture, which other programs go by.
@@ -120,7 +128,7 @@ Image readInput(Errand& errand) {
 Exported finish(const Errand& errand, Output& output, const FileStart& start) {
     commit(output);
     const std::chrono::duration<double> spent = Clock::now() - errand.begin;
-    showResult(errand.progress, describeResult(output, start));
+    showResult(errand.progress, describeResult(output, start, errand.request.route));
     for (const Notice& notice : errand.notices) {
         showNotice(errand.progress, notice.what, notice.remedy);
     }
