@@ -75,7 +75,10 @@ gboolean readArguments(const GimpParam* params, gint count, Arguments* arguments
     arguments->image = params[kImage].data.d_image;
     arguments->drawable = params[kDrawable].data.d_drawable;
     arguments->name = params[kName].data.d_string;
-    if (arguments->mode != GIMP_RUN_NONINTERACTIVE) return TRUE;
+    if (arguments->mode == GIMP_RUN_INTERACTIVE || arguments->mode == GIMP_RUN_WITH_LAST_VALS)
+        return TRUE;
+    if (arguments->mode != GIMP_RUN_NONINTERACTIVE)
+        return fail(error, "there is no run mode %d", (int)arguments->mode);
     if (count != kCount) return fail(error, "there must be %d arguments, not %d", kCount, count);
     return readChoices(params, &arguments->choices, error);
 }

@@ -23,14 +23,18 @@ gboolean canEncode(gint32 bits, gint32 header) {
     return (bits == 4 || bits == 8) && header != TIVAR_HEADER_OS2;
 }
 
-static void fitColors(Choices* choices, gint32 bits) {
+static void fitPalette(Choices* choices, gint32 bits) {
     if (!hasPalette(bits)) {
         choices->colors = TIVAR_COLORS_DEFAULT;
         choices->maxColors = 0;
-    }
-    if (choices->colors == TIVAR_COLORS_GIVEN || choices->maxColors > 1 << bits)
+    } else if (choices->colors == TIVAR_COLORS_GIVEN || choices->maxColors > 1 << bits) {
         choices->maxColors = 0;
+    }
     if (choices->colors != TIVAR_COLORS_GIVEN) choices->palette[0] = '\0';
+}
+
+static void fitColors(Choices* choices, gint32 bits) {
+    fitPalette(choices, bits);
     if (!canDither(bits)) choices->dither = TIVAR_DITHER_DEFAULT;
     if (bits != 16) choices->masks = TIVAR_MASKS_565;
 }

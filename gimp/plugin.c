@@ -56,8 +56,9 @@ static GimpPDBStatusType exportDrawable(const Arguments* arguments, gint32 image
 static GimpPDBStatusType exportImage(const Arguments* arguments, GError** error) {
     gint32 image = arguments->image;
     gint32 drawable = arguments->drawable;
-    /* Without a dialogue there need be no display either. */
-    if (arguments->mode == GIMP_RUN_INTERACTIVE) gimp_ui_init("file-tivar", FALSE);
+    /* Without a dialogue there need be no display; the variable has GIMP's own shown before. */
+    if (arguments->mode == GIMP_RUN_INTERACTIVE || g_getenv("GIMP_INTERACTIVE_EXPORT") != NULL)
+        gimp_ui_init("file-tivar", FALSE);
     const GimpExportReturn answer =
         gimp_export_image(&image, &drawable, "Tivar BMP", kCapabilities);
     if (answer == GIMP_EXPORT_CANCEL) return GIMP_PDB_CANCEL;

@@ -118,7 +118,7 @@ def prepare_home(directory, plug_ins):
     return home
 
 
-def wait_for(gimp, seconds=120):
+def wait_for(gimp, seconds=300):
     """The exit code; GIMP that does not end is ended with its plug-ins."""
     try:
         return gimp.wait(timeout=seconds)

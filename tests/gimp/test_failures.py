@@ -18,6 +18,7 @@ def palette(name):
 
 
 FAILURES = {
+    "a run mode that there is not": (export(chart, mode=9), "run mode 9"),
     "a depth that there is not": (export(chart, bits=7), "options.bits"),
     "a negative depth": (export(chart, bits=-8), "options.bits"),
     "run lengths of 24 bits": (export(chart, bits=24, encoding=1), "options.encoding"),
