@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/hash_factor.h"
 #include "base/memory.h"
 #include "color/grey.h"
 
@@ -81,7 +82,6 @@ struct NearestFinder {
     static constexpr uint32_t kCandidates = 1u << 18;
     static constexpr int kLargestTable = 1 << 10;
     static constexpr int kMemoBits = 18;
-    static constexpr uint32_t kHashFactor = 2654435769u;  // 2^32 over the golden ratio
 
     uint32_t cellOf(uint32_t red, uint32_t green, uint32_t blue) const {
         return ((red >> sideBits) << cellBits | green >> sideBits) << cellBits | blue >> sideBits;

@@ -11,6 +11,7 @@
 #include "base/numbers.h"
 #include "base/text.h"
 #include "base/turn.h"
+#include "filter/setting_limits.h"
 #include "filter/string_table.h"
 
 namespace tivar {
@@ -18,10 +19,6 @@ namespace {
 
 enum EscapeResult : int32_t { kRefused = -1, kUnknown = 0, kDone = 1 };
 
-constexpr int32_t kLowestResolution = 32;
-constexpr int32_t kHighestResolution = 400;
-constexpr double kSmallestInches = 0.03125;
-constexpr double kLargestInches = 22.0;
 // Escapes count colour modes from 101, the record from 103.
 constexpr int32_t kColorModeOffset = COLOR_MODE_AS_GIVEN - 101;
 

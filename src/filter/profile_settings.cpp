@@ -3,16 +3,13 @@
 
 #include "base/text.h"
 #include "base/turn.h"
+#include "filter/setting_limits.h"
 #include "filter/string_table.h"
 
 namespace tivar {
 namespace {
 
-constexpr int16_t kLowestResolution = 32;
-constexpr int16_t kHighestResolution = 400;
 constexpr int16_t kDefaultResolution = 96;
-constexpr double kSmallestInches = 0.03125;
-constexpr double kLargestInches = 22.0;
 
 int32_t readInt(const SetupRecord& setup, TextId key, int32_t defaultValue) {
     return GetPrivateProfileInt(setup.modeName, TableText(key).text, defaultValue,

@@ -9,7 +9,7 @@
 namespace tivar {
 namespace {
 
-constexpr int kHalfUnit = kErrorUnit / 2;
+constexpr int kHalfErrorUnit = kErrorUnit / 2;
 constexpr int kLanes = 4;  // of a pixel's errors
 
 // ---- What the palette asks for ----
@@ -53,7 +53,7 @@ int squareRoot(uint32_t square) {
 // Errors of colours that the palette can mix are at most about half of its widest gap. What goes
 // beyond comes from other colours, adds up, and would smear: half of that is dropped.
 int16_t kneeOf(const ColorTable& table) {
-    return static_cast<int16_t>(squareRoot(widestGap(table) * kHalfUnit * kHalfUnit));
+    return static_cast<int16_t>(squareRoot(widestGap(table) * kHalfErrorUnit * kHalfErrorUnit));
 }
 
 int16_t* errorsAt(ColorDiffusion& diffusion, ptrdiff_t x) {
@@ -126,7 +126,7 @@ struct ColorFlight {
             level[c] = _mm_add_epi16(level[c], next[c]);
             level[c] = _mm_max_epi16(level[c], _mm_setzero_si128());
             level[c] = _mm_min_epi16(level[c], _mm_set1_epi16(kHighestLevel));
-            color[c] = _mm_srli_epi16(_mm_add_epi16(level[c], _mm_set1_epi16(kHalfUnit)), 4);
+            color[c] = _mm_srli_epi16(_mm_add_epi16(level[c], _mm_set1_epi16(kHalfErrorUnit)), 4);
         }
         const uint64_t found = ofFew ? nearestOfFew(few, color) : nearestOfMany(color);
         const FlightNumbers chosen = numbersOf(diffusion.lanes, found);

@@ -1,10 +1,9 @@
 #include "write/color_set.h"
 
+#include "base/hash_factor.h"
+
 namespace tivar {
 namespace {
-
-// 2^32 over the golden ratio: spreads colours that differ in any of their bits.
-constexpr uint32_t kHashFactor = 2654435769u;
 
 uint32_t homeOf(uint32_t color) {
     return color * kHashFactor >> 12;

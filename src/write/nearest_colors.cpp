@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstring>
 
+#include "base/hash_factor.h"
 #include "write/color_place.h"
 #include "write/lanes.h"
 
@@ -15,7 +16,6 @@ namespace {
 constexpr int kRegionBits = 4;
 constexpr uint32_t kRegions = 1 << 12;
 constexpr int kMemoBits = 14;
-constexpr uint32_t kHashFactor = 2654435769u;  // 2^32 over the golden ratio
 
 // A word is four indices, rising and then the last repeated. These two are not.
 constexpr uint32_t kUnmade = 0;

@@ -7,12 +7,12 @@
 #include <filesystem>
 #include <system_error>
 
+#include "process/system.h"
+
 namespace fs = std::filesystem;
 
 namespace tool {
 namespace {
-
-constexpr int kMostLinks = 40;
 
 // The link by which the system shows an open file is not followed: its text need not be a path.
 bool isOurs(const fs::path& path) {

@@ -19,7 +19,6 @@ namespace fs = std::filesystem;
 namespace tool {
 namespace {
 
-constexpr int kMostLinks = 40;
 constexpr uint64_t kProbeSize = 1 << 20;  // a full disk shows at once
 
 bool sameFile(const struct stat& a, const struct stat& b) {

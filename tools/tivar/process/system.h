@@ -14,6 +14,9 @@
 
 namespace tool {
 
+// Symbolic links that are followed one after the other before they count as a circle.
+inline constexpr int kMostLinks = 40;
+
 // An open file descriptor; -1 = none.
 struct Descriptor {
     int number = -1;
