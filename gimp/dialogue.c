@@ -85,16 +85,12 @@ static void addDepth(Dialogue* dialogue) {
     g_free(own);
 }
 
-static void keepPalette(const gchar* name, gboolean closing, gpointer data) {
-    (void)closing;
-    Choices* choices = data;
-    g_strlcpy(choices->palette, name, sizeof choices->palette);
-}
-
 static void onPalette(GimpPaletteSelectButton* button, const gchar* name, gboolean closing,
                       gpointer data) {
+    Choices* choices = data;
     (void)button;
-    keepPalette(name, closing, data);
+    (void)closing;
+    g_strlcpy(choices->palette, name, sizeof choices->palette);
 }
 
 static void addPalette(Dialogue* dialogue) {

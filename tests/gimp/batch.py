@@ -111,9 +111,12 @@ def prepare_home(directory, plug_ins):
     plugs = [own / name for name in ("script-fu", "file-png", "file-bmp")] + [plug_ins / "file-tivar"]
     found = linked(directory / "plug-ins", plugs)
     scripts = linked(directory / "scripts", Path("/usr/share/gimp/2.0/scripts").glob("*.init"))
+    # Of GEGL's operations, which every plug-in would load first, these need none.
+    (directory / "environ").mkdir()
+    (directory / "environ" / "plug-ins.env").write_text("GEGL_PATH=/nonexistent\n")
     (home / "gimprc").write_text(
         f'(plug-in-path "{found}")\n(script-fu-path "{scripts}")\n(temp-path "{directory}")\n'
-        f'(swap-path "{directory}")\n(num-processors 2)\n'
+        f'(swap-path "{directory}")\n(environ-path "{directory}/environ")\n(num-processors 2)\n'
     )
     return home
 
