@@ -1,11 +1,17 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Writes the seed corpora, corpus/<target>/<name>: small inputs that lead the fuzzers to the main
 paths. A seed is put together in the order in which the target takes it apart."""
 
 import pathlib
+import re
 import struct
+import sys
 
-CORPUS = pathlib.Path(__file__).parent / "corpus"
+HERE = pathlib.Path(__file__).parent
+CORPUS = HERE / "corpus"
+sys.path.insert(0, str(HERE.parent / "tests" / "cli"))
+
+import bmp_kinds
 
 
 class Seed:
@@ -531,7 +537,7 @@ def bmp_output():
 # --- The direct interface -------------------------------------------------------------------------
 
 RGB, BGR, RGBA, BGRA, GREY, INDEX1, INDEX4, INDEX8 = range(8)
-DEPTHS = {None: 0, 1: 1, 4: 2, 8: 3, 16: 4, 24: 5, 32: 6}
+WRITTEN_DEPTHS = {None: 0, 1: 1, 4: 2, 8: 3, 16: 4, 24: 5, 32: 6}
 
 
 def choice(value):
@@ -541,7 +547,7 @@ def choice(value):
 
 def write_options(bits, header=0, encoding=0, order=0, length=0, masks=0, x=0, y=0, colors=0, most=0,
                   dither=0, alpha=0):
-    seed = Seed().one_in(40).u8(DEPTHS[bits])
+    seed = Seed().one_in(40).u8(WRITTEN_DEPTHS[bits])
     for value in (header, encoding, order, length, masks, x, y, colors):
         seed.add(choice(value))
     if colors != 3:
@@ -605,8 +611,32 @@ def write():
     yield "contradiction", write_call(RGB, 37, 21, write_options(24, encoding=1)).add(rows)
 
 
+def bmp():
+    """Every kind of file that programs write."""
+    for kind in bmp_kinds.KINDS:
+        yield re.sub(r"[^a-z0-9]+", "-", kind.name.lower()), Seed().raw(kind.data)
+
+
+def palette():
+    act, gpl, hexadecimal, pal = range(4)
+    three = [(255, 0, 0), (0, 255, 0), (18, 52, 86)]
+    table = bytes(value for color in three for value in color) + bytes(3 * 253)
+    lines = "".join(f"{r:3} {g:3} {b:3}\tname\n" for r, g, b in three).encode()
+    chunk = struct.pack("<HH", 0x300, 3) + b"".join(bytes((*color, 0)) for color in three)
+    riff = b"PAL data" + struct.pack("<I", len(chunk)) + chunk
+    other = b"PAL else" + struct.pack("<I", 3) + b"odd\0" + riff[4:]
+    yield "table", Seed().u8(act).raw(table)
+    yield "table-counted", Seed().u8(act).raw(table + bytes((0, 3, 255, 255)))
+    yield "lines", Seed().u8(gpl).raw(b"GIMP Palette\nName: x\nColumns: 3\n# note\n" + lines)
+    yield "digits", Seed().u8(hexadecimal).raw(b"; note\nff0000\r\n#00FF00\n\n123456")
+    yield "counted-lines", Seed().u8(pal).raw(b"JASC-PAL\r\n0100\r\n3\r\n" + lines.replace(b"\tname", b"\r"))
+    for name, body in (("chunks", riff), ("another-chunk", other), ("cut-short", riff[:-5])):
+        yield name, Seed().u8(pal).raw(b"RIFF" + struct.pack("<I", len(body)) + body)
+
+
 def main():
-    for target in (filter_route, driver_route, struct_io, streams, profiles, color, bmp_output, write):
+    targets = (filter_route, driver_route, struct_io, streams, profiles, color, bmp_output, write, bmp, palette)
+    for target in targets:
         directory = CORPUS / target.__name__
         directory.mkdir(parents=True, exist_ok=True)
         for old in directory.iterdir():

@@ -13,7 +13,6 @@ from conftest import fails, leftovers
 from PIL import Image, ImageStat
 from test_outputs import on_a_terminal
 from test_signals import INTERRUPTED, wait_for
-from test_sizes import scaled
 
 
 def headers(data):
@@ -129,27 +128,6 @@ def test_transparent_entries_of_a_palette_are_laid_over_the_background(tivar):
     written = tivar.export("in.png", "out.bmp", "--background", "102030")
     assert headers(written)[2] == 1
     assert pixels(written).getpixel((1, 1)) == (0x10, 0x20, 0x30)
-
-
-# --- Sizes ----------------------------------------------------------------------------------------
-
-
-@pytest.mark.parametrize("size", [(30, 21), (122, 99), (30, 91), (100, 21)])
-def test_a_size_is_exact_and_may_be_odd(tivar, size):
-    picture = drawing.chart(61, 45)
-    picture.save(tivar.directory / "in.png")
-    written = tivar.export("in.png", "out.bmp", "--size", "%dx%d" % size)
-    assert headers(written) == (*size, 24, 0)
-    wanted = scaled(picture, *size)
-    seen = pixels(written)
-    assert [[seen.getpixel((x, y)) for x in range(size[0])] for y in range(size[1])] == wanted
-
-
-def test_a_size_needs_a_colour_for_transparent_pixels(tivar):
-    half_transparent("RGBA").save(tivar.directory / "in.png")
-    asked = ["export", "in.png", "-o", "o.bmp", "--bits", 32, "--size", "9x9"]
-    fails(tivar.run(*asked), 2, "--size does not keep transparent pixels; give them a colour")
-    assert tivar.run(*asked, "--background", "000000").returncode == 0
 
 
 # --- Usage ----------------------------------------------------------------------------------------

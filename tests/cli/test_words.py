@@ -114,6 +114,8 @@ def test_the_examples_of_the_manual_run(tivar):
     for name in ("photo.png", "photo.jpg", "chart.png"):
         drawing.clouds(64, 48, 1).save(tivar.directory / name)
     (tivar.directory / "bmps").mkdir()
+    (tivar.directory / "album" / "trip").mkdir(parents=True)
+    drawing.clouds(64, 48, 1).save(tivar.directory / "album" / "trip" / "chart.png")
     environment = {**os.environ, "PATH": f"{Path(tivar.program).parent}:{os.environ['PATH']}"}
     ran = examples()
     assert len(ran) >= 8
@@ -123,6 +125,7 @@ def test_the_examples_of_the_manual_run(tivar):
         )
         assert (done.returncode, done.stderr) == (0, ""), line
     assert {p.name for p in (tivar.directory / "bmps").iterdir()} == {"photo.bmp", "chart.bmp"}
+    assert (tivar.directory / "made" / "trip" / "chart.bmp").exists()
 
 
 def test_the_manual_and_the_help_have_the_same_options(tivar):

@@ -1,8 +1,8 @@
 #include "hardening/export_list.h"
 #include "hardening/hostile.h"
 
-// A block that cannot be had is an everyday event here, also for the sanitizer, which takes seconds to
-// mark gigabytes that nobody uses.
+// A block that cannot be had is an everyday event here, also for the sanitizer, which takes seconds
+// to mark gigabytes that nobody uses.
 extern "C" const char* __asan_default_options();
 extern "C" __attribute__((visibility("default"))) const char* __asan_default_options() {
     return "allocator_may_return_null=1:max_allocation_size_mb=512";

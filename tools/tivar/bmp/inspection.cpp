@@ -1,6 +1,7 @@
 #include "bmp/inspection.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "bmp/bmp_check.h"
 #include "bmp/bmp_rows.h"
@@ -34,8 +35,8 @@ unsigned highestIndex(const std::vector<uint8_t>& packed, unsigned bits) {
 }
 
 // The first pixel whose colour is beyond the palette.
-BmpFlaws findIndexFlaw(const BmpFile& file) {
-    const PixelRows rows = rowsOf(file, {});
+BmpFlaws findIndexFlaw(const BmpFile& file, const ReadRequest& reading) {
+    const PixelRows rows = rowsOf(file, reading);
     std::vector<uint8_t> packed(packedBytes(rows));
     BmpFlaws flaws;
     for (uint32_t y = 0; y < rows.height && flaws.list.empty(); ++y) {
@@ -49,19 +50,20 @@ BmpFlaws findIndexFlaw(const BmpFile& file) {
     return flaws;
 }
 
-BmpFlaws indexFlaws(const BmpFile& file) {
+BmpFlaws indexFlaws(const BmpFile& file, const ReadRequest& reading) {
     if (holdsImage(file) || file.bits > 8 || file.palette.size() >> file.bits != 0) return {};
     try {
-        return findIndexFlaw(file);
+        return findIndexFlaw(file, reading);
     } catch (const Failure&) {
         return {};  // without certain pixels there are no indices to judge
     }
 }
 
 // All kinds together in the order of the file.
-BmpFlaws allFlaws(const BmpFile& file, const RunMap& pixels) {
+BmpFlaws allFlaws(const BmpFile& file, const RunMap& pixels, const ReadRequest& reading) {
     BmpFlaws all;
-    for (const BmpFlaws& kind : {headerFlaws(file, pixels.end), pixels.flaws, indexFlaws(file)}) {
+    for (const BmpFlaws& kind :
+         {headerFlaws(file, pixels.end), pixels.flaws, indexFlaws(file, reading)}) {
         all.list.insert(all.list.end(), kind.list.begin(), kind.list.end());
         all.more += kind.more;
     }
@@ -77,12 +79,17 @@ const char* nameOfOs2Compression(uint32_t compression) {
 }  // namespace
 
 Inspection inspect(const std::string& input) {
+    return inspect(readBmpBytes(input), nameOfInput(input), {});
+}
+
+Inspection inspect(std::vector<uint8_t> bytes, const std::string& name,
+                   const ReadRequest& reading) {
     Inspection inspection;
-    inspection.name = nameOfInput(input);
-    inspection.file = parseBmp(readBmpBytes(input));
+    inspection.name = name;
+    inspection.file = parseBmp(std::move(bytes));
     const RunMap pixels = mapPixels(inspection.file);
     inspection.pixelsEnd = inspection.file.pixelsAt + pixels.end;
-    inspection.flaws = allFlaws(inspection.file, pixels);
+    inspection.flaws = allFlaws(inspection.file, pixels, reading);
     inspection.notDecoded = pixels.notDecoded;
     return inspection;
 }

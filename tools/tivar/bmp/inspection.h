@@ -3,10 +3,13 @@
 #ifndef TIVAR_TOOL_INSPECTION_H
 #define TIVAR_TOOL_INSPECTION_H
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "bmp/bmp_file.h"
 #include "bmp/bmp_flaw.h"
+#include "picture/image.h"
 
 namespace tool {
 
@@ -19,6 +22,10 @@ struct Inspection {
 };
 
 Inspection inspect(const std::string& input);
+
+// The same of bytes; pictures of more pixels than reading allows are not searched for colours that
+// they have not.
+Inspection inspect(std::vector<uint8_t> bytes, const std::string& name, const ReadRequest& reading);
 
 const char* nameOfForm(BmpForm form);
 const char* nameOfCompression(const BmpFile& file);

@@ -38,7 +38,10 @@ void takeProfile(const BmpFile& file, Image& image) {
 }  // namespace
 
 Image readBmp(std::FILE* stream, const ReadRequest& request) {
-    const BmpFile file = parseBmp(readBmpBytes(stream));
+    return imageOf(parseBmp(readBmpBytes(stream)), request);
+}
+
+Image imageOf(const BmpFile& file, const ReadRequest& request) {
     if (holdsImage(file)) return embeddedImage(file, request);
     PixelRows rows = rowsOf(file, request);
     Image image = newImage(request, formatOf(rows.bits), rows.width, rows.height);

@@ -5,12 +5,15 @@
 
 #include <cstdio>
 
+#include "bmp/bmp_file.h"
 #include "picture/image.h"
 
 namespace tool {
 
 // The file stands at its first byte.
 Image readBmp(std::FILE* file, const ReadRequest& request);
+
+Image imageOf(const BmpFile& file, const ReadRequest& request);
 
 }  // namespace tool
 

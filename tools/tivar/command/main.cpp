@@ -7,6 +7,7 @@
 #include "command/info.h"
 #include "command/options.h"
 #include "export/jobs.h"
+#include "export/tasks.h"
 #include "gallery/gallery.h"
 #include "process/failure.h"
 #include "process/input_file.h"
@@ -56,8 +57,8 @@ int run(int argc, char** argv) {
         return runWithBmp(options);
     }
     if (options.command == Command::Export) {
-        const std::vector<Job> jobs = planJobs(options.jobs);
-        return runJobs(loadLibrary(options.library), jobs, options.jobs);
+        const std::vector<Task> tasks = planTasks(options.jobs);
+        return runTasks(loadLibrary(options.library), tasks, options.jobs);
     }
     if (options.command == Command::Gallery) return runGallery(options);
     if (options.command == Command::InitSettings) {

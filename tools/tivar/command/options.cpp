@@ -11,10 +11,12 @@
 
 #include "command/bmp_options.h"
 #include "command/help_text.h"
+#include "command/many_options.h"
 #include "command/settings_options.h"
 #include "command/usage_error.h"
 #include "export/read_palette.h"
 #include "export/read_picture.h"
+#include "export/reference.h"
 #include "picture/color_words.h"
 #include "process/failure.h"
 
@@ -37,10 +39,15 @@ struct Typed {
     std::string cellArrays;
     std::string background;
     std::string palette;
+    std::string like;
     unsigned colors = 0;
     std::string dither;
     bool rgb565 = false;
     bool rgb555 = false;
+    std::string fit;
+    std::string pad;
+    std::string scale;
+    int rotate = 0;
     bool os2 = false;
     bool version = false;
 };
@@ -75,10 +82,10 @@ PixelSize parseSize(std::string_view text, int resolution) {
               "write it as 640x480 or 6.67x5in");
 }
 
-Color parseColor(const std::string& text) {
+Color parseColor(const std::string& option, const std::string& text) {
     const std::optional<Color> color = colorNamed(text);
     if (color) return *color;
-    failUsage("--background " + text + " is no colour",
+    failUsage(option + " " + text + " is no colour",
               "write it as RRGGBB, such as FFFFFF, as RGB, or as a name, such as white");
 }
 
@@ -94,6 +101,11 @@ void addBackground(CLI::App& app, Typed& typed) {
 }
 
 void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
+    app.add_option("--like", typed.like,
+                   "As this BMP file is, where no other option says otherwise: size, depth, "
+                   "headers, encoding, palette, resolution, order of rows, colour masks")
+        ->check(notEmpty())
+        ->type_name("FILE");
     app.add_option(
            "--bits", typed.bits,
            "Bits per pixel (else those of a palette picture, 24 for true colour); 16 and 32, "
@@ -138,6 +150,32 @@ void addColorOptions(CLI::App& app, Typed& typed) {
     app.add_flag("--rgb555", typed.rgb555, "16 bits: 5 of each, one left over")->excludes(rgb565);
 }
 
+void addShapeOptions(CLI::App& app, Typed& typed) {
+    CLI::Option* size = app.get_option("--size");
+    app.add_option("--fit", typed.fit,
+                   "How the picture meets its --size. contain: whole, in proportion, with borders. "
+                   "cover: in proportion, its edges cut. stretch: out of proportion (else contain "
+                   "on the direct route, which scales smoothly; on the others as their interface "
+                   "does it: stretched, by dropping and repeating pixels)")
+        ->check(oneOf({"contain", "cover", "stretch"}))
+        ->needs(size)
+        ->type_name("contain|cover|stretch");
+    app.add_option("--pad", typed.pad, "Colour of the borders (else that of --background)")
+        ->needs(size)
+        ->type_name("COLOUR");
+    app.add_option("--scale", typed.scale,
+                   "smooth: light is mixed, for photographs. pixel: colours stay as they are, for "
+                   "pixel art (else smooth, but for pictures of at most 64 colours that grow by a "
+                   "whole number)")
+        ->check(oneOf({"smooth", "pixel"}))
+        ->needs(size)
+        ->type_name("smooth|pixel");
+    app.add_option("--rotate", typed.rotate,
+                   "Turn pictures clockwise, once they are upright as their EXIF data say")
+        ->check(oneOf({"90", "180", "270"}))
+        ->type_name("90|180|270");
+}
+
 void addSizeOptions(CLI::App& app, Options& options, Typed& typed) {
     CLI::Option* size =
         app.add_option("--size", typed.size,
@@ -171,7 +209,6 @@ void addQuiet(CLI::App& app, bool& quiet) {
 void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
     app.add_option("INPUT", options.jobs.inputs,
                    "Pictures (" + readableKinds() + "); - is standard input")
-        ->required()
         ->check(notEmpty())
         ->type_name("");
     app.add_option("-o,--output", options.jobs.out,
@@ -179,6 +216,7 @@ void addRunOptions(CLI::App& app, Options& options, Typed& typed) {
                    "input, with suffix .bmp)")
         ->check(notEmpty())
         ->type_name("OUT");
+    addManyOptions(app, options.jobs);
     app.add_option("--via", typed.via, "How the library delivers the file (else file)")
         ->check(oneOf({"file", "memory", "document"}))
         ->type_name("file|memory|document");
@@ -219,8 +257,10 @@ void addGalleryOptions(CLI::App& app, Options& options, Typed& typed) {
     addOrientation(app, options.gallery.each.reading);
     addQuiet(app, options.gallery.each.quiet);
     app.footer(
-        "Pictures of more than 1024 pixels a side are shown reduced by a whole number; their PSNR "
-        "is that of all pixels.");
+        "The page has the filter, the driver and the direct route side by side at each depth, then "
+        "what only the direct route has, with PSNR, the same after a blur, bytes and time of each. "
+        "Pictures of more than 400 pixels a side are shown reduced by a whole number, with their "
+        "middle pixel by pixel; the figures are those of all pixels.");
 }
 
 // The first option that only the interfaces with settings have; "" = there is none.
@@ -233,6 +273,7 @@ std::string settingsOnly(const Typed& typed, const ExportRequest& request) {
 // The first option that only the direct interface has; "" = there is none.
 std::string directOnly(const Typed& typed) {
     if (typed.bits == 16 || typed.bits == 32) return "--bits " + std::to_string(typed.bits);
+    if (!typed.like.empty()) return "--like";
     if (!typed.palette.empty()) return "--palette";
     if (typed.colors != 0) return "--colors";
     if (!typed.dither.empty()) return "--dither";
@@ -268,6 +309,21 @@ void applyColors(const Typed& typed, ColorRequest& colors) {
     if (!typed.palette.empty()) colors.palette = readPalette(typed.palette);
 }
 
+void applyShape(const Typed& typed, ExportRequest& request) {
+    ShapeRequest& shape = request.shape;
+    if (typed.fit == "contain") shape.fit = Fit::Contain;
+    if (typed.fit == "cover") shape.fit = Fit::Cover;
+    if (typed.fit == "stretch") shape.fit = Fit::Stretch;
+    if (typed.scale == "smooth") shape.scaling = Scaling::Smooth;
+    if (typed.scale == "pixel") shape.scaling = Scaling::Pixels;
+    if (!typed.pad.empty()) shape.pad = parseColor("--pad", typed.pad);
+    if (shape.pad && shape.fit && shape.fit != Fit::Contain) {
+        failUsage("--fit " + typed.fit + " leaves no borders for --pad",
+                  "leave out one of the two, or choose --fit contain");
+    }
+    request.reading.quarters = typed.rotate / 90;
+}
+
 void applyTyped(const Typed& typed, ExportRequest& request) {
     if (typed.bits != 0) request.bits = static_cast<uint16_t>(typed.bits);
     if (typed.os2) request.flavour = Flavour::Os2;
@@ -278,15 +334,18 @@ void applyTyped(const Typed& typed, ExportRequest& request) {
     if (typed.resolution != 0 && !typed.size.ends_with("in")) {
         failUsage("--resolution needs a --size in inches", kSeeExportHelp);
     }
-    if (!typed.background.empty()) request.background = parseColor(typed.background);
+    if (!typed.background.empty())
+        request.background = parseColor("--background", typed.background);
     if (typed.via == "memory") request.via = Via::Memory;
     if (typed.via == "document") request.via = Via::Document;
     if (typed.cellArrays == "single") request.cellArrays = CellArrays::Single;
     if (!typed.cellArrays.empty() && typed.route != "driver") {
         failUsage("--cell-arrays needs --route driver", kSeeExportHelp);
     }
+    applyShape(typed, request);
     chooseRoute(typed, request);
     applyColors(typed, request.colors);
+    if (!typed.like.empty()) follow(readReference(typed.like), request);
 }
 
 struct CommandLine {
@@ -308,6 +367,7 @@ void describe(CommandLine& line, Options& options, Typed& typed) {
     addFormatOptions(*line.exporting, options, typed);
     addColorOptions(*line.exporting, typed);
     addSizeOptions(*line.exporting, options, typed);
+    addShapeOptions(*line.exporting, typed);
     addLibrary(*line.exporting, options.library);
     line.gallery = line.app.add_subcommand(
         "gallery", "Export a picture in every form, with a page that shows them");

@@ -3,12 +3,15 @@
 #include <array>
 #include <cerrno>
 #include <new>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "bmp/headers_like.h"
+#include "bmp/little_endian.h"
 #include "export/picture.h"
-#include "export/scaling.h"
+#include "export/wanted_shape.h"
 #include "process/failure.h"
 #include "process/interrupt.h"
 
@@ -19,23 +22,49 @@ namespace {
 struct Bytes {
     int file = -1;
     std::vector<uint8_t> memory;
-    int error = 0;  // an errno value
+    std::span<const uint8_t> head;  // goes before the pixels in place of the library's headers
+    std::vector<uint8_t> own;       // those, as far as they have come
+    int error = 0;                  // an errno value
 };
+
+// The exchange of headers, once all of the library's are there; the rest of the bytes are pixels.
+bool exchangeHeaders(Bytes& taken, const uint8_t* bytes, size_t length) {
+    std::vector<uint8_t>& own = taken.own;
+    own.insert(own.end(), bytes, bytes + length);
+    if (own.size() < kBmpHeaderBytes || own.size() < little32(&own[kBmpPixelOffset])) return false;
+    const size_t offset = little32(&own[kBmpPixelOffset]);
+    const uint64_t pixels = little32(&own[kBmpFileSize]) - offset;
+    if (pixels + taken.head.size() > UINT32_MAX) {
+        taken.error = EFBIG;
+        return false;
+    }
+    std::vector<uint8_t> start = headersLike(taken.head, own);
+    start.insert(start.end(), own.begin() + static_cast<ptrdiff_t>(offset), own.end());
+    own = std::move(start);
+    taken.head = {};
+    return true;
+}
+
+bool store(Bytes& taken, const uint8_t* bytes, size_t length) {
+    if (taken.file >= 0) {
+        taken.error = writeAll(taken.file, bytes, length);
+        return taken.error == 0;
+    }
+    taken.memory.insert(taken.memory.end(), bytes, bytes + length);
+    return true;
+}
 
 size_t receive(void* context, const void* bytes, size_t length) noexcept {
     Bytes& taken = *static_cast<Bytes*>(context);
-    if (taken.file >= 0) {
-        taken.error = writeAll(taken.file, bytes, length);
-        return taken.error == 0 ? length : 0;
-    }
     const auto* first = static_cast<const uint8_t*>(bytes);
     try {
-        taken.memory.insert(taken.memory.end(), first, first + length);
+        if (taken.head.empty()) return store(taken, first, length) ? length : 0;
+        if (!exchangeHeaders(taken, first, length)) return taken.error == 0 ? length : 0;
+        return store(taken, taken.own.data(), taken.own.size()) ? length : 0;
     } catch (const std::bad_alloc&) {
         taken.error = ENOMEM;
         return 0;
     }
-    return length;
 }
 
 int32_t onProgress(void* context, int32_t percent) noexcept {
@@ -64,24 +93,17 @@ int32_t formatOf(PixelFormat format) {
     }
 }
 
-bool hasAlpha(const Image& image) {
-    return image.format == PixelFormat::GreyAlpha || image.format == PixelFormat::Rgba ||
-           !image.alphas.empty();
-}
-
-// Files have an alpha of their own at 32 bits, unless a background is asked for.
-bool keepsAlpha(const ExportRequest& request, const Image& image) {
-    return request.bits == 32 && !request.background && hasAlpha(image);
-}
-
 Image withAlpha(const Image& image) {
-    ReadRequest any;
-    any.limitPixels = UINT64_MAX;
-    Image colors = newImage(any, PixelFormat::Rgba, image.width, image.height);
+    Image colors = newImage(PixelFormat::Rgba, {image.width, image.height});
     for (size_t y = 0; y < image.height; ++y) {
         convertRow(image, rowAt(image, y), PixelFormat::Rgba, rowAt(colors, y));
     }
     return colors;
+}
+
+// Whether pixels that have no alpha get one, opaque.
+bool addsAlpha(const ExportRequest& request, const Image& image) {
+    return request.like.alpha.value_or(false) && image.format != PixelFormat::Rgba;
 }
 
 // The image in a format that the library takes.
@@ -106,46 +128,20 @@ struct View {
     TivarPicture picture{};
 };
 
-View viewOf(const Image& image, PixelSize size, const uint8_t* rows, size_t stride) {
+View viewOf(const Image& image) {
     View view;
     view.palette = packed(image.palette);
     TivarPicture& picture = view.picture;
     picture.size = sizeof picture;
     picture.format = formatOf(image.format);
-    picture.width = size.width;
-    picture.height = size.height;
-    picture.pixels = rows + stride * (size.height - 1);
-    picture.stride = -static_cast<ptrdiff_t>(stride);
+    picture.width = image.width;
+    picture.height = image.height;
+    picture.pixels = rowAt(image, 0);
+    picture.stride = -static_cast<ptrdiff_t>(image.stride);
     if (!isIndexed(image.format)) return view;
     picture.palette = view.palette.data();
     picture.palette_count = static_cast<uint32_t>(image.palette.size());
     return view;
-}
-
-View viewOf(const Image& image) {
-    return viewOf(image, {image.width, image.height}, image.pixels.get(), image.stride);
-}
-
-View viewOf(const Picture& picture) {
-    return viewOf(picture.source, {picture.width, picture.height}, picture.rows, picture.stride);
-}
-
-bool changesSize(const ExportRequest& request, const Image& image) {
-    return request.size &&
-           (request.size->width != image.width || request.size->height != image.height);
-}
-
-// The picture at the wanted size, by the library's scaler.
-Picture scaled(const Library& library, const ExportRequest& request, Image image) {
-    if (image.format == PixelFormat::Rgba) {
-        failUsage("--size does not keep transparent pixels",
-                  "give them a colour with --background, or leave out --size");
-    }
-    const PixelSize size = *request.size;
-    Picture picture = pictureOf(library, std::move(image), Color{});
-    refuseTallShrinking(picture, size);
-    scaleTo(library, picture, size);
-    return picture;
 }
 
 [[noreturn]] void failDirectly(const TivarReport& report, const Bytes& taken,
@@ -247,6 +243,10 @@ TivarOptions directOptions(const ExportRequest& request, const Image& image) {
     requireColors(request.colors, bits);
     const Flavour flavour = request.flavour.value_or(Flavour::Windows);
     options.bits = bits;
+    options.header = request.like.header;
+    options.row_order = request.like.topDown ? TIVAR_TOP_DOWN : TIVAR_BOTTOM_UP;
+    options.x_per_meter = request.like.xPerMeter;
+    options.y_per_meter = request.like.yPerMeter;
     if (flavour == Flavour::Os2) {
         requireOs2(bits);
         options.header = TIVAR_HEADER_OS2;
@@ -264,16 +264,13 @@ FileStart deliverDirectly(const Library& library, const ExportRequest& request, 
                           const Output& output, Progress& progress) {
     Bytes taken;
     if (!output.part.empty()) taken.file = output.file.number;
+    taken.head = request.like.head;
     Image source = prepared(std::move(image), request);
     TivarOptions options = directOptions(request, source);
     const std::vector<uint8_t> palette = packed(request.colors.palette);
     setColors(options, request.colors, palette);
-    if (changesSize(request, source)) {
-        const Picture picture = scaled(library, request, std::move(source));
-        run(library, viewOf(picture), options, output, progress, taken);
-    } else {
-        run(library, viewOf(source), options, output, progress, taken);
-    }
+    if (addsAlpha(request, source)) source = withAlpha(source);
+    run(library, viewOf(source), options, output, progress, taken);
     if (taken.file >= 0) return startOf(taken.file);
     const int error = writeAll(output.file.number, taken.memory.data(), taken.memory.size());
     if (error != 0) failErrno(output.name, error);

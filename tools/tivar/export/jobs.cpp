@@ -1,138 +1,167 @@
 #include "export/jobs.h"
 
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
+#include <chrono>
 #include <map>
-#include <system_error>
+#include <utility>
 
+#include "export/report_file.h"
+#include "export/run_job.h"
+#include "export/tally.h"
+#include "export/workers.h"
 #include "process/failure.h"
 #include "process/input_file.h"
 #include "process/interrupt.h"
-#include "process/lower_case.h"
 #include "process/output.h"
-
-namespace fs = std::filesystem;
+#include "process/part_file.h"
 
 namespace tool {
 namespace {
 
-bool isDirectory(const std::string& path) {
-    std::error_code error;
-    return fs::is_directory(path, error);
+using Clock = std::chrono::steady_clock;
+
+// Whether the inputs are one that the user named, which has the terminal for itself.
+bool isAlone(const std::vector<Task>& tasks, const JobsRequest& request) {
+    return tasks.size() == 1 && request.inputs.size() == 1 && !takesMany(request);
 }
 
-std::string targetFor(const std::string& input, const JobsRequest& request) {
-    const bool intoDirectory = isDirectory(request.out);
-    if (!request.out.empty() && !intoDirectory) return request.out;
-    if (input == "-") failUsage("standard input has no name", "name the output file with -o");
-    const fs::path directory =
-        intoDirectory ? fs::path(request.out) : fs::path(input).parent_path();
-    return (directory / fs::path(input).filename().replace_extension(".bmp")).string();
+// Since it was planned, others may have written the target.
+Outcome exportOne(const Library& library, const Job& job, const ExportRequest& request,
+                  bool onlyOne) {
+    const Clock::time_point begin = Clock::now();
+    Outcome outcome;
+    try {
+        if (std::optional<Outcome> settled = settledBy(job)) return *std::move(settled);
+        outcome.exported = runJob(library, job, request, onlyOne);
+    } catch (const Interrupted&) {
+        throw;
+    } catch (...) {
+        outcome = failed(job, currentFailure(nameOfInput(job.input)));
+    }
+    outcome.seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+    return outcome;
 }
 
-// The same text for every way to write the same file.
-std::string identity(const std::string& path) {
-    std::error_code error;
-    const fs::path absolute = fs::absolute(followLinks(path), error).lexically_normal();
-    return (fs::weakly_canonical(absolute.parent_path(), error) / absolute.filename()).string();
+// In a worker, whose lines wait for their turn.
+Outcome exportSilently(const Library& library, const Job& job, const ExportRequest& request) {
+    std::string lines;
+    collectReports(&lines);
+    Outcome outcome = exportOne(library, job, request, false);
+    collectReports(nullptr);
+    outcome.said = lines + outcome.said;
+    return outcome;
 }
 
-void refuseSameTargets(const std::vector<Job>& jobs) {
-    std::map<std::string, std::string> writers;
-    for (const Job& job : jobs) {
-        const auto [place, fresh] = writers.try_emplace(identity(job.target), job.input);
-        if (!fresh) {
-            failUsage(place->second + " and " + job.input + " would both write " + job.target,
-                      "export them into different directories");
+// Tells of the tasks in their order, whichever is done first.
+struct Teller {
+    const JobsRequest& request;
+    const std::vector<Task>& tasks;
+    ReportFile& report;
+    Tally tally{};
+    size_t next = 0;
+    std::map<size_t, Outcome> waiting{};
+    bool complete = true;  // the report has all lines
+
+    void tell(size_t task, const Outcome& outcome) {
+        showLines(tally, outcome.said);
+        try {
+            addLine(report, reportLine(tasks[task].job, request.each.route, outcome));
+        } catch (const Failure& failure) {
+            complete = false;
+            showLines(tally, lineOf(failure.file, failure.what, failure.remedy));
         }
     }
-}
 
-// A second name that is one of a BMP file is rather the target: as a picture to read it would be
-// written over itself.
-void refuseForgottenOption(const JobsRequest& request) {
-    if (request.inputs.size() != 2 || !request.out.empty()) return;
-    const std::string& last = request.inputs.back();
-    const std::string suffix = inLowerCase(fs::path(last).extension().string());
-    if (suffix == ".bmp" || suffix == ".dib") {
-        failUsage(last + " would be a second picture to read", "did you mean -o " + last + "?");
-    }
-}
-
-void checkUsage(const JobsRequest& request) {
-    refuseForgottenOption(request);
-    const bool several = request.inputs.size() > 1;
-    if (several && !request.out.empty() && !isDirectory(request.out)) {
-        failUsage("-o " + request.out + " is no directory for several inputs",
-                  "name an existing directory");
-    }
-    refuseTerminal(request.out);
-}
-
-int runOne(const Library& library, const Job& job, const JobsRequest& request, bool onlyOne) {
-    return reporting(nameOfInput(job.input), [&] {
-        runJob(library, job, request.each, onlyOne);
-        return static_cast<int>(kDone);
-    });
-}
-
-// Tells of workers that ended without a line of their own: the worker's exit code.
-int exitCodeOf(int status, const std::string& input) {
-    const int code = WIFEXITED(status) ? WEXITSTATUS(status) : kSignalBase + WTERMSIG(status);
-    if (code > kSignalBase && pendingSignal() == 0) {
-        report(input, std::string("the export was ended (") + ::strsignal(code - kSignalBase) + ")",
-               "try it on its own");
-    }
-    return code;
-}
-
-int runWorkers(const Library& library, const std::vector<Job>& jobs, const JobsRequest& request) {
-    std::map<pid_t, const Job*> running;
-    auto next = jobs.begin();
-    int result = kDone;
-    while (true) {
-        while (next != jobs.end() && running.size() < request.atOnce && pendingSignal() == 0) {
-            const Job& job = *next++;
-            const pid_t worker = forkWorker();
-            if (worker == 0) std::_Exit(runOne(library, job, request, false));
-            if (worker > 0) {
-                running[worker] = &job;
+    // What is at hand, up to the first task that is not done.
+    void tellNext() {
+        for (; next != tasks.size(); ++next) {
+            const auto done = waiting.find(next);
+            if (done != waiting.end()) {
+                tell(next, done->second);
+                waiting.erase(done);
+            } else if (tasks[next].settled) {
+                tell(next, *tasks[next].settled);
             } else {
-                report(job.input, std::strerror(errno), "try a smaller -j");
-                result = kExportFailed;
+                return;
             }
         }
-        if (running.empty()) return result;
-        int status = 0;
-        const auto ended = running.find(awaitWorker(status));
-        if (ended == running.end()) continue;
-        if (exitCodeOf(status, ended->second->input) != kDone) result = kExportFailed;
-        running.erase(ended);
     }
+
+    // What is at hand, also behind tasks that will not be done.
+    void tellRest() {
+        for (tellNext(); next != tasks.size(); tellNext()) ++next;
+    }
+};
+
+void runAll(const Library& library, Teller& teller) {
+    const std::vector<Task>& tasks = teller.tasks;
+    const ExportRequest& each = teller.request.each;
+    std::vector<size_t> left;
+    std::vector<std::string> targets;
+    for (size_t i = 0; i < tasks.size(); ++i) {
+        if (tasks[i].settled) continue;
+        left.push_back(i);
+        targets.push_back(followLinks(tasks[i].job.target));
+    }
+    teller.tally.wanted = left.size();
+    removeLeftovers(targets);
+    teller.tellNext();
+    size_t done = 0;
+    showCount(teller.tally, done);
+    WorkOrder order;
+    order.atOnce = teller.request.atOnce;
+    order.work = [&](size_t task) { return exportSilently(library, tasks[task].job, each); };
+    order.failed = [&](size_t task, const std::string& what, const std::string& remedy) {
+        return failed(tasks[task].job, {tasks[task].job.input, what, remedy});
+    };
+    order.tell = [&](size_t task, Outcome outcome) {
+        add(teller.tally, outcome);
+        teller.waiting.emplace(task, std::move(outcome));
+        teller.tellNext();
+        showCount(teller.tally, ++done);
+    };
+    runInWorkers(left, order);
+    teller.tellRest();
+}
+
+// One that is settled, or done in this process.
+int runAlone(const Library& library, Teller& teller) {
+    const Task& task = teller.tasks.front();
+    const Outcome outcome =
+        task.settled ? *task.settled : exportOne(library, task.job, teller.request.each, true);
+    if (!task.settled) add(teller.tally, outcome);
+    teller.tell(0, outcome);
+    return outcome.exitCode;
 }
 
 }  // namespace
 
-std::vector<Job> planJobs(const JobsRequest& request) {
-    checkUsage(request);
-    std::vector<Job> jobs;
-    for (const std::string& input : request.inputs) {
-        jobs.push_back({input, targetFor(input, request)});
+// With the options for many files the summary is a part of the answer; without them it is for the
+// terminal.
+int runTasks(const Library& library, const std::vector<Task>& tasks, const JobsRequest& request) {
+    ReportFile report = openReport(request.report);
+    Teller teller{request, tasks, report};
+    Tally& tally = teller.tally;
+    for (const Task& task : tasks) {
+        if (task.settled) add(tally, *task.settled);
     }
-    refuseSameTargets(jobs);
-    return jobs;
-}
-
-int runJobs(const Library& library, const std::vector<Job>& jobs, const JobsRequest& request) {
-    if (jobs.size() == 1) return runOne(library, jobs.front(), request, true);
-    const int result = runWorkers(library, jobs, request);
+    const bool alone = isAlone(tasks, request);
+    const bool terminal = !request.each.quiet && ::isatty(STDERR_FILENO) != 0;
+    tally.visible = terminal && !alone;
+    int result = kDone;
+    if (alone) {
+        result = runAlone(library, teller);
+    } else {
+        runAll(library, teller);
+        if (tally.failed != 0) result = kExportFailed;
+    }
+    const bool many = takesMany(request) || request.existing == Existing::KeepNewer;
+    if (tally.visible || (many && !request.each.quiet)) {
+        showLines(tally, "tivar: " + summaryOf(tally) + "\n");
+    }
     throwIfInterrupted();
-    return result;
+    return teller.complete ? result : kExportFailed;
 }
 
 }  // namespace tool

@@ -1,4 +1,4 @@
-// Several inputs: which file each one makes, and worker processes that make them.
+// Several inputs, exported by worker processes: what the user hears of it.
 
 #ifndef TIVAR_TOOL_JOBS_H
 #define TIVAR_TOOL_JOBS_H
@@ -6,16 +6,13 @@
 #include <vector>
 
 #include "export/request.h"
-#include "export/run_job.h"
+#include "export/tasks.h"
 #include "process/library.h"
 
 namespace tool {
 
-// Targets that do not fit the inputs are wrong usage.
-std::vector<Job> planJobs(const JobsRequest& request);
-
-// Runs all jobs, whichever fail: the exit code.
-int runJobs(const Library& library, const std::vector<Job>& jobs, const JobsRequest& request);
+// Runs all tasks, whichever fail: the exit code.
+int runTasks(const Library& library, const std::vector<Task>& tasks, const JobsRequest& request);
 
 }  // namespace tool
 

@@ -20,11 +20,13 @@ bool isGrey(Color color) {
     return color.red == color.green && color.green == color.blue;
 }
 
-// Room for the blended picture: sides were checked when its source was read.
+// Room for the blended picture.
 Image emptyLike(const Image& image, PixelFormat format) {
-    ReadRequest any;
-    any.limitPixels = UINT64_MAX;
-    return newImage(any, format, image.width, image.height);
+    Image empty = newImage(format, {image.width, image.height});
+    empty.orientation = image.orientation;
+    empty.whole = image.whole;
+    empty.eighths = image.eighths;
+    return empty;
 }
 
 Image blendGreys(const Image& image, uint8_t background) {
@@ -78,6 +80,11 @@ void blendPalette(Image& image, Color background) {
 }
 
 }  // namespace
+
+bool hasAlpha(const Image& image) {
+    return image.format == PixelFormat::GreyAlpha || image.format == PixelFormat::Rgba ||
+           !image.alphas.empty();
+}
 
 // Greys stay greys over a grey background.
 Image opaque(Image image, Color background) {

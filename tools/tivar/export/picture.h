@@ -25,6 +25,8 @@ struct Picture {
     uint8_t* rows{};
 };
 
+bool hasAlpha(const Image& image);
+
 // The image with transparent pixels blended with background.
 Image opaque(Image image, Color background);
 

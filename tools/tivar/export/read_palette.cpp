@@ -136,12 +136,11 @@ std::string contents(const std::string& name) {
     return {bytes.begin(), bytes.end()};
 }
 
-std::vector<Color> readFile(const std::string& name) {
-    const std::string suffix = inLowerCase(fs::path(name).extension().string());
-    if (suffix != ".act" && suffix != ".pal" && suffix != ".gpl" && suffix != ".hex") {
-        return readFromPicture(name);
-    }
-    const std::string bytes = contents(name);
+bool isPaletteSuffix(const std::string& suffix) {
+    return suffix == ".act" || suffix == ".pal" || suffix == ".gpl" || suffix == ".hex";
+}
+
+std::vector<Color> parse(const std::string& bytes, const std::string& suffix) {
     if (suffix == ".act") return readTable(bytes);
     if (suffix == ".hex") return readLines(bytes, 0, readDigits);
     const bool chunks = bytes.size() > kChunkAt && bytes.starts_with("RIFF");
@@ -151,21 +150,33 @@ std::vector<Color> readFile(const std::string& name) {
     failBroken("it does not begin like one");
 }
 
-std::vector<Color> readChecked(const std::string& name) {
-    std::vector<Color> colors = readFile(name);
+void requireCount(const std::vector<Color>& colors) {
     if (colors.empty()) failBroken("it has no colours");
     if (colors.size() > kMostColors) {
         fail("has more than 256 colours", "take a palette of 1 to 256");
     }
+}
+
+std::vector<Color> readFile(const std::string& name) {
+    const std::string suffix = inLowerCase(fs::path(name).extension().string());
+    if (isPaletteSuffix(suffix)) return paletteIn(contents(name), suffix);
+    std::vector<Color> colors = readFromPicture(name);
+    requireCount(colors);
     return colors;
 }
 
 }  // namespace
 
+std::vector<Color> paletteIn(const std::string& bytes, const std::string& suffix) {
+    std::vector<Color> colors = parse(bytes, suffix);
+    requireCount(colors);
+    return colors;
+}
+
 std::vector<Color> readPalette(const std::string& name) {
     if (const std::optional<std::vector<Color>> known = paletteNamed(name)) return *known;
     try {
-        return readChecked(name);
+        return readFile(name);
     } catch (Failure& failure) {
         if (failure.file.empty()) failure.file = nameOfInput(name);
         throw;

@@ -14,6 +14,10 @@ namespace tool {
 // program, or a picture with one. 1 to 256 colours.
 std::vector<Color> readPalette(const std::string& name);
 
+// The palette in the bytes of a drawing program's file, by the suffix of its name in lower case:
+// .act, .gpl, .hex or .pal.
+std::vector<Color> paletteIn(const std::string& bytes, const std::string& suffix);
+
 }  // namespace tool
 
 #endif

@@ -1,7 +1,10 @@
 #include "export/read_picture.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <string_view>
 
 #include "bmp/read_bmp.h"
@@ -10,6 +13,8 @@
 #include "picture/upright.h"
 #include "process/failure.h"
 #include "process/input_file.h"
+#include "process/lower_case.h"
+#include "process/system.h"
 
 namespace tool {
 namespace {
@@ -40,7 +45,39 @@ Image readAny(std::FILE* file, const ReadRequest& request) {
          "convert it to one of them first");
 }
 
+constexpr std::array kSuffixes{".bmp",  ".dib",  ".png",  ".jpg",  ".jpeg", ".jpe",
+                               ".jfif", ".pnm",  ".ppm",  ".pgm",  ".pbm",  ".gif",
+                               ".tif",  ".tiff", ".webp", ".heic", ".heif", ".avif"};
+
+// Two letters are what many texts begin with, so that more than those are looked at: the second
+// byte of a BMP header's length, and what follows the kind of a PNM file.
+bool beginsLikeText(std::string_view start) {
+    if (start.starts_with("BM")) return start.size() < kSignatureBytes || start[15] != 0;
+    if (!start.starts_with('P')) return false;
+    const auto isOneOf = [start](size_t at, std::string_view characters) {
+        return start.size() > at && characters.find(start[at]) != std::string_view::npos;
+    };
+    return !isOneOf(2, " \t\r\n") || !isOneOf(3, " \t\r\n#0123456789");
+}
+
+bool isKnown(std::string_view start) {
+    const auto knows = [start](const ImageReader& reader) { return reader.knows(start); };
+    const auto readers = imageReaders();
+    return start.starts_with("BM") || std::any_of(readers.begin(), readers.end(), knows);
+}
+
 }  // namespace
+
+bool isMeantAsPicture(const std::string& path) {
+    const std::string suffix = inLowerCase(std::filesystem::path(path).extension().string());
+    if (std::find(kSuffixes.begin(), kSuffixes.end(), suffix) != kSuffixes.end()) return true;
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (file.number < 0) return errno != ENOENT && errno != ELOOP;  // reading it will say why
+    std::array<char, kSignatureBytes> bytes{};
+    const ssize_t got = ::read(file.number, bytes.data(), bytes.size());
+    const std::string_view start(bytes.data(), got < 0 ? 0 : static_cast<size_t>(got));
+    return isKnown(start) && !beginsLikeText(start);
+}
 
 std::string readableKinds() {
     std::string names = "BMP";
@@ -48,11 +85,17 @@ std::string readableKinds() {
     return names;
 }
 
-Image readPicture(const std::string& name, const ReadRequest& request) {
+Image readStored(const std::string& name, const ReadRequest& request) {
     const OpenFile file = openInput(name);
     Image image = readAny(file.get(), request);
     convertToSrgb(image, request);
-    if (request.orient) makeUpright(image, request);
+    image.orientation = turnedFurther(request.orient ? image.orientation : 1, request.quarters);
+    return image;
+}
+
+Image readPicture(const std::string& name, const ReadRequest& request) {
+    Image image = readStored(name, request);
+    makeUpright(image);
     return image;
 }
 

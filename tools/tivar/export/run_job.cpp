@@ -17,6 +17,7 @@
 #include "export/filter_route.h"
 #include "export/picture.h"
 #include "export/read_picture.h"
+#include "export/wanted_shape.h"
 #include "process/failure.h"
 #include "process/library_voice.h"
 #include "process/lower_case.h"
@@ -117,12 +118,29 @@ struct Errand {
     Clock::time_point begin{};
 };
 
+void makeFolders(const std::string& target) {
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::path(target).parent_path();
+    if (!folder.empty()) std::filesystem::create_directories(folder, error);
+    if (error) failErrno(folder.string(), error.value());
+}
+
+Output openOutput(const Errand& errand) {
+    const Job& job = errand.job;
+    if (job.makesFolders) makeFolders(job.target);
+    return {job.target, errand.voice.standardOutput, job.existing != Existing::Refuse};
+}
+
 Image readInput(Errand& errand) {
     showStep(errand.progress, "reading");
-    Image image = readPicture(errand.job.input, errand.request.reading);
+    Image image = errand.job.image == nullptr
+                      ? readStored(errand.job.input, readingFor(errand.request))
+                      : copyOf(*errand.job.image);
     errand.notices = std::move(image.notices);
+    const std::vector<Notice>& like = errand.request.like.notices;
+    errand.notices.insert(errand.notices.end(), like.begin(), like.end());
     refuseOwnInput(errand.job.input, errand.job.target, "name another file with -o");
-    return image;
+    return inWantedShape(std::move(image), errand.request);
 }
 
 Exported finish(const Errand& errand, Output& output, const FileStart& start) {
@@ -133,14 +151,14 @@ Exported finish(const Errand& errand, Output& output, const FileStart& start) {
         showNotice(errand.progress, notice.what, notice.remedy);
     }
     tellMisnamed(errand.progress, errand.job.target);
-    return {start.length, spent.count()};
+    return {start.length, spent.count(), sizeInFile(start), headersIn(start.bytes).bits};
 }
 
 Exported runDirectly(Errand& errand) {
     Image image = readInput(errand);
     errand.begin = Clock::now();
     showStep(errand.progress, "exporting");
-    Output output(errand.job.target, errand.voice.standardOutput);
+    Output output = openOutput(errand);
     const FileStart start =
         deliverDirectly(errand.library, errand.request, std::move(image), output, errand.progress);
     return finish(errand, output, start);
@@ -157,7 +175,7 @@ Exported runBySettings(Errand& errand) {
     errand.begin = Clock::now();
     ExportPlan plan = planExport(settings, request, picture);
     showStep(errand.progress, "exporting");
-    Output output(errand.job.target, errand.voice.standardOutput);
+    Output output = openOutput(errand);
     const Workshop shop{request, errand.voice, settings, picture, output, errand.progress};
     Delivery delivery =
         request.route == Route::Driver ? deliverByDriver(shop, plan) : deliverByFilter(shop, plan);

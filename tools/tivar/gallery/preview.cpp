@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "export/scaling.h"
 #include "gallery/html.h"
 #include "picture/write_picture.h"
 #include "process/failure.h"
@@ -13,7 +14,12 @@
 namespace tool {
 namespace {
 
-constexpr uint32_t kLongestPreview = 1024;
+// In pixels of the page: three pictures side by side fit a page of 1280.
+constexpr uint32_t kShotWidth = 352;
+constexpr uint32_t kShotHeight = 220;
+constexpr uint32_t kDetailEnlarged = 2;
+
+constexpr uint32_t kLongestPreview = 400;
 
 // Whole-number blocks of one row of blocks.
 struct Blocks {
@@ -51,10 +57,42 @@ struct FreeMemory {
     void operator()(char* memory) const { std::free(memory); }
 };
 
+// The middle of the picture, of at most width x height pixels; it begins with a whole byte.
+PixelRows middle(const PixelRows& rows, uint32_t width, uint32_t height) {
+    PixelRows part;
+    part.width = std::min(width, rows.width);
+    part.height = std::min(height, rows.height);
+    part.bits = rows.bits;
+    part.palette = rows.palette;
+    const size_t left = (rows.width - part.width) / 2 / 8 * 8;
+    const uint32_t top = (rows.height - part.height) / 2;
+    const size_t count = packedBytes(part);
+    part.read = [rows, left, top, count](uint32_t y, uint8_t* packed) {
+        std::vector<uint8_t> whole(packedBytes(rows));
+        rows.read(top + y, whole.data());
+        std::copy_n(&whole[left * rows.bits / 8], count, packed);
+    };
+    return part;
+}
+
+std::string dataAddress(const PixelRows& rows, const char* kind,
+                        int (*write)(const PixelRows& rows, std::FILE* file)) {
+    char* text = nullptr;
+    size_t size = 0;
+    OpenFile file(::open_memstream(&text, &size));
+    if (file == nullptr) failErrno("", errno);
+    const int error = write(rows, file.get());
+    file.reset();  // only now the text stays where it is
+    const std::unique_ptr<char, FreeMemory> owner(text);
+    if (error != 0) failErrno("", error);
+    return "data:image/" + std::string(kind) + ";base64," + base64({text, size});
+}
+
 }  // namespace
 
-uint32_t previewFactor(uint32_t width, uint32_t height) {
-    return (std::max(width, height) + kLongestPreview - 1) / kLongestPreview;
+PreviewScale previewScale(uint32_t width, uint32_t height) {
+    const uint32_t longest = std::max(width, evenHeight(height));
+    return {(longest + kLongestPreview - 1) / kLongestPreview, std::max(1u, kShotWidth / longest)};
 }
 
 PixelRows reduced(const PixelRows& rows, uint32_t factor) {
@@ -70,33 +108,22 @@ PixelRows reduced(const PixelRows& rows, uint32_t factor) {
     return small;
 }
 
-PixelRows middle(const PixelRows& rows, uint32_t width, uint32_t height) {
-    PixelRows part;
-    part.width = std::min(width, rows.width);
-    part.height = std::min(height, rows.height);
-    part.bits = 24;
-    const size_t left = (rows.width - part.width) / 2;
-    const uint32_t top = (rows.height - part.height) / 2;
-    const size_t count = size_t{part.width} * 3;
-    part.read = [rows, left, top, count](uint32_t y, uint8_t* packed) {
-        std::vector<uint8_t> scratch;
-        std::vector<uint8_t> colors(size_t{rows.width} * 3);
-        readColors(rows, top + y, scratch, colors.data());
-        std::copy_n(&colors[left * 3], count, packed);
-    };
-    return part;
+Preview previewOf(const PixelRows& rows, PreviewScale scale) {
+    if (scale.factor == 1) {
+        return {dataAddress(rows, "png", writePng), rows.width, rows.height, scale.enlarged};
+    }
+    const PixelRows small = reduced(rows, scale.factor);
+    return {dataAddress(small, "jpeg", writeJpeg), small.width, small.height, 1};
 }
 
-std::string dataAddress(const PixelRows& rows) {
-    char* text = nullptr;
-    size_t size = 0;
-    OpenFile file(::open_memstream(&text, &size));
-    if (file == nullptr) failErrno("", errno);
-    const int error = writePng(rows, file.get());
-    file.reset();  // only now the text stays where it is
-    const std::unique_ptr<char, FreeMemory> owner(text);
-    if (error != 0) failErrno("", error);
-    return "data:image/png;base64," + base64({text, size});
+bool deservesDetail(PreviewScale scale) {
+    return scale.enlarged < kDetailEnlarged;
+}
+
+Preview detailOf(const PixelRows& rows) {
+    const PixelRows part =
+        middle(rows, kShotWidth / kDetailEnlarged, kShotHeight / kDetailEnlarged);
+    return {dataAddress(part, "png", writePng), part.width, part.height, kDetailEnlarged};
 }
 
 }  // namespace tool

@@ -108,15 +108,20 @@ uint64_t rowBytes(uint64_t width, unsigned bits) {
     return (width * bits + 31) / 32 * 4;
 }
 
-Image newImage(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height) {
+void requireSize(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height) {
     constexpr uint64_t kBeyond = uint64_t{1} << 31;  // products of smaller sides do not overflow
     const bool sane = width < kBeyond && height < kBeyond;
-    const uint64_t bytes = sane ? rowBytes(width, bitsOf(format)) * height : UINT64_MAX;
-    checkSize(request, width, height, bytes);
+    checkSize(request, width, height, sane ? rowBytes(width, bitsOf(format)) * height : UINT64_MAX);
+}
+
+Image newImage(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height) {
+    requireSize(request, format, width, height);
+    const uint64_t bytes = rowBytes(width, bitsOf(format)) * height;
     Image image;
     image.format = format;
     image.width = static_cast<uint32_t>(width);
     image.height = static_cast<uint32_t>(height);
+    image.whole = {image.width, image.height};
     image.stride = rowBytes(width, bitsOf(format));
     image.pixels.reset(static_cast<uint8_t*>(std::calloc(bytes + kSlack, 1)));
     if (image.pixels == nullptr) {
@@ -125,6 +130,26 @@ Image newImage(const ReadRequest& request, PixelFormat format, uint64_t width, u
     }
     preferLargePages(image.pixels.get(), bytes);
     return image;
+}
+
+Image newImage(PixelFormat format, PixelSize size) {
+    ReadRequest any;
+    any.limitPixels = std::numeric_limits<uint64_t>::max();
+    any.longestSide = std::numeric_limits<uint64_t>::max();
+    return newImage(any, format, size.width, size.height);
+}
+
+Image copyOf(const Image& image) {
+    Image copy = newImage(image.format, {image.width, image.height});
+    std::copy_n(image.pixels.get(), image.stride * image.height, copy.pixels.get());
+    copy.palette = image.palette;
+    copy.alphas = image.alphas;
+    copy.profile = image.profile;
+    copy.orientation = image.orientation;
+    copy.whole = image.whole;
+    copy.eighths = image.eighths;
+    copy.notices = image.notices;
+    return copy;
 }
 
 std::vector<Color> greys(unsigned count) {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -50,6 +51,9 @@ struct Image {
     std::vector<uint8_t> alphas;   // of the palette's first entries; others are opaque
     std::vector<uint8_t> profile;  // the ICC profile of its colours
     int orientation = 1;           // as EXIF counts; 1 = upright
+    // What the file holds, when its reader decoded it smaller: so many eighths of these sides.
+    PixelSize whole{};
+    unsigned eighths = 8;
     std::vector<Notice> notices;
 };
 
@@ -59,6 +63,10 @@ struct ReadRequest {
     uint64_t longestSide = kLargestSide;
     bool orient = true;
     bool lenient = false;  // damaged pictures as far as they go
+    int quarters = 0;      // turned clockwise so often, once it is upright
+    // How much of its sides is enough of a stored picture of that size and orientation, for readers
+    // that decode a smaller one in less time; none = all of it.
+    std::function<double(PixelSize stored, int orientation)> enough;
 };
 
 unsigned bitsOf(PixelFormat format);
@@ -70,8 +78,16 @@ PixelFormat indexFormat(size_t colors);
 // Bytes of one row, padded to a multiple of 4.
 uint64_t rowBytes(uint64_t width, unsigned bits);
 
+// Sides or products beyond what is asked or possible are Failures.
+void requireSize(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height);
+
 // A zeroed picture; sides or products beyond what is asked or possible are Failures.
 Image newImage(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height);
+
+// The same without limits, for what is made of pictures that kept to them.
+Image newImage(PixelFormat format, PixelSize size);
+
+Image copyOf(const Image& image);
 
 // Row y, counted from the top.
 inline uint8_t* rowAt(const Image& image, size_t y) {

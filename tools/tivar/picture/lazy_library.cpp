@@ -2,20 +2,22 @@
 
 #include <dlfcn.h>
 
-#include <string>
-
 #include "process/failure.h"
 
 namespace tool {
 
-void* loadLazily(const char* fileName, const char* kind) {
+void* loadLazily(const char* fileName, const std::string& what, const std::string& remedy) {
     void* module = ::dlopen(fileName, RTLD_NOW | RTLD_LOCAL);
     if (module == nullptr) {
         failWithoutDescriptors();
-        fail(std::string("is a ") + kind + " picture, which needs " + fileName,
-             "install it or convert the picture first");
+        fail(what, remedy);
     }
     return module;
+}
+
+void* loadLazily(const char* fileName, const char* kind) {
+    return loadLazily(fileName, std::string("is a ") + kind + " picture, which needs " + fileName,
+                      "install it or convert the picture first");
 }
 
 void* addressIn(void* module, const char* fileName, const char* name) {

@@ -1,6 +1,7 @@
 #include "picture/upright.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <utility>
 
@@ -97,18 +98,35 @@ void turnImage(const Image& from, const Image& to, Turn turn) {
 
 }  // namespace
 
-void makeUpright(Image& image, const ReadRequest& request) {
+// The four quarters of a picture, and those of a mirrored one.
+int turnedFurther(int orientation, int quarters) {
+    constexpr std::array<int, 4> kPlain{1, 6, 3, 8};
+    constexpr std::array<int, 4> kMirrored{2, 7, 4, 5};
+    for (const auto& cycle : {kPlain, kMirrored}) {
+        const auto* at = std::find(cycle.begin(), cycle.end(), orientation);
+        if (at == cycle.end()) continue;
+        return cycle[static_cast<size_t>(at - cycle.begin() + quarters) % cycle.size()];
+    }
+    return orientation;
+}
+
+bool exchangesSides(int orientation) {
+    return turnOf(orientation).exchanges;
+}
+
+void makeUpright(Image& image) {
     const int orientation = std::exchange(image.orientation, 1);
     if (orientation == 1) return;
     const Turn turn = turnOf(orientation);
     const PixelSize size = turn.exchanges ? PixelSize{image.height, image.width}
                                           : PixelSize{image.width, image.height};
-    Image upright = newImage(request, image.format, size.width, size.height);
+    Image upright = newImage(image.format, size);
     turnImage(image, upright, turn);
     image.pixels = std::move(upright.pixels);
     image.width = upright.width;
     image.height = upright.height;
     image.stride = upright.stride;
+    if (turn.exchanges) std::swap(image.whole.width, image.whole.height);
 }
 
 }  // namespace tool

@@ -1,4 +1,4 @@
-// Pictures that a camera took turned or mirrored.
+// Pictures that a camera took turned or mirrored, and those that the user wants turned.
 
 #ifndef TIVAR_TOOL_UPRIGHT_H
 #define TIVAR_TOOL_UPRIGHT_H
@@ -7,8 +7,14 @@
 
 namespace tool {
 
+// The orientation of such a picture turned clockwise so often.
+int turnedFurther(int orientation, int quarters);
+
+// Whether the stored rows are columns of the upright picture.
+bool exchangesSides(int orientation);
+
 // Turns and mirrors the pixels as the picture's orientation says, which is 1 then.
-void makeUpright(Image& image, const ReadRequest& request);
+void makeUpright(Image& image);
 
 }  // namespace tool
 

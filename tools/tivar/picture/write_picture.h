@@ -9,7 +9,8 @@
 
 namespace tool {
 
-// Both: 0, or the errno value of the write that failed.
+// All: 0, or the errno value of the write that failed. JPEG is for looking at and not exact.
+int writeJpeg(const PixelRows& rows, std::FILE* file);
 int writePng(const PixelRows& rows, std::FILE* file);
 int writePpm(const PixelRows& rows, std::FILE* file);
 

@@ -12,6 +12,8 @@
 namespace tool {
 namespace {
 
+std::string* collected = nullptr;
+
 const char* remedyFor(int error) {
     switch (error) {
         case ENOSPC:
@@ -55,7 +57,11 @@ void failUsage(const std::string& what, const std::string& remedy) {
 }
 
 void failErrno(const std::string& file, int error) {
-    throw Failure{file, std::strerror(error), remedyFor(error)};
+    throw errnoFailure(file, error);
+}
+
+Failure errnoFailure(const std::string& file, int error) {
+    return {file, std::strerror(error), remedyFor(error)};
 }
 
 void failWithoutDescriptors() {
@@ -63,29 +69,49 @@ void failWithoutDescriptors() {
     if (another.number < 0 && (errno == EMFILE || errno == ENFILE)) failErrno("", errno);
 }
 
-void report(const std::string& file, const std::string& what, const std::string& remedy) {
+std::string lineOf(const std::string& file, const std::string& what, const std::string& remedy) {
     std::string line = "tivar: ";
     if (!file.empty()) line += file + ": ";
     line += what + "; " + remedy;
-    line = printable(line) + "\n";
-    (void)writeAll(2, line.data(), line.size());
+    return printable(line) + "\n";
+}
+
+void report(const std::string& file, const std::string& what, const std::string& remedy) {
+    const std::string line = lineOf(file, what, remedy);
+    if (collected != nullptr) {
+        *collected += line;
+    } else {
+        (void)writeAll(STDERR_FILENO, line.data(), line.size());
+    }
+}
+
+void collectReports(std::string* lines) {
+    collected = lines;
+}
+
+Failure currentFailure(const std::string& file) {
+    try {
+        throw;
+    } catch (Failure& failure) {
+        if (failure.file.empty()) failure.file = file;
+        return failure;
+    } catch (const std::bad_alloc&) {
+        return {file, "not enough memory", "close other programs or use a smaller picture"};
+    } catch (const std::exception& unforeseen) {
+        return {file, unforeseen.what(), "try it on its own and report it if it stays"};
+    }
 }
 
 int reportCurrentException(const std::string& file) {
     try {
         throw;
-    } catch (const Failure& failure) {
-        report(failure.file.empty() ? file : failure.file, failure.what, failure.remedy);
-        return failure.exitCode;
     } catch (const Interrupted& interrupted) {
         reportInterruption();
         return kSignalBase + interrupted.signal;
-    } catch (const std::bad_alloc&) {
-        report(file, "not enough memory", "close other programs or use a smaller picture");
-        return kExportFailed;
-    } catch (const std::exception& unforeseen) {
-        report(file, unforeseen.what(), "try it on its own and report it if it stays");
-        return kExportFailed;
+    } catch (...) {
+        const Failure failure = currentFailure(file);
+        report(failure.file, failure.what, failure.remedy);
+        return failure.exitCode;
     }
 }
 

@@ -29,11 +29,23 @@ struct Interrupted {
 // The same for an errno value, with advice that fits it.
 [[noreturn]] void failErrno(const std::string& file, int error);
 
+Failure errnoFailure(const std::string& file, int error);
+
 // Fails when no file can be opened any more, which explains failures that do not tell why.
 void failWithoutDescriptors();
 
-// "tivar: file: what; remedy" in one write, so that lines of parallel workers never mix.
+// "tivar: file: what; remedy" with its line end, fit to be shown.
+std::string lineOf(const std::string& file, const std::string& what, const std::string& remedy);
+
+// The line in one write, so that lines of parallel processes never mix.
 void report(const std::string& file, const std::string& what, const std::string& remedy);
+
+// From now on report() adds its lines to this text; null = standard error has them again.
+void collectReports(std::string* lines);
+
+// The exception being handled, which is no Interrupted, as a Failure; file names the input of those
+// that name no file of their own.
+Failure currentFailure(const std::string& file);
 
 // Runs action(); failures become their line, and the result is the exit code.
 // file names the input of failures that name no file of their own.

@@ -147,14 +147,13 @@ pid_t forkWorker() {
     return worker;
 }
 
-pid_t awaitWorker(int& status) {
-    pid_t ended;
-    do {
-        ended = ::waitpid(-1, &status, 0);
-    } while (ended < 0 && errno == EINTR);
+int awaitWorker(pid_t worker) {
+    int status = 0;
+    while (::waitpid(worker, &status, 0) < 0 && errno == EINTR) {
+    }
     const BlockSignals blocked;
-    replaceWorker(ended, 0);
-    return ended;
+    replaceWorker(worker, 0);
+    return status;
 }
 
 }  // namespace tool

@@ -44,8 +44,8 @@ void removeOnSignal(const std::string& path);
 // Starts a worker that signals reach through this process too: its id, 0 in the worker, -1 with
 // errno when there is no room for another process.
 pid_t forkWorker();
-// Waits for any worker to end: its id and its wait status.
-pid_t awaitWorker(int& status);
+// Waits for the worker to end: its wait status.
+int awaitWorker(pid_t worker);
 
 }  // namespace tool
 

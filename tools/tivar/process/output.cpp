@@ -25,6 +25,10 @@ bool sameFile(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
+[[noreturn]] void failThere(const Output& output) {
+    failAt(output.name, "is there already", "replace it with --overwrite");
+}
+
 // Only its owner reads an unfinished file whose place may be a private one's.
 void openPart(Output& output) {
     PartFile part = createPart(output.target, output.replaced ? 0600 : 0666);
@@ -68,6 +72,7 @@ void openNamed(Output& output) {
         return openPart(output);
     }
     if (S_ISDIR(status.st_mode)) failErrno(output.name, EISDIR);
+    if (!output.mayReplace) failThere(output);
     struct stat behind {};
     const bool replaceable = S_ISREG(status.st_mode) &&
                              ::lstat(output.target.c_str(), &behind) == 0 &&
@@ -91,6 +96,27 @@ bool inheritAccess(int file, const struct stat& replaced) {
     return ::fchmod(file, sameGroup ? mode : mode & (0707 | (mode & 07) << 3)) == 0;
 }
 
+// Gives the finished file its name unless another file has it by now. File systems without such a
+// call have a second name instead, and those without either are looked at.
+bool renameFresh(const std::string& part, const std::string& target) {
+    if (::renameat2(AT_FDCWD, part.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
+        return true;
+    }
+    if (errno == EEXIST) return false;
+    if (::link(part.c_str(), target.c_str()) == 0) return ::unlink(part.c_str()) == 0;
+    if (errno == EEXIST) return false;
+    if (::access(target.c_str(), F_OK) == 0) {
+        errno = EEXIST;
+        return false;
+    }
+    return ::rename(part.c_str(), target.c_str()) == 0;
+}
+
+bool putInPlace(const Output& output) {
+    if (!output.mayReplace) return renameFresh(output.part, output.target);
+    return ::rename(output.part.c_str(), output.target.c_str()) == 0;
+}
+
 }  // namespace
 
 std::string followLinks(const std::string& path) {
@@ -102,8 +128,9 @@ std::string followLinks(const std::string& path) {
     return end.string();
 }
 
-Output::Output(const std::string& targetName, const Descriptor& standardOutput)
-    : name(isStandardOutput(targetName) ? "standard output" : targetName) {
+Output::Output(const std::string& targetName, const Descriptor& standardOutput, bool mayReplaceFile)
+    : name(isStandardOutput(targetName) ? "standard output" : targetName),
+      mayReplace(mayReplaceFile) {
     if (isStandardOutput(targetName)) {
         openOpened(*this, standardOutput.number);
     } else if (const int opened = descriptorNamed(targetName); opened >= 0) {
@@ -123,7 +150,8 @@ void commit(Output& output) {
     const bool kept = !output.replaced || inheritAccess(output.file.number, *output.replaced);
     // Some file systems tell only here that there was no room.
     const bool closed = ::close(std::exchange(output.file.number, -1)) == 0;
-    if (!kept || !closed || ::rename(output.part.c_str(), output.target.c_str()) != 0) {
+    if (!kept || !closed || !putInPlace(output)) {
+        if (errno == EEXIST && !output.mayReplace) failThere(output);
         failErrno(output.name, errno);
     }
     output.part.clear();

@@ -20,9 +20,11 @@ struct Output {
     Descriptor file;
     Descriptor lock;  // keeps the unfinished file locked until it is in its place
     std::optional<struct stat> replaced;  // none = a fresh file
+    bool mayReplace;                      // else a file that is there already is a Failure
 
     // Names that lead to standard output are standardOutput, whatever stands in its place now.
-    Output(const std::string& targetName, const Descriptor& standardOutput);
+    Output(const std::string& targetName, const Descriptor& standardOutput,
+           bool mayReplaceFile = true);
     ~Output();  // removes an unfinished file
     Output(const Output&) = delete;
 };

@@ -8,8 +8,10 @@
 #include <cctype>
 #include <cerrno>
 #include <filesystem>
+#include <map>
 #include <string_view>
 #include <system_error>
+#include <unordered_set>
 #include <vector>
 
 #include "process/interrupt.h"
@@ -19,21 +21,32 @@ namespace fs = std::filesystem;
 namespace tool {
 namespace {
 
+constexpr std::string_view kMark = ".tivar.";
 constexpr std::string_view kSuffix = ".part";
 constexpr size_t kLongestBase = 200;  // leaves room for the rest in a file name of 255 bytes
 constexpr int kMostTries = 100;
 
+bool leftoversGone = false;
+
+// What the names of unfinished files of a target begin with.
 std::string partPrefix(const fs::path& target) {
-    return "." + target.filename().string().substr(0, kLongestBase) + ".tivar.";
+    return "." + target.filename().string().substr(0, kLongestBase) + std::string(kMark);
 }
 
-// Whether name is prefix, a number and the suffix.
-bool isPartName(std::string_view name, std::string_view prefix) {
-    if (!name.starts_with(prefix) || !name.ends_with(kSuffix)) return false;
-    name.remove_prefix(prefix.size());
-    if (name.size() <= kSuffix.size()) return false;
+// The prefix of a name that is prefix, a number and the suffix; "" = it is none such.
+std::string prefixOf(std::string_view name) {
+    if (!name.starts_with('.') || !name.ends_with(kSuffix)) return "";
     name.remove_suffix(kSuffix.size());
-    return std::all_of(name.begin(), name.end(), [](unsigned char c) { return std::isdigit(c); });
+    const size_t mark = name.rfind(kMark);
+    if (mark == std::string_view::npos || mark + kMark.size() == name.size()) return "";
+    const std::string_view number = name.substr(mark + kMark.size());
+    const bool digits =
+        std::all_of(number.begin(), number.end(), [](unsigned char c) { return std::isdigit(c); });
+    return digits ? std::string(name.substr(0, mark + kMark.size())) : "";
+}
+
+fs::path directoryOf(const fs::path& target) {
+    return target.has_parent_path() ? target.parent_path() : fs::path(".");
 }
 
 // Whether the path still leads to the open file.
@@ -52,13 +65,15 @@ void removeAbandoned(const std::string& path) {
     if (isLinked(file.number, path)) ::unlink(path.c_str());
 }
 
-void removeLeftovers(const fs::path& directory, const std::string& prefix) {
+using Prefixes = std::unordered_set<std::string>;
+
+void removeLeftoversIn(const fs::path& directory, const Prefixes& prefixes) {
     std::error_code error;
     std::vector<std::string> found;
     for (const fs::directory_entry& entry : fs::directory_iterator(directory, error)) {
-        const fs::path& path = entry.path();
-        if (entry.is_regular_file(error) && isPartName(path.filename().string(), prefix)) {
-            found.push_back(path.string());
+        const std::string prefix = prefixOf(entry.path().filename().string());
+        if (!prefix.empty() && prefixes.contains(prefix) && entry.is_regular_file(error)) {
+            found.push_back(entry.path().string());
         }
     }
     for (const std::string& path : found) removeAbandoned(path);
@@ -73,10 +88,19 @@ bool holds(const PartFile& part) {
 
 }  // namespace
 
+void removeLeftovers(const std::vector<std::string>& targets) {
+    std::map<std::string, Prefixes> directories;
+    for (const std::string& target : targets) {
+        directories[directoryOf(target).string()].insert(partPrefix(target));
+    }
+    for (const auto& [directory, prefixes] : directories) removeLeftoversIn(directory, prefixes);
+    leftoversGone = true;
+}
+
 PartFile createPart(const std::string& target, mode_t mode) {
     const fs::path place(target);
     const std::string prefix = partPrefix(place);
-    removeLeftovers(place.has_parent_path() ? place.parent_path() : fs::path("."), prefix);
+    if (!leftoversGone) removeLeftoversIn(directoryOf(place), {prefix});
     const BlockSignals blocked;
     // A number may be taken by a process of another container.
     for (int i = 0; i < kMostTries; ++i) {

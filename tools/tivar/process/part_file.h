@@ -7,6 +7,7 @@
 #include <sys/types.h>
 
 #include <string>
+#include <vector>
 
 #include "process/system.h"
 
@@ -16,6 +17,10 @@ struct PartFile {
     std::string path;
     Descriptor file;
 };
+
+// Removes the leftovers beside all of these targets with one look into each directory. createPart()
+// looks no more, in this process and those that it starts.
+void removeLeftovers(const std::vector<std::string>& targets);
 
 // A fresh file beside the target, which goes when a signal ends the process. Leftovers beside the
 // target are removed. No file, with errno, when there can be none.

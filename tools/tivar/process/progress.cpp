@@ -23,15 +23,14 @@ void show(const std::string& text) {
 Progress::Progress(const std::string& inputName, bool isQuiet, bool onlyOne)
     : input(nameOfInput(inputName)),
       quiet(isQuiet),
-      visible(!isQuiet && ::isatty(STDERR_FILENO) != 0),
-      live(visible && onlyOne) {}
+      visible(!isQuiet && onlyOne && ::isatty(STDERR_FILENO) != 0) {}
 
 Progress::~Progress() {
     if (open) show(kClearLine);
 }
 
 void showStep(Progress& progress, const std::string& step) {
-    if (!progress.live) return;
+    if (!progress.visible) return;
     progress.open = true;
     show(kClearLine + printable(progress.input + ": " + step));
 }

@@ -10,8 +10,7 @@ namespace tool {
 struct Progress {
     std::string input;
     bool quiet;         // nothing but failures is shown
-    bool visible;       // standard error is a terminal and the user did not ask for quiet
-    bool live;          // steps too, not only the result: one export at a time
+    bool visible;       // standard error is a terminal of this export alone, not to be quiet
     bool open = false;  // a step stands on the line
 
     Progress(const std::string& inputName, bool isQuiet, bool onlyOne);

@@ -1,0 +1,22 @@
+// The size that the user asks for, as far as the picture is brought to it before its route begins.
+
+#ifndef TIVAR_TOOL_WANTED_SHAPE_H
+#define TIVAR_TOOL_WANTED_SHAPE_H
+
+#include "export/request.h"
+
+namespace tool {
+
+// Files have an alpha of their own at 32 bits, unless a background is asked for.
+bool keepsAlpha(const ExportRequest& request, const Image& image);
+
+// How to read a picture that is shaped then.
+ReadRequest readingFor(const ExportRequest& request);
+
+// The stored picture upright, and of the wanted size. The routes with settings have scalers of
+// their own, which meet a size when nothing says how.
+Image inWantedShape(Image image, const ExportRequest& request);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,27 @@
+// Worker processes that do one task after the other, so that none of them can end the others.
+
+#ifndef TIVAR_TOOL_WORKERS_H
+#define TIVAR_TOOL_WORKERS_H
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "export/outcome.h"
+
+namespace tool {
+
+struct WorkOrder {
+    unsigned atOnce = 1;
+    std::function<Outcome(size_t)> work;        // in a worker
+    std::function<void(size_t, Outcome)> tell;  // here, in the order in which tasks are done
+    std::function<Outcome(size_t, const std::string&, const std::string&)> failed;  // by itself
+};
+
+// Does all tasks; after a signal those that have been begun.
+void runInWorkers(const std::vector<size_t>& tasks, const WorkOrder& order);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,16 @@
+// The exports of a gallery, and what its page has to show of them.
+
+#ifndef TIVAR_TOOL_COLLECT_H
+#define TIVAR_TOOL_COLLECT_H
+
+#include "gallery/album.h"
+#include "gallery/gallery.h"
+
+namespace tool {
+
+// Exports the source in every form; the directory exists.
+Album collect(const Library& library, const GalleryRequest& request, const Image& source);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,15 @@
+// Every file of a chapter, with its figures.
+
+#ifndef TIVAR_TOOL_FILE_TABLE_H
+#define TIVAR_TOOL_FILE_TABLE_H
+
+#include "gallery/album.h"
+
+namespace tool {
+
+// largest: bytes of the gallery's largest file, which the others are drawn against.
+std::string fileTable(const Chapter& chapter, uint64_t largest);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,16 @@
+// Borders around a picture.
+
+#ifndef TIVAR_TOOL_PAD_H
+#define TIVAR_TOOL_PAD_H
+
+#include "picture/image.h"
+
+namespace tool {
+
+// The picture in the middle of that size, which is not smaller. Where its format cannot hold the
+// colour of the borders, the next one does.
+Image padded(Image image, PixelSize size, Color color, uint8_t alpha);
+
+}  // namespace tool
+
+#endif

@@ -1,0 +1,16 @@
+// Scaling that mixes pixels, for photographs.
+
+#ifndef TIVAR_TOOL_SMOOTH_SCALER_H
+#define TIVAR_TOOL_SMOOTH_SCALER_H
+
+#include "shape/placement.h"
+
+namespace tool {
+
+// The region at that size, in Grey, Rgb, or Rgba if anything is transparent. Light is mixed, not
+// the values that stand for it, and every pixel of the region has its share.
+Image scaledSmoothly(const Image& image, const Region& region, PixelSize size);
+
+}  // namespace tool
+
+#endif
