@@ -1,5 +1,6 @@
 # What is installed, in components that are also the packages: the library that programs load, what is
-# needed to build such programs, the command-line host, and the package for Python.
+# needed to build such programs, the command-line host, the package for Python, and the plug-in where it
+# is built.
 include(CMakePackageConfigHelpers)
 set(tivar_components libtivar2 libtivar-dev)
 
@@ -50,6 +51,16 @@ if(TIVAR_BUILD_TOOL)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tivar)
 endif()
 include(cmake/Python.cmake)
+if(TIVAR_BUILD_GIMP)
+  list(APPEND tivar_components gimp-tivar)
+  # Below the prefix as it is below GIMP's own.
+  pkg_get_variable(gimp_prefix gimp-2.0 prefix)
+  pkg_get_variable(gimp_directory gimp-2.0 gimplibdir)
+  file(RELATIVE_PATH gimp_directory ${gimp_prefix} ${gimp_directory})
+  install(TARGETS file-tivar
+    RUNTIME DESTINATION ${gimp_directory}/plug-ins/file-tivar COMPONENT gimp-tivar)
+  install(FILES docs/gimp.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/gimp-tivar COMPONENT gimp-tivar)
+endif()
 foreach(component IN LISTS tivar_components)
   set(when "")
   if(component STREQUAL python3-tivar)

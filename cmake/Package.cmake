@@ -59,5 +59,18 @@ Writes pictures of Pillow, numpy arrays, bytes and rows as BMP files of
 1 to 32 bits per pixel through the library libtivar, with several
 threads at the same time.")
 
+# The plug-in is linked with the library, which lies in the build tree.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR})
+set(CPACK_DEBIAN_GIMP-TIVAR_PACKAGE_NAME gimp-tivar)
+set(CPACK_DEBIAN_GIMP-TIVAR_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_GIMP-TIVAR_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_GIMP-TIVAR_PACKAGE_DEPENDS
+  "libtivar2 (= ${PROJECT_VERSION}), gimp (>= 2.10), gimp (<< 2.99)")
+set(CPACK_DEBIAN_GIMP-TIVAR_DESCRIPTION "export BMP files from GIMP through libtivar
+A plug-in for GIMP 2.10: it writes BMP files of 1, 4, 8, 16, 24 or 32
+bits per pixel with a Windows or an OS/2 header, raw or run-length
+encoded, and chooses palettes and dithers. GIMP's own BMP export stays
+as it is.")
+
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 include(CPack)

@@ -1,0 +1,13 @@
+/* The dialogue in which the choices are made. */
+#ifndef FILE_TIVAR_DIALOGUE_H
+#define FILE_TIVAR_DIALOGUE_H
+
+#include <glib.h>
+
+#include "choices.h"
+#include "subject.h"
+
+/* Shows the choices and changes them; FALSE when the user cancels. GTK is ready. */
+gboolean askForChoices(const Subject* subject, Choices* choices);
+
+#endif
