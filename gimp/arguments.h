@@ -1,6 +1,5 @@
 /* The arguments of the procedure in GIMP's procedure data base. */
-#ifndef FILE_TIVAR_ARGUMENTS_H
-#define FILE_TIVAR_ARGUMENTS_H
+#pragma once
 
 #include <libgimp/gimp.h>
 
@@ -23,5 +22,3 @@ typedef struct Arguments {
 /* Reads them; FALSE and an error when they are not what the procedure takes. What the library
  * takes is its own to judge. */
 gboolean readArguments(const GimpParam* params, gint count, Arguments* arguments, GError** error);
-
-#endif

@@ -1,7 +1,6 @@
 /* What file is wanted, in the numbers of tivar/write.h: what the dialogue, a script or the time
  * before has chosen. */
-#ifndef FILE_TIVAR_CHOICES_H
-#define FILE_TIVAR_CHOICES_H
+#pragma once
 
 #include <glib.h>
 
@@ -32,5 +31,3 @@ gboolean canEncode(gint32 bits, gint32 header);
 /* The choices without those that the depth or another choice leaves no room for: what was chosen
  * for one image is remembered for all. ownBits: the image's own depth. */
 Choices choicesThatFit(const Choices* choices, gint32 ownBits);
-
-#endif

@@ -1,6 +1,5 @@
 /* The dialogue in which the choices are made. */
-#ifndef FILE_TIVAR_DIALOGUE_H
-#define FILE_TIVAR_DIALOGUE_H
+#pragma once
 
 #include <glib.h>
 
@@ -9,5 +8,3 @@
 
 /* Shows the choices and changes them; FALSE when the user cancels. GTK is ready. */
 gboolean askForChoices(const Subject* subject, Choices* choices);
-
-#endif

@@ -1,6 +1,5 @@
 /* A drawable becomes a file. */
-#ifndef FILE_TIVAR_EXPORT_H
-#define FILE_TIVAR_EXPORT_H
+#pragma once
 
 #include <glib.h>
 
@@ -11,5 +10,3 @@
  * an error of one line when there is no file. */
 gboolean exportSubject(const Subject* subject, const Choices* choices, const gchar* name,
                        GError** error);
-
-#endif

@@ -1,10 +1,7 @@
 /* What went wrong, in one line. */
-#ifndef FILE_TIVAR_FAILURE_H
-#define FILE_TIVAR_FAILURE_H
+#pragma once
 
 #include <glib.h>
 
 /* Sets error to the text and is FALSE, so that a failing routine ends with it. */
 gboolean fail(GError** error, const gchar* format, ...) G_GNUC_PRINTF(2, 3);
-
-#endif

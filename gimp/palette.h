@@ -1,6 +1,5 @@
 /* A palette of GIMP's, by its name. */
-#ifndef FILE_TIVAR_PALETTE_H
-#define FILE_TIVAR_PALETTE_H
+#pragma once
 
 #include <glib.h>
 
@@ -8,5 +7,3 @@
  * them. FALSE and an error when there is no such palette, or it does not fit. */
 gboolean readPalette(const gchar* name, gint32 bits, guint8** entries, guint32* count,
                      GError** error);
-
-#endif

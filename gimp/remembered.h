@@ -1,6 +1,5 @@
 /* The choices of the last export, which GIMP keeps until it ends. */
-#ifndef FILE_TIVAR_REMEMBERED_H
-#define FILE_TIVAR_REMEMBERED_H
+#pragma once
 
 #include "choices.h"
 
@@ -8,5 +7,3 @@
 Choices rememberedChoices(void);
 
 void rememberChoices(const Choices* choices);
-
-#endif

@@ -1,6 +1,5 @@
 /* The rows of a drawable as the library takes them, read from GIMP by rows of tiles. */
-#ifndef FILE_TIVAR_ROWS_H
-#define FILE_TIVAR_ROWS_H
+#pragma once
 
 #include <libgimp/gimp.h>
 
@@ -32,5 +31,3 @@ gboolean openRows(Rows* rows, const Subject* subject, gint32 bits, GError** erro
 gint32 readRow(void* context, guint32 y, void* row);
 
 void closeRows(Rows* rows);
-
-#endif

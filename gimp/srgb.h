@@ -1,6 +1,5 @@
 /* Colours of images with a colour profile, which BMP files do not hold, become those of sRGB. */
-#ifndef FILE_TIVAR_SRGB_H
-#define FILE_TIVAR_SRGB_H
+#pragma once
 
 #include <libgimp/gimp.h>
 
@@ -10,5 +9,3 @@ GimpColorTransform* transformToSrgb(gint32 image, const Babl* from, const Babl* 
 
 /* Entries of red, green, blue in place. */
 void paletteToSrgb(gint32 image, guint8* palette, guint32 count);
-
-#endif

@@ -1,6 +1,5 @@
 /* What is exported: a drawable, its kind, size and colours. */
-#ifndef FILE_TIVAR_SUBJECT_H
-#define FILE_TIVAR_SUBJECT_H
+#pragma once
 
 #include <glib.h>
 
@@ -24,5 +23,3 @@ Subject subjectOf(gint32 image, gint32 drawable);
 
 /* The depth of a file that holds it without loss, but for the transparency of indices. */
 gint32 ownBits(const Subject* subject);
-
-#endif

@@ -1,8 +1,7 @@
 /* The library's call, in a process of its own. When the user cancels, GIMP kills the plug-in, which
  * cannot tidy up; the process that writes lives on, finds nobody who gives it rows, and has the
  * library end the call as it ends every failed one: with nothing left of the new file. */
-#ifndef FILE_TIVAR_WRITER_H
-#define FILE_TIVAR_WRITER_H
+#pragma once
 
 #include <glib.h>
 #include <tivar/write.h>
@@ -11,5 +10,3 @@
  * the picture must have, and progress, whose answer is not heard. */
 gint32 writeApart(const TivarPicture* picture, const TivarOptions* options, const gchar* name,
                   TivarReport* report);
-
-#endif
