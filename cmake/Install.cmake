@@ -1,5 +1,6 @@
-# What is installed, in three components that are also the three packages: the library that programs
-# load, what is needed to build such programs, and the command-line host.
+# What is installed, in components that are also the packages: the library that programs load, what is
+# needed to build such programs, the command-line host, the package for Python, and the plug-in where it
+# is built.
 include(CMakePackageConfigHelpers)
 set(tivar_components libtivar2 libtivar-dev)
 
@@ -23,7 +24,8 @@ configure_file(cmake/libtivar.pc.in libtivar.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/libtivar.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT libtivar-dev)
 
-# Installs text of the source tree compressed, without the date that gzip would add.
+# Installs text of the source tree compressed, without the date that gzip would add. Further arguments
+# go to install().
 function(tivar_install_compressed source name destination component)
   set(packed ${CMAKE_BINARY_DIR}/share/${component}/${name}.gz)
   add_custom_command(OUTPUT ${packed}
@@ -31,7 +33,7 @@ function(tivar_install_compressed source name destination component)
     COMMAND gzip -9nc ${source} > ${packed}
     DEPENDS ${source} VERBATIM)
   set_property(GLOBAL APPEND PROPERTY tivar_packed ${packed})
-  install(FILES ${packed} DESTINATION ${destination} COMPONENT ${component})
+  install(FILES ${packed} DESTINATION ${destination} COMPONENT ${component} ${ARGN})
 endfunction()
 
 tivar_install_compressed(${PROJECT_SOURCE_DIR}/docs/man/tivar.3 tivar.3
@@ -48,11 +50,27 @@ if(TIVAR_BUILD_TOOL)
   install(FILES packaging/tivar.bash-completion RENAME tivar
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tivar)
 endif()
+include(cmake/Python.cmake)
+if(TIVAR_BUILD_GIMP)
+  list(APPEND tivar_components gimp-tivar)
+  # Below the prefix as it is below GIMP's own.
+  pkg_get_variable(gimp_prefix gimp-2.0 prefix)
+  pkg_get_variable(gimp_directory gimp-2.0 gimplibdir)
+  file(RELATIVE_PATH gimp_directory ${gimp_prefix} ${gimp_directory})
+  install(TARGETS file-tivar
+    RUNTIME DESTINATION ${gimp_directory}/plug-ins/file-tivar COMPONENT gimp-tivar)
+  install(FILES docs/gimp.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/gimp-tivar COMPONENT gimp-tivar)
+endif()
 foreach(component IN LISTS tivar_components)
+  set(when "")
+  if(component STREQUAL python3-tivar)
+    set(when EXCLUDE_FROM_ALL)
+  endif()
   set(doc_dir ${CMAKE_INSTALL_DATADIR}/doc/${component})
-  tivar_install_compressed(${PROJECT_SOURCE_DIR}/packaging/changelog changelog ${doc_dir} ${component})
+  tivar_install_compressed(${PROJECT_SOURCE_DIR}/packaging/changelog changelog
+    ${doc_dir} ${component} ${when})
   # Where Debian's packages tell their licence.
-  install(FILES LICENSE RENAME copyright DESTINATION ${doc_dir} COMPONENT ${component})
+  install(FILES LICENSE RENAME copyright DESTINATION ${doc_dir} COMPONENT ${component} ${when})
 endforeach()
 get_property(packed GLOBAL PROPERTY tivar_packed)
 add_custom_target(tivar_share ALL DEPENDS ${packed})

@@ -46,5 +46,31 @@ WebP, HEIF and PNM pictures and writes BMP files of 1, 4, 8 or 24 bits
 per pixel, raw or run-length encoded, through the library. It also
 inspects and decodes BMP files.")
 
+# The library is loaded by name. Python compiles the files where they are installed.
+set(CPACK_DEBIAN_PYTHON3-TIVAR_PACKAGE_NAME python3-tivar)
+set(CPACK_DEBIAN_PYTHON3-TIVAR_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON3-TIVAR_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON3-TIVAR_PACKAGE_DEPENDS "libtivar2 (= ${PROJECT_VERSION}), python3:any (>= 3.9)")
+set(CPACK_DEBIAN_PYTHON3-TIVAR_PACKAGE_SUGGESTS "python3-pil, python3-numpy")
+set(CPACK_DEBIAN_PYTHON3-TIVAR_PACKAGE_CONTROL_EXTRA
+  "${PROJECT_SOURCE_DIR}/packaging/python3-tivar/postinst;${PROJECT_SOURCE_DIR}/packaging/python3-tivar/prerm")
+set(CPACK_DEBIAN_PYTHON3-TIVAR_DESCRIPTION "BMP files from Python
+Writes pictures of Pillow, numpy arrays, bytes and rows as BMP files of
+1 to 32 bits per pixel through the library libtivar, with several
+threads at the same time.")
+
+# The plug-in is linked with the library, which lies in the build tree.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR})
+set(CPACK_DEBIAN_GIMP-TIVAR_PACKAGE_NAME gimp-tivar)
+set(CPACK_DEBIAN_GIMP-TIVAR_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_GIMP-TIVAR_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_GIMP-TIVAR_PACKAGE_DEPENDS
+  "libtivar2 (= ${PROJECT_VERSION}), gimp (>= 2.10), gimp (<< 2.99)")
+set(CPACK_DEBIAN_GIMP-TIVAR_DESCRIPTION "export BMP files from GIMP through libtivar
+A plug-in for GIMP 2.10: it writes BMP files of 1, 4, 8, 16, 24 or 32
+bits per pixel with a Windows or an OS/2 header, raw or run-length
+encoded, and chooses palettes and dithers. GIMP's own BMP export stays
+as it is.")
+
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 include(CPack)

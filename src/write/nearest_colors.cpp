@@ -47,7 +47,7 @@ uint32_t regionOf(const uint8_t* rgb) {
 }
 
 // Threads may make a word at the same time; they make the same one. Not every C++ library has
-// atomic references; compilers have what they are made of.
+// atomic references, all compilers have what they are made of.
 inline uint32_t load(const uint32_t& word) {
     return __atomic_load_n(&word, __ATOMIC_RELAXED);
 }

@@ -285,6 +285,16 @@ def test_the_size_of_an_option_wins(tivar):
     assert (head.width, head.height, head.bits, head.header, told) == (9, -3, 8, 124, "")
 
 
+def test_the_references_size_is_met_as_options_say(tivar):
+    head, told, _ = like(tivar, "24 bits, header 40", "--fit", "contain", "--pad", "0000ff")
+    assert (head.width, head.height, told) == (7, 5, "")
+    # 61 x 44 in 7 x 5 leaves no border; 9 x 3 does, above and below.
+    drawing.chart(9, 3).save(tivar.directory / "in.png")
+    tivar.export("in.png", "out.bmp", "--like", "ref.bmp", "--fit", "contain", "--pad", "0000ff")
+    seen = decoded(tivar)
+    assert set(seen[0]) == set(seen[4]) == {(0, 0, 255, 255)}
+
+
 def test_the_depth_of_an_option_wins(tivar):
     head, told, _ = like(tivar, "8 bits, top row first, header 40", "--bits", 24)
     assert (head.width, head.height, head.bits, head.header) == (7, -5, 24, 40)

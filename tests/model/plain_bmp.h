@@ -1,8 +1,7 @@
 // A strict reader of BMP files, and what a file of the direct interface is to show, worked out one
 // pixel at a time. Written from the format's description and the public header alone: nothing in
 // here shares code with the library.
-#ifndef TESTS_MODEL_PLAIN_BMP_H
-#define TESTS_MODEL_PLAIN_BMP_H
+#pragma once
 
 #include <tivar/write.h>
 
@@ -117,5 +116,3 @@ std::size_t smallestRow(const std::vector<std::uint32_t>& row, std::uint32_t bit
                         bool evenLiterals);
 
 }  // namespace model
-
-#endif

@@ -1,7 +1,5 @@
 // What contradicts what in a BMP file.
-
-#ifndef TIVAR_TOOL_BMP_CHECK_H
-#define TIVAR_TOOL_BMP_CHECK_H
+#pragma once
 
 #include "bmp/bmp_file.h"
 #include "bmp/bmp_flaw.h"
@@ -17,5 +15,3 @@ RunMap mapPixels(const BmpFile& file);
 BmpFlaws headerFlaws(const BmpFile& file, uint64_t pixelLength);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // A BMP file in memory: what its headers say and where its parts are.
-
-#ifndef TIVAR_TOOL_BMP_FILE_H
-#define TIVAR_TOOL_BMP_FILE_H
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -51,5 +49,3 @@ inline std::span<const uint8_t> pixelBytes(const BmpFile& file) {
 }
 
 }  // namespace tool
-
-#endif

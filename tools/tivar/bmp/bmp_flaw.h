@@ -1,7 +1,5 @@
 // What is inconsistent in a BMP file, and where.
-
-#ifndef TIVAR_TOOL_BMP_FLAW_H
-#define TIVAR_TOOL_BMP_FLAW_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -37,5 +35,3 @@ struct BmpFlaws {
 };
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // The pixels of a BMP file, in whatever form it holds them.
-
-#ifndef TIVAR_TOOL_BMP_ROWS_H
-#define TIVAR_TOOL_BMP_ROWS_H
+#pragma once
 
 #include "bmp/bmp_file.h"
 #include "picture/pixel_rows.h"
@@ -17,5 +15,3 @@ Image embeddedImage(const BmpFile& file, const ReadRequest& request);
 bool holdsImage(const BmpFile& file);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Run-length encoded rows: the standard RLE8 and RLE4, RLE24 of OS/2 and the library's native form.
-
-#ifndef TIVAR_TOOL_BMP_RUNS_H
-#define TIVAR_TOOL_BMP_RUNS_H
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -52,5 +50,3 @@ bool isWithoutCodes(RunBytes bytes, const RunShape& shape);
 bool isExactNative(RunBytes bytes, const RunShape& shape);
 
 }  // namespace tool
-
-#endif

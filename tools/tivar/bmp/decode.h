@@ -1,7 +1,5 @@
 // BMP files as pictures that every program opens.
-
-#ifndef TIVAR_TOOL_DECODE_H
-#define TIVAR_TOOL_DECODE_H
+#pragma once
 
 #include <string>
 
@@ -20,5 +18,3 @@ struct DecodeRequest {
 void decodeFile(const DecodeRequest& request);
 
 }  // namespace tool
-
-#endif

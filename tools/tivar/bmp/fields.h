@@ -1,7 +1,5 @@
 // Pixels of 16, 32 and 64 bits, which are cut into colours.
-
-#ifndef TIVAR_TOOL_FIELDS_H
-#define TIVAR_TOOL_FIELDS_H
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -37,5 +35,3 @@ void readFields(const Fields& fields, unsigned bits, const uint8_t* from, uint8_
 void readLinear(const uint8_t* from, uint8_t* to, size_t width);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // The layout of BMP files: where the fields of the headers are and what they hold.
-
-#ifndef TIVAR_TOOL_HEADERS_H
-#define TIVAR_TOOL_HEADERS_H
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -89,5 +87,3 @@ std::string headerName(uint32_t headerBytes);
 bool isKnownHeader(uint32_t headerBytes);
 
 }  // namespace tool
-
-#endif

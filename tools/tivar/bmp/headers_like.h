@@ -1,7 +1,5 @@
 // The headers of one BMP file in front of the pixels of another.
-
-#ifndef TIVAR_TOOL_HEADERS_LIKE_H
-#define TIVAR_TOOL_HEADERS_LIKE_H
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -25,5 +23,3 @@ void putMasks(std::vector<uint8_t>& head, const std::array<uint32_t, 4>& masks);
 std::vector<uint8_t> headersLike(std::span<const uint8_t> head, std::span<const uint8_t> own);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // What is in a BMP file, field by field.
-
-#ifndef TIVAR_TOOL_INSPECT_H
-#define TIVAR_TOOL_INSPECT_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -20,5 +18,3 @@ struct InspectRequest {
 int inspectFiles(const InspectRequest& request);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // What is in a BMP file, and what is wrong with it.
-
-#ifndef TIVAR_TOOL_INSPECTION_H
-#define TIVAR_TOOL_INSPECTION_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -40,5 +38,3 @@ void printBriefHeading();
 void printJson(const Inspection& inspection);
 
 }  // namespace tool
-
-#endif

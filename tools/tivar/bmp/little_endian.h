@@ -1,7 +1,5 @@
 // Numbers as BMP files hold them, least significant byte first.
-
-#ifndef TIVAR_TOOL_LITTLE_ENDIAN_H
-#define TIVAR_TOOL_LITTLE_ENDIAN_H
+#pragma once
 
 #include <cstdint>
 
@@ -20,5 +18,3 @@ inline void putLittle32(uint8_t* at, uint32_t value) {
 }
 
 }  // namespace tool
-
-#endif

@@ -1,8 +1,6 @@
 // The standard run-length form, made from a raw file: every row ends with a code for it and the
 // bitmap does, as the readers of other makers expect.
-
-#ifndef TIVAR_TOOL_PORTABLE_H
-#define TIVAR_TOOL_PORTABLE_H
+#pragma once
 
 #include <cstdint>
 #include <vector>
@@ -13,5 +11,3 @@ namespace tool {
 std::vector<uint8_t> encodePortable(std::vector<uint8_t> raw);
 
 }  // namespace tool
-
-#endif

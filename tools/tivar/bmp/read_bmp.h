@@ -1,7 +1,5 @@
 // BMP files as pictures.
-
-#ifndef TIVAR_TOOL_READ_BMP_H
-#define TIVAR_TOOL_READ_BMP_H
+#pragma once
 
 #include <cstdio>
 
@@ -16,5 +14,3 @@ Image readBmp(std::FILE* file, const ReadRequest& request);
 Image imageOf(const BmpFile& file, const ReadRequest& request);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // The bytes of a BMP file.
-
-#ifndef TIVAR_TOOL_READ_BYTES_H
-#define TIVAR_TOOL_READ_BYTES_H
+#pragma once
 
 #include <cstdint>
 #include <cstdio>
@@ -15,5 +13,3 @@ std::vector<uint8_t> readBmpBytes(std::FILE* file);
 std::vector<uint8_t> readBmpBytes(const std::string& name);
 
 }  // namespace tool
-
-#endif

@@ -1,8 +1,6 @@
 // The standard RLE8 and RLE4 encoding of rows, as small as the form allows; but literal runs of 4
 // bits have even lengths, because some readers lose the last pixel of odd ones.
-
-#ifndef TIVAR_TOOL_RLE_ENCODER_H
-#define TIVAR_TOOL_RLE_ENCODER_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -47,5 +45,3 @@ struct RleEncoder {
 void appendEndOfBitmap(std::vector<uint8_t>& codes);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // The part of the command line that is about BMP files that are there already.
-
-#ifndef TIVAR_TOOL_BMP_OPTIONS_H
-#define TIVAR_TOOL_BMP_OPTIONS_H
+#pragma once
 
 #include "command/options.h"
 
@@ -26,5 +24,3 @@ const CLI::App* parsedOf(const BmpCommands& commands);
 Command chosenOf(const BmpCommands& commands);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Help as the terminal has room for it.
-
-#ifndef TIVAR_TOOL_HELP_TEXT_H
-#define TIVAR_TOOL_HELP_TEXT_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -15,5 +13,3 @@ size_t terminalColumns();
 std::string wrapped(const std::string& text, size_t columns);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // What the library says about itself.
-
-#ifndef TIVAR_TOOL_INFO_H
-#define TIVAR_TOOL_INFO_H
+#pragma once
 
 #include "process/library.h"
 
@@ -12,5 +10,3 @@ void printInfo(const Library& library);
 void printVersion(const Library& library);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // The part of the command line of export that is about many files.
-
-#ifndef TIVAR_TOOL_MANY_OPTIONS_H
-#define TIVAR_TOOL_MANY_OPTIONS_H
+#pragma once
 
 #include "export/request.h"
 
@@ -15,5 +13,3 @@ namespace tool {
 void addManyOptions(CLI::App& app, JobsRequest& request);
 
 }  // namespace tool
-
-#endif

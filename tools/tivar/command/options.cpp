@@ -151,24 +151,20 @@ void addColorOptions(CLI::App& app, Typed& typed) {
 }
 
 void addShapeOptions(CLI::App& app, Typed& typed) {
-    CLI::Option* size = app.get_option("--size");
     app.add_option("--fit", typed.fit,
                    "How the picture meets its --size. contain: whole, in proportion, with borders. "
                    "cover: in proportion, its edges cut. stretch: out of proportion (else contain "
                    "on the direct route, which scales smoothly; on the others as their interface "
                    "does it: stretched, by dropping and repeating pixels)")
         ->check(oneOf({"contain", "cover", "stretch"}))
-        ->needs(size)
         ->type_name("contain|cover|stretch");
     app.add_option("--pad", typed.pad, "Colour of the borders (else that of --background)")
-        ->needs(size)
         ->type_name("COLOUR");
     app.add_option("--scale", typed.scale,
                    "smooth: light is mixed, for photographs. pixel: colours stay as they are, for "
                    "pixel art (else smooth, but for pictures of at most 64 colours that grow by a "
                    "whole number)")
         ->check(oneOf({"smooth", "pixel"}))
-        ->needs(size)
         ->type_name("smooth|pixel");
     app.add_option("--rotate", typed.rotate,
                    "Turn pictures clockwise, once they are upright as their EXIF data say")
@@ -309,7 +305,16 @@ void applyColors(const Typed& typed, ColorRequest& colors) {
     if (!typed.palette.empty()) colors.palette = readPalette(typed.palette);
 }
 
+// How a size is met is no question without one, of its own or of another file.
+void requireSize(const Typed& typed, const char* option, const std::string& value) {
+    if (value.empty() || !typed.size.empty() || !typed.like.empty()) return;
+    failUsage(std::string(option) + " requires --size or --like", kSeeExportHelp);
+}
+
 void applyShape(const Typed& typed, ExportRequest& request) {
+    requireSize(typed, "--fit", typed.fit);
+    requireSize(typed, "--pad", typed.pad);
+    requireSize(typed, "--scale", typed.scale);
     ShapeRequest& shape = request.shape;
     if (typed.fit == "contain") shape.fit = Fit::Contain;
     if (typed.fit == "cover") shape.fit = Fit::Cover;

@@ -1,7 +1,5 @@
 // The command line.
-
-#ifndef TIVAR_TOOL_OPTIONS_H
-#define TIVAR_TOOL_OPTIONS_H
+#pragma once
 
 #include <string>
 
@@ -39,5 +37,3 @@ struct Options {
 Options parseOptions(int argc, char** argv);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // The part of the command line that is about profiles, and what all commands share.
-
-#ifndef TIVAR_TOOL_SETTINGS_OPTIONS_H
-#define TIVAR_TOOL_SETTINGS_OPTIONS_H
+#pragma once
 
 #include <string>
 
@@ -25,5 +23,3 @@ SettingsCommands addSettingsCommands(CLI::App& app, Options& options);
 Command chosenOf(const SettingsCommands& commands);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Words that a mistyped one may stand for.
-
-#ifndef TIVAR_TOOL_SUGGEST_H
-#define TIVAR_TOOL_SUGGEST_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -14,5 +12,3 @@ namespace tool {
 std::string nearestWord(std::string_view typed, const std::vector<std::string>& known);
 
 }  // namespace tool
-
-#endif

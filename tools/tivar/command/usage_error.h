@@ -1,7 +1,5 @@
 // What is wrong with a command line, in plain words.
-
-#ifndef TIVAR_TOOL_USAGE_ERROR_H
-#define TIVAR_TOOL_USAGE_ERROR_H
+#pragma once
 
 #include <span>
 #include <string>
@@ -27,5 +25,3 @@ CLI::Validator notEmpty();
 CLI::Validator oneOf(std::vector<std::string> words);
 
 }  // namespace tool
-
-#endif

@@ -1,8 +1,6 @@
 // What an export leaves, whichever route it takes: the bytes, where they went and whether they are
 // the whole file.
-
-#ifndef TIVAR_TOOL_DELIVERY_H
-#define TIVAR_TOOL_DELIVERY_H
+#pragma once
 
 #include <functional>
 #include <string>
@@ -54,5 +52,3 @@ Delivery deliver(const Workshop& shop, const ExportPlan& plan,
 void nameDocument(Settings& settings, const Destination& destination);
 
 }  // namespace tool
-
-#endif

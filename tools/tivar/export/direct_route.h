@@ -1,7 +1,5 @@
 // The direct route: the picture as it is, in one call, at its exact size.
-
-#ifndef TIVAR_TOOL_DIRECT_ROUTE_H
-#define TIVAR_TOOL_DIRECT_ROUTE_H
+#pragma once
 
 #include "export/judge.h"
 #include "export/request.h"
@@ -16,5 +14,3 @@ FileStart deliverDirectly(const Library& library, const ExportRequest& request, 
                           const Output& output, Progress& progress);
 
 }  // namespace tool
-
-#endif

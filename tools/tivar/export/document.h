@@ -1,8 +1,6 @@
 // A document of the host: what the library calls when it is to write into the host's own storage,
 // here a file.
-
-#ifndef TIVAR_TOOL_DOCUMENT_H
-#define TIVAR_TOOL_DOCUMENT_H
+#pragma once
 
 #include <cstdint>
 
@@ -17,5 +15,3 @@ struct Document {
 intptr_t serveDocument(intptr_t first, int32_t operation, intptr_t a, intptr_t b) noexcept;
 
 }  // namespace tool
-
-#endif

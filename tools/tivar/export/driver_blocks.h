@@ -1,7 +1,5 @@
 // Parameter blocks of the raster driver's operations.
-
-#ifndef TIVAR_TOOL_DRIVER_BLOCKS_H
-#define TIVAR_TOOL_DRIVER_BLOCKS_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -44,5 +42,3 @@ DriverBlock endImageBlock();
 DriverBlock cellArrayBlock(const Picture& picture, uint32_t firstRow, uint32_t rows);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // The driver route: the picture as operations of the library's raster driver.
-
-#ifndef TIVAR_TOOL_DRIVER_ROUTE_H
-#define TIVAR_TOOL_DRIVER_ROUTE_H
+#pragma once
 
 #include "export/delivery.h"
 
@@ -10,5 +8,3 @@ namespace tool {
 Delivery deliverByDriver(const Workshop& shop, ExportPlan& plan);
 
 }  // namespace tool
-
-#endif

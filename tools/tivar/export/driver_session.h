@@ -1,7 +1,5 @@
 // The library's raster driver, initialised for one file.
-
-#ifndef TIVAR_TOOL_DRIVER_SESSION_H
-#define TIVAR_TOOL_DRIVER_SESSION_H
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -36,5 +34,3 @@ void perform(const DriverSession& session, const DriverBlock& block, const char*
 Block takeMemory(const DriverSession& session);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Sizes on the driver route: what the window and its scale do, and what the tool does beforehand.
-
-#ifndef TIVAR_TOOL_DRIVER_SIZE_H
-#define TIVAR_TOOL_DRIVER_SIZE_H
+#pragma once
 
 #include "export/delivery.h"
 
@@ -19,5 +17,3 @@ struct DeviceWindow {
 DeviceWindow settleSize(const Workshop& shop, ExportPlan& plan);
 
 }  // namespace tool
-
-#endif

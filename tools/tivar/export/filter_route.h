@@ -1,7 +1,5 @@
 // The filter route: the library's export call.
-
-#ifndef TIVAR_TOOL_FILTER_ROUTE_H
-#define TIVAR_TOOL_FILTER_ROUTE_H
+#pragma once
 
 #include "export/delivery.h"
 
@@ -11,5 +9,3 @@ namespace tool {
 Delivery deliverByFilter(const Workshop& shop, ExportPlan& plan);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Which inputs a command has: those named, those of a list, and the pictures in folders.
-
-#ifndef TIVAR_TOOL_INPUTS_H
-#define TIVAR_TOOL_INPUTS_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -24,5 +22,3 @@ struct Input {
 std::vector<Input> gatherInputs(const JobsRequest& request);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Several inputs, exported by worker processes: what the user hears of it.
-
-#ifndef TIVAR_TOOL_JOBS_H
-#define TIVAR_TOOL_JOBS_H
+#pragma once
 
 #include <vector>
 
@@ -15,5 +13,3 @@ namespace tool {
 int runTasks(const Library& library, const std::vector<Task>& tasks, const JobsRequest& request);
 
 }  // namespace tool
-
-#endif

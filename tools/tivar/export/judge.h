@@ -1,7 +1,5 @@
 // Whether the bytes that an export left are the whole file. The library's result does not tell.
-
-#ifndef TIVAR_TOOL_JUDGE_H
-#define TIVAR_TOOL_JUDGE_H
+#pragma once
 
 #include <array>
 #include <cstdint>
@@ -35,5 +33,3 @@ struct Verdict {
 Verdict judge(const FileStart& start, const ExportPlan& plan);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // What became of one input.
-
-#ifndef TIVAR_TOOL_OUTCOME_H
-#define TIVAR_TOOL_OUTCOME_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -39,5 +37,3 @@ int send(int pipe, const Outcome& outcome);
 bool receive(int pipe, Outcome& outcome);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // A picture as the filter and the driver take it: in the library's memory, without alpha.
-
-#ifndef TIVAR_TOOL_PICTURE_H
-#define TIVAR_TOOL_PICTURE_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -37,5 +35,3 @@ Picture pictureOf(const Library& library, Image image, Color background);
 PixelRows rowsOf(const Picture& picture);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // What the file is going to be, settled before the export and checked after it.
-
-#ifndef TIVAR_TOOL_PLAN_H
-#define TIVAR_TOOL_PLAN_H
+#pragma once
 
 #include <cstdint>
 
@@ -35,5 +33,3 @@ void fixSize(Settings& settings, ExportPlan& plan, const Picture& picture, Pixel
 PixelSize sizeOfFile(const ExportRequest& request, PixelSize size);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Palettes from files that other programs write.
-
-#ifndef TIVAR_TOOL_READ_PALETTE_H
-#define TIVAR_TOOL_READ_PALETTE_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -19,5 +17,3 @@ std::vector<Color> readPalette(const std::string& name);
 std::vector<Color> paletteIn(const std::string& bytes, const std::string& suffix);
 
 }  // namespace tool
-
-#endif

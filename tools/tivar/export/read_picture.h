@@ -1,7 +1,5 @@
 // Pictures of every kind that the program reads.
-
-#ifndef TIVAR_TOOL_READ_PICTURE_H
-#define TIVAR_TOOL_READ_PICTURE_H
+#pragma once
 
 #include <string>
 
@@ -23,5 +21,3 @@ bool isMeantAsPicture(const std::string& path);
 Image readPicture(const std::string& name, const ReadRequest& request);
 
 }  // namespace tool
-
-#endif

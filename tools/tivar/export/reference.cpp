@@ -78,12 +78,12 @@ void judge(Reference& reference) {
 
 void requireDepth(const Reference& reference) {
     const BmpFile& file = reference.file;
-    constexpr char kRemedy[] = "choose a depth with --bits, or follow another file";
+    constexpr char kOtherDepth[] = "choose a depth with --bits, or follow another file";
     if (isEmbeddedPicture(file))
-        failForm(reference, "has " + std::string(nameOfForm(file.form)) + " in it", kRemedy);
-    constexpr std::array kDepths{1, 4, 8, 16, 24, 32};
-    if (std::find(kDepths.begin(), kDepths.end(), file.bits) != kDepths.end()) return;
-    failForm(reference, "has " + std::to_string(file.bits) + " bits a pixel", kRemedy);
+        failForm(reference, "has " + std::string(nameOfForm(file.form)) + " in it", kOtherDepth);
+    constexpr std::array kWritten{1, 4, 8, 16, 24, 32};
+    if (std::find(kWritten.begin(), kWritten.end(), file.bits) != kWritten.end()) return;
+    failForm(reference, "has " + std::to_string(file.bits) + " bits a pixel", kOtherDepth);
 }
 
 void requireEncoding(const Reference& reference) {

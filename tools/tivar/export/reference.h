@@ -1,7 +1,5 @@
 // A BMP file whose form an export takes over.
-
-#ifndef TIVAR_TOOL_REFERENCE_H
-#define TIVAR_TOOL_REFERENCE_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -30,5 +28,3 @@ Reference referenceFrom(std::vector<uint8_t> bytes, const std::string& name);
 void follow(const Reference& reference, ExportRequest& request);
 
 }  // namespace tool
-
-#endif

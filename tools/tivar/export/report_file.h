@@ -1,7 +1,5 @@
 // The file with a line about each input.
-
-#ifndef TIVAR_TOOL_REPORT_FILE_H
-#define TIVAR_TOOL_REPORT_FILE_H
+#pragma once
 
 #include <string>
 
@@ -23,5 +21,3 @@ ReportFile openReport(const std::string& name);
 void addLine(ReportFile& report, const std::string& line);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // What the user asks of exports.
-
-#ifndef TIVAR_TOOL_REQUEST_H
-#define TIVAR_TOOL_REQUEST_H
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -85,5 +83,3 @@ struct JobsRequest {
 };
 
 }  // namespace tool
-
-#endif

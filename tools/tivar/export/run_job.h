@@ -1,7 +1,5 @@
 // One input, one output.
-
-#ifndef TIVAR_TOOL_RUN_JOB_H
-#define TIVAR_TOOL_RUN_JOB_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -30,5 +28,3 @@ struct Exported {
 Exported runJob(const Library& library, const Job& job, const ExportRequest& request, bool onlyOne);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Sizes of exports, and the one kind of scaling that the library leaves to its host.
-
-#ifndef TIVAR_TOOL_SCALING_H
-#define TIVAR_TOOL_SCALING_H
+#pragma once
 
 #include "export/picture.h"
 
@@ -23,5 +21,3 @@ void refuseTallShrinking(const Picture& picture, PixelSize target);
 void scaleTo(const Library& library, Picture& picture, PixelSize target);
 
 }  // namespace tool
-
-#endif

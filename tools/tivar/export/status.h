@@ -1,8 +1,6 @@
 // The host's side of the status call-back: percentages go to the terminal, a signal that waits is
 // the wish to cancel.
-
-#ifndef TIVAR_TOOL_STATUS_H
-#define TIVAR_TOOL_STATUS_H
+#pragma once
 
 #include <array>
 
@@ -20,5 +18,3 @@ struct StatusBlock {
 };
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // How far many exports are: a line that is rewritten on a terminal, and the summary in the end.
-
-#ifndef TIVAR_TOOL_TALLY_H
-#define TIVAR_TOOL_TALLY_H
+#pragma once
 
 #include <array>
 #include <chrono>
@@ -35,5 +33,3 @@ void showLines(Tally& tally, const std::string& lines);
 std::string summaryOf(const Tally& tally);
 
 }  // namespace tool
-
-#endif

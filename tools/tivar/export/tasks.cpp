@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <map>
 #include <system_error>
 #include <unordered_map>
 
@@ -123,21 +122,23 @@ struct Sieve {
     std::unordered_map<std::string, size_t> writers;
 
     void add(Task&& task, bool found) {
-        if (!task.settled) {
-            const std::string target = identities.of(task.job.target);
-            if (found && target == identities.of(task.job.input)) {
-                task.settled = skipped(Skip::InPlace);
-            } else {
-                const auto [writer, fresh] = writers.try_emplace(target, kept.size());
-                if (!fresh) {
-                    Task& other = kept[writer->second];
-                    if (plainPath(other.job.input) == plainPath(task.job.input)) return;
-                    if (!other.settled) refuse(other, task);
-                    refuse(task, other);
-                }
-            }
+        if (task.settled || isItsOwn(task, found)) kept.push_back(std::move(task));
+    }
+
+    // Whether the task is one of its own; it may be settled by now.
+    bool isItsOwn(Task& task, bool found) {
+        const std::string target = identities.of(task.job.target);
+        if (found && target == identities.of(task.job.input)) {
+            task.settled = skipped(Skip::InPlace);
+            return true;
         }
-        kept.push_back(std::move(task));
+        const auto [writer, fresh] = writers.try_emplace(target, kept.size());
+        if (fresh) return true;
+        Task& other = kept[writer->second];
+        if (plainPath(other.job.input) == plainPath(task.job.input)) return false;
+        if (!other.settled) refuse(other, task);
+        refuse(task, other);
+        return true;
     }
 };
 

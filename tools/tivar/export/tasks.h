@@ -1,7 +1,5 @@
 // Which file each input makes, and which of them need not or cannot be made.
-
-#ifndef TIVAR_TOOL_TASKS_H
-#define TIVAR_TOOL_TASKS_H
+#pragma once
 
 #include <optional>
 #include <vector>
@@ -27,5 +25,3 @@ std::vector<Task> planTasks(const JobsRequest& request);
 std::optional<Outcome> settledBy(const Job& job);
 
 }  // namespace tool
-
-#endif

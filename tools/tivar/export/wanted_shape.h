@@ -1,7 +1,5 @@
 // The size that the user asks for, as far as the picture is brought to it before its route begins.
-
-#ifndef TIVAR_TOOL_WANTED_SHAPE_H
-#define TIVAR_TOOL_WANTED_SHAPE_H
+#pragma once
 
 #include "export/request.h"
 
@@ -18,5 +16,3 @@ ReadRequest readingFor(const ExportRequest& request);
 Image inWantedShape(Image image, const ExportRequest& request);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Worker processes that do one task after the other, so that none of them can end the others.
-
-#ifndef TIVAR_TOOL_WORKERS_H
-#define TIVAR_TOOL_WORKERS_H
+#pragma once
 
 #include <cstddef>
 #include <functional>
@@ -23,5 +21,3 @@ struct WorkOrder {
 void runInWorkers(const std::vector<size_t>& tasks, const WorkOrder& order);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // What is on the gallery's page.
-
-#ifndef TIVAR_TOOL_ALBUM_H
-#define TIVAR_TOOL_ALBUM_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -60,5 +58,3 @@ struct Album {
 };
 
 }  // namespace tool
-
-#endif

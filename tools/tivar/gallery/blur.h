@@ -1,7 +1,5 @@
 // The blur that stands for looking from a distance.
-
-#ifndef TIVAR_TOOL_BLUR_H
-#define TIVAR_TOOL_BLUR_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -26,5 +24,3 @@ constexpr size_t kBlurReach = 6;
 void blur(Samples& samples);
 
 }  // namespace tool
-
-#endif

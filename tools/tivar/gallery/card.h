@@ -1,7 +1,5 @@
 // A picture of the gallery with its figures.
-
-#ifndef TIVAR_TOOL_CARD_H
-#define TIVAR_TOOL_CARD_H
+#pragma once
 
 #include "gallery/album.h"
 
@@ -10,5 +8,3 @@ namespace tool {
 std::string cardText(const Album& album, const Chapter& chapter, const Card& card);
 
 }  // namespace tool
-
-#endif

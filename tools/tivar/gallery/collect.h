@@ -1,7 +1,5 @@
 // The exports of a gallery, and what its page has to show of them.
-
-#ifndef TIVAR_TOOL_COLLECT_H
-#define TIVAR_TOOL_COLLECT_H
+#pragma once
 
 #include "gallery/album.h"
 #include "gallery/gallery.h"
@@ -12,5 +10,3 @@ namespace tool {
 Album collect(const Library& library, const GalleryRequest& request, const Image& source);
 
 }  // namespace tool
-
-#endif

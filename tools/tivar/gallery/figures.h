@@ -1,7 +1,5 @@
 // Numbers as a page has them.
-
-#ifndef TIVAR_TOOL_FIGURES_H
-#define TIVAR_TOOL_FIGURES_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -21,5 +19,3 @@ std::string decibelValue(double decibels);
 std::string timeText(double seconds);
 
 }  // namespace tool
-
-#endif

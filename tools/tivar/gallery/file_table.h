@@ -1,7 +1,5 @@
 // Every file of a chapter, with its figures.
-
-#ifndef TIVAR_TOOL_FILE_TABLE_H
-#define TIVAR_TOOL_FILE_TABLE_H
+#pragma once
 
 #include "gallery/album.h"
 
@@ -11,5 +9,3 @@ namespace tool {
 std::string fileTable(const Chapter& chapter, uint64_t largest);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // One picture in every kind of BMP file, and a page that shows them.
-
-#ifndef TIVAR_TOOL_GALLERY_H
-#define TIVAR_TOOL_GALLERY_H
+#pragma once
 
 #include "export/request.h"
 #include "process/library.h"
@@ -17,5 +15,3 @@ struct GalleryRequest {
 void makeGallery(const Library& library, const GalleryRequest& request);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // What the gallery's page looks like, and how it answers the mouse and the keyboard.
-
-#ifndef TIVAR_TOOL_GALLERY_LOOK_H
-#define TIVAR_TOOL_GALLERY_LOOK_H
+#pragma once
 
 namespace tool {
 
@@ -117,5 +115,3 @@ for (const card of document.querySelectorAll(".card")) {
 )js";
 
 }  // namespace tool
-
-#endif

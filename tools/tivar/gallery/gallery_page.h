@@ -1,7 +1,5 @@
 // The gallery's page: one HTML file that needs no other, apart from the BMP files it links to.
-
-#ifndef TIVAR_TOOL_GALLERY_PAGE_H
-#define TIVAR_TOOL_GALLERY_PAGE_H
+#pragma once
 
 #include "gallery/album.h"
 
@@ -10,5 +8,3 @@ namespace tool {
 std::string galleryPage(const Album& album);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Text inside pages.
-
-#ifndef TIVAR_TOOL_HTML_H
-#define TIVAR_TOOL_HTML_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -17,5 +15,3 @@ std::string addressOf(std::string_view fileName);
 std::string base64(std::string_view bytes);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // How near a picture comes to its original.
-
-#ifndef TIVAR_TOOL_MEASURE_H
-#define TIVAR_TOOL_MEASURE_H
+#pragma once
 
 #include "picture/pixel_rows.h"
 
@@ -24,5 +22,3 @@ bool comparesGreys(const PixelRows& rows);
 Likeness likenessOf(const PixelRows& rows, const PixelRows& original, bool asGreys);
 
 }  // namespace tool
-
-#endif

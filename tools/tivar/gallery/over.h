@@ -1,7 +1,5 @@
 // Pictures with alpha as they look.
-
-#ifndef TIVAR_TOOL_OVER_H
-#define TIVAR_TOOL_OVER_H
+#pragma once
 
 #include "picture/pixel_rows.h"
 
@@ -11,5 +9,3 @@ namespace tool {
 PixelRows over(PixelRows rows, Color background);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Pictures inside a page.
-
-#ifndef TIVAR_TOOL_PREVIEW_H
-#define TIVAR_TOOL_PREVIEW_H
+#pragma once
 
 #include <string>
 
@@ -40,5 +38,3 @@ bool deservesDetail(PreviewScale scale);
 Preview detailOf(const PixelRows& rows);
 
 }  // namespace tool
-
-#endif

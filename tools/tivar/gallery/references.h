@@ -1,7 +1,5 @@
 // What the files of a gallery are compared with.
-
-#ifndef TIVAR_TOOL_REFERENCES_H
-#define TIVAR_TOOL_REFERENCES_H
+#pragma once
 
 #include "export/picture.h"
 #include "process/library.h"
@@ -29,5 +27,3 @@ class References {
 };
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // The page's pictures: each is in it once, and shown wherever it is wanted.
-
-#ifndef TIVAR_TOOL_SHOTS_H
-#define TIVAR_TOOL_SHOTS_H
+#pragma once
 
 #include "gallery/album.h"
 
@@ -15,5 +13,3 @@ std::string shotsOf(const Album& album, const Shot& shot, const Shot& original,
                     const std::string& what);
 
 }  // namespace tool
-
-#endif

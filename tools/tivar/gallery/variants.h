@@ -1,7 +1,5 @@
 // The files of a gallery, chapter by chapter of its page.
-
-#ifndef TIVAR_TOOL_VARIANTS_H
-#define TIVAR_TOOL_VARIANTS_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -43,5 +41,3 @@ ExportRequest requestFor(const Variant& variant, const ExportRequest& asked);
 const char* routeName(Route route);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Colours as their profile means them.
-
-#ifndef TIVAR_TOOL_COLOR_PROFILE_H
-#define TIVAR_TOOL_COLOR_PROFILE_H
+#pragma once
 
 #include "picture/image.h"
 
@@ -12,5 +10,3 @@ namespace tool {
 void convertToSrgb(Image& image, const ReadRequest& request);
 
 }  // namespace tool
-
-#endif

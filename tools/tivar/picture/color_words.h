@@ -1,7 +1,5 @@
 // Colours and palettes as people write them.
-
-#ifndef TIVAR_TOOL_COLOR_WORDS_H
-#define TIVAR_TOOL_COLOR_WORDS_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -22,5 +20,3 @@ std::vector<std::string> paletteNames();
 std::optional<std::vector<Color>> paletteNamed(std::string_view name);
 
 }  // namespace tool
-
-#endif

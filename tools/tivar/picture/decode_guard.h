@@ -1,8 +1,6 @@
 // The C libraries leave by longjmp when something fails. A guarded step holds nothing that needs a
 // destructor, so that the jump skips none; what does lives in the caller.
-
-#ifndef TIVAR_TOOL_DECODE_GUARD_H
-#define TIVAR_TOOL_DECODE_GUARD_H
+#pragma once
 
 #include <csetjmp>
 
@@ -51,5 +49,3 @@ void tolerating(const ReadRequest& request, Image& image, Read read) {
 }
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // What cameras tell about a picture beside its pixels.
-
-#ifndef TIVAR_TOOL_EXIF_H
-#define TIVAR_TOOL_EXIF_H
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -13,5 +11,3 @@ namespace tool {
 int orientationIn(std::span<const uint8_t> exif);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // A picture in memory, as its file has it: nothing is blended, scaled or reduced yet.
-
-#ifndef TIVAR_TOOL_IMAGE_H
-#define TIVAR_TOOL_IMAGE_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -105,5 +103,3 @@ void widenTwoBits(uint8_t* row, uint32_t width);
 void convertRow(const Image& image, const uint8_t* from, PixelFormat wanted, uint8_t* to);
 
 }  // namespace tool
-
-#endif

@@ -1,8 +1,6 @@
-// Libraries of rare kinds of pictures, which bring many more, and of rare work: they are loaded with
-// the first picture that needs them, so that the program starts as fast without them.
-
-#ifndef TIVAR_TOOL_LAZY_LIBRARY_H
-#define TIVAR_TOOL_LAZY_LIBRARY_H
+// Libraries of rare kinds of pictures, which bring many more, and of rare work: they are loaded
+// with the first picture that needs them, so that the program starts as fast without them.
+#pragma once
 
 #include <string>
 
@@ -22,5 +20,3 @@ void bindLazily(void* module, const char* fileName, const char* name, Function& 
 }
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Rows of pixels from wherever they come: the pictures that are exported and the files that result.
-
-#ifndef TIVAR_TOOL_PIXEL_ROWS_H
-#define TIVAR_TOOL_PIXEL_ROWS_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -38,5 +36,3 @@ void readColors(const PixelRows& rows, uint32_t y, std::vector<uint8_t>& packed,
 PixelRows rowsOf(std::shared_ptr<const Image> image);
 
 }  // namespace tool
-
-#endif

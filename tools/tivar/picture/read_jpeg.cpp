@@ -145,8 +145,8 @@ int orientationOf(const jpeg_decompress_struct& jpeg) {
     return 1;
 }
 
-// Half the sides, where they are enough, take a quarter of the room. Less would also lose light: what
-// libjpeg decodes smaller are averages of values, not of the light that those mean.
+// Half the sides, where they are enough, take a quarter of the room. Less would also lose light:
+// what libjpeg decodes smaller are averages of values, not of the light that those mean.
 unsigned eighthsFor(const ReadRequest& request, PixelSize stored, int orientation) {
     return request.enough && request.enough(stored, orientation) <= 0.5 ? 4 : 8;
 }

@@ -21,15 +21,15 @@ struct Header {
     int format{};
 };
 
-DecodeGuard* activeGuard = nullptr;
+DecodeGuard* g_activeGuard = nullptr;
 
 // libnetpbm reports first, then jumps to the place that it was given.
 void onError(const char* message) {
-    std::snprintf(activeGuard->message, sizeof activeGuard->message, "%s", message);
+    std::snprintf(g_activeGuard->message, sizeof g_activeGuard->message, "%s", message);
 }
 
 void connect(DecodeGuard& guard) {
-    activeGuard = &guard;
+    g_activeGuard = &guard;
     pm_init("tivar", 0);
     pm_setMessage(0, nullptr);
     pm_setusererrormsgfn(onError);

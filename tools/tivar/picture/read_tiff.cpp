@@ -34,10 +34,10 @@ struct TiffLibrary {
     decltype(&::TIFFSetWarningHandler) setWarningHandler{};
 };
 
-std::array<char, 256> lastError{};
+std::array<char, 256> g_lastError{};
 
 void onError(const char*, const char* format, va_list arguments) {
-    std::vsnprintf(lastError.data(), lastError.size(), format, arguments);
+    std::vsnprintf(g_lastError.data(), g_lastError.size(), format, arguments);
 }
 
 TiffLibrary loadTiff() {
@@ -63,7 +63,7 @@ TiffLibrary loadTiff() {
 }
 
 [[noreturn]] void failTiff() {
-    const char* text = lastError.data();
+    const char* text = g_lastError.data();
     fail(std::string("the picture is damaged or cut short (") + text + ")",
          "get a complete copy of it");
 }

@@ -1,7 +1,5 @@
 // One reader for each file format, found by how the file begins.
-
-#ifndef TIVAR_TOOL_READERS_H
-#define TIVAR_TOOL_READERS_H
+#pragma once
 
 #include <cstdio>
 #include <span>
@@ -36,5 +34,3 @@ Image readHeif(std::FILE* file, const ReadRequest& request);
 Notice severalPictures();
 
 }  // namespace tool
-
-#endif

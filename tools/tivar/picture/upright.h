@@ -1,7 +1,5 @@
 // Pictures that a camera took turned or mirrored, and those that the user wants turned.
-
-#ifndef TIVAR_TOOL_UPRIGHT_H
-#define TIVAR_TOOL_UPRIGHT_H
+#pragma once
 
 #include "picture/image.h"
 
@@ -17,5 +15,3 @@ bool exchangesSides(int orientation);
 void makeUpright(Image& image);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Pictures that the tool writes itself.
-
-#ifndef TIVAR_TOOL_WRITE_PICTURE_H
-#define TIVAR_TOOL_WRITE_PICTURE_H
+#pragma once
 
 #include <cstdio>
 
@@ -15,5 +13,3 @@ int writePng(const PixelRows& rows, std::FILE* file);
 int writePpm(const PixelRows& rows, std::FILE* file);
 
 }  // namespace tool
-
-#endif

@@ -12,7 +12,7 @@
 namespace tool {
 namespace {
 
-std::string* collected = nullptr;
+std::string* g_collected = nullptr;
 
 const char* remedyFor(int error) {
     switch (error) {
@@ -78,15 +78,15 @@ std::string lineOf(const std::string& file, const std::string& what, const std::
 
 void report(const std::string& file, const std::string& what, const std::string& remedy) {
     const std::string line = lineOf(file, what, remedy);
-    if (collected != nullptr) {
-        *collected += line;
+    if (g_collected != nullptr) {
+        *g_collected += line;
     } else {
         (void)writeAll(STDERR_FILENO, line.data(), line.size());
     }
 }
 
 void collectReports(std::string* lines) {
-    collected = lines;
+    g_collected = lines;
 }
 
 Failure currentFailure(const std::string& file) {

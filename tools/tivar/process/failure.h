@@ -1,7 +1,5 @@
 // How the tool fails: one exception, one line on standard error.
-
-#ifndef TIVAR_TOOL_FAILURE_H
-#define TIVAR_TOOL_FAILURE_H
+#pragma once
 
 #include <string>
 
@@ -65,5 +63,3 @@ int reporting(const std::string& file, Action&& action) {
 }
 
 }  // namespace tool
-
-#endif

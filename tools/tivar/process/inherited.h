@@ -1,7 +1,5 @@
 // Outputs that name a stream which the caller has opened: /dev/stdout, /dev/fd/3 and links to them.
-
-#ifndef TIVAR_TOOL_INHERITED_H
-#define TIVAR_TOOL_INHERITED_H
+#pragma once
 
 #include <string>
 
@@ -17,5 +15,3 @@ bool isStandardOutput(const std::string& name);
 bool isInherited(int descriptor);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Files that are read; the name "-" is standard input.
-
-#ifndef TIVAR_TOOL_INPUT_FILE_H
-#define TIVAR_TOOL_INPUT_FILE_H
+#pragma once
 
 #include <cstdint>
 #include <cstdio>
@@ -21,5 +19,3 @@ OpenFile openInput(const std::string& name);
 std::vector<uint8_t> readAll(std::FILE* file);
 
 }  // namespace tool
-
-#endif

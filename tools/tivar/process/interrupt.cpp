@@ -21,11 +21,11 @@ constexpr char kDeferredLine[] = "\ntivar: cancelling (once more to stop at once
 enum class Reaction : sig_atomic_t { ExitAtOnce, Defer, PassOn };
 
 // Read and written by the handler, so nothing but plain data.
-volatile sig_atomic_t reaction = static_cast<sig_atomic_t>(Reaction::ExitAtOnce);
-volatile sig_atomic_t firstSignal = 0;
-volatile sig_atomic_t isWorker = 0;
-std::array<char, PATH_MAX> unfinishedFile{};
-std::array<volatile pid_t, 256> workers{};
+volatile sig_atomic_t g_reaction = static_cast<sig_atomic_t>(Reaction::ExitAtOnce);
+volatile sig_atomic_t g_firstSignal = 0;
+volatile sig_atomic_t g_isWorker = 0;
+std::array<char, PATH_MAX> g_unfinishedFile{};
+std::array<volatile pid_t, 256> g_workers{};
 
 template <std::size_t size>
 void writeLine(const char (&line)[size]) {
@@ -36,25 +36,25 @@ void writeLine(const char (&line)[size]) {
 // A signal of the terminal reaches the whole group by itself, one from a process only its target.
 void passOn(int signal, const siginfo_t* info) {
     if (info->si_code > 0) return;
-    for (const pid_t worker : workers) {
+    for (const pid_t worker : g_workers) {
         if (worker != 0) ::kill(worker, signal);
     }
 }
 
 void onSignal(int signal, siginfo_t* info, void*) {
     const int savedError = errno;
-    const auto now = static_cast<Reaction>(static_cast<sig_atomic_t>(reaction));
-    const bool first = firstSignal == 0;
+    const auto now = static_cast<Reaction>(static_cast<sig_atomic_t>(g_reaction));
+    const bool first = g_firstSignal == 0;
     if (now == Reaction::PassOn) {
         passOn(signal, info);
     } else if (now == Reaction::ExitAtOnce || !first) {
-        if (unfinishedFile[0] != '\0') ::unlink(unfinishedFile.data());
-        if (isWorker == 0) writeLine(kInterruptedLine);
+        if (g_unfinishedFile[0] != '\0') ::unlink(g_unfinishedFile.data());
+        if (g_isWorker == 0) writeLine(kInterruptedLine);
         ::_exit(kSignalBase + signal);
-    } else if (isWorker == 0 && ::isatty(STDERR_FILENO) != 0) {
+    } else if (g_isWorker == 0 && ::isatty(STDERR_FILENO) != 0) {
         writeLine(kDeferredLine);
     }
-    if (first) firstSignal = signal;
+    if (first) g_firstSignal = signal;
     errno = savedError;
 }
 
@@ -66,7 +66,7 @@ sigset_t ourSignals() {
 }
 
 void replaceWorker(pid_t old, pid_t now) {
-    for (volatile pid_t& slot : workers) {
+    for (volatile pid_t& slot : g_workers) {
         if (slot == old) {
             slot = now;
             return;
@@ -75,9 +75,9 @@ void replaceWorker(pid_t old, pid_t now) {
 }
 
 void becomeWorker(pid_t parent) {
-    isWorker = 1;
-    reaction = static_cast<sig_atomic_t>(Reaction::ExitAtOnce);
-    for (volatile pid_t& slot : workers) slot = 0;
+    g_isWorker = 1;
+    g_reaction = static_cast<sig_atomic_t>(Reaction::ExitAtOnce);
+    for (volatile pid_t& slot : g_workers) slot = 0;
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (::getppid() != parent) ::_exit(kSignalBase + SIGTERM);
 }
@@ -100,22 +100,22 @@ void installSignalHandlers() {
 }
 
 int pendingSignal() {
-    return firstSignal;
+    return g_firstSignal;
 }
 
 void throwIfInterrupted() {
-    if (firstSignal != 0) throw Interrupted{firstSignal};
+    if (g_firstSignal != 0) throw Interrupted{g_firstSignal};
 }
 
 void reportInterruption() {
-    if (isWorker == 0) writeLine(kInterruptedLine);
+    if (g_isWorker == 0) writeLine(kInterruptedLine);
 }
 
 DeferSignals::DeferSignals() {
-    reaction = static_cast<sig_atomic_t>(Reaction::Defer);
+    g_reaction = static_cast<sig_atomic_t>(Reaction::Defer);
 }
 DeferSignals::~DeferSignals() {
-    reaction = static_cast<sig_atomic_t>(Reaction::ExitAtOnce);
+    g_reaction = static_cast<sig_atomic_t>(Reaction::ExitAtOnce);
 }
 
 BlockSignals::BlockSignals() {
@@ -128,9 +128,9 @@ BlockSignals::~BlockSignals() {
 
 void removeOnSignal(const std::string& path) {
     const BlockSignals blocked;
-    unfinishedFile.fill('\0');
-    if (path.size() < unfinishedFile.size()) {
-        std::memcpy(unfinishedFile.data(), path.data(), path.size());
+    g_unfinishedFile.fill('\0');
+    if (path.size() < g_unfinishedFile.size()) {
+        std::memcpy(g_unfinishedFile.data(), path.data(), path.size());
     }
 }
 
@@ -142,7 +142,7 @@ pid_t forkWorker() {
         becomeWorker(parent);
     } else if (worker > 0) {
         replaceWorker(0, worker);
-        reaction = static_cast<sig_atomic_t>(Reaction::PassOn);
+        g_reaction = static_cast<sig_atomic_t>(Reaction::PassOn);
     }
     return worker;
 }

@@ -1,9 +1,7 @@
 // Ctrl-C and its relatives. A signal during an export is remembered and answered through the
 // library's status call-back; at any other time, or the second time, the process ends at once. Both
 // ways the unfinished file goes.
-
-#ifndef TIVAR_TOOL_INTERRUPT_H
-#define TIVAR_TOOL_INTERRUPT_H
+#pragma once
 
 #include <sys/types.h>
 
@@ -48,5 +46,3 @@ pid_t forkWorker();
 int awaitWorker(pid_t worker);
 
 }  // namespace tool
-
-#endif

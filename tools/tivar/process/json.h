@@ -1,7 +1,5 @@
 // Values of JSON.
-
-#ifndef TIVAR_TOOL_JSON_H
-#define TIVAR_TOOL_JSON_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -13,5 +11,3 @@ namespace tool {
 std::string jsonText(std::string_view text);
 
 }  // namespace tool
-
-#endif

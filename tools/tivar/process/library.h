@@ -1,7 +1,5 @@
 // The export library, loaded at run time. Nothing else of the tool knows where it comes from.
-
-#ifndef TIVAR_TOOL_LIBRARY_H
-#define TIVAR_TOOL_LIBRARY_H
+#pragma once
 
 #include <tivar/tivar.h>
 #include <tivar/write.h>
@@ -83,5 +81,3 @@ HostWord wordOf(Pointer pointer) {
 Block allocate(const Library& library, uint32_t size);
 
 }  // namespace tool
-
-#endif

@@ -1,8 +1,6 @@
 // What the library prints. Its only word about an exhausted heap goes to standard output, which may
 // be where the picture is to go, and the export itself then reports success with wrong pixels.
-
-#ifndef TIVAR_TOOL_LIBRARY_VOICE_H
-#define TIVAR_TOOL_LIBRARY_VOICE_H
+#pragma once
 
 #include <string>
 
@@ -24,5 +22,3 @@ struct LibraryVoice {
 };
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Letters of one case, for suffixes of file names.
-
-#ifndef TIVAR_TOOL_LOWER_CASE_H
-#define TIVAR_TOOL_LOWER_CASE_H
+#pragma once
 
 #include <algorithm>
 #include <cctype>
@@ -16,5 +14,3 @@ inline std::string inLowerCase(std::string text) {
 }
 
 }  // namespace tool
-
-#endif

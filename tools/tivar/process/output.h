@@ -1,8 +1,6 @@
 // Where the bytes go. A regular file is written beside its place and renamed when complete, so that
 // the old one stays until then; pipes and devices get the complete bytes at the end.
-
-#ifndef TIVAR_TOOL_OUTPUT_H
-#define TIVAR_TOOL_OUTPUT_H
+#pragma once
 
 #include <sys/stat.h>
 
@@ -46,5 +44,3 @@ void refuseTerminal(const std::string& target);
 int probeGrowth(const Output& output, uint64_t count);
 
 }  // namespace tool
-
-#endif

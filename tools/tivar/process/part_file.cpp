@@ -26,7 +26,7 @@ constexpr std::string_view kSuffix = ".part";
 constexpr size_t kLongestBase = 200;  // leaves room for the rest in a file name of 255 bytes
 constexpr int kMostTries = 100;
 
-bool leftoversGone = false;
+bool g_leftoversGone = false;
 
 // What the names of unfinished files of a target begin with.
 std::string partPrefix(const fs::path& target) {
@@ -94,13 +94,13 @@ void removeLeftovers(const std::vector<std::string>& targets) {
         directories[directoryOf(target).string()].insert(partPrefix(target));
     }
     for (const auto& [directory, prefixes] : directories) removeLeftoversIn(directory, prefixes);
-    leftoversGone = true;
+    g_leftoversGone = true;
 }
 
 PartFile createPart(const std::string& target, mode_t mode) {
     const fs::path place(target);
     const std::string prefix = partPrefix(place);
-    if (!leftoversGone) removeLeftoversIn(directoryOf(place), {prefix});
+    if (!g_leftoversGone) removeLeftoversIn(directoryOf(place), {prefix});
     const BlockSignals blocked;
     // A number may be taken by a process of another container.
     for (int i = 0; i < kMostTries; ++i) {

@@ -1,8 +1,6 @@
 // The unfinished file beside the one that it will replace. It is locked as long as somebody works
 // on it, which is how the leftovers of killed processes are told apart.
-
-#ifndef TIVAR_TOOL_PART_FILE_H
-#define TIVAR_TOOL_PART_FILE_H
+#pragma once
 
 #include <sys/types.h>
 
@@ -27,5 +25,3 @@ void removeLeftovers(const std::vector<std::string>& targets);
 PartFile createPart(const std::string& target, mode_t mode);
 
 }  // namespace tool
-
-#endif

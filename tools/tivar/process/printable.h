@@ -1,7 +1,5 @@
 // Names and values as a terminal may be shown them.
-
-#ifndef TIVAR_TOOL_PRINTABLE_H
-#define TIVAR_TOOL_PRINTABLE_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -14,5 +12,3 @@ namespace tool {
 std::string printable(std::string_view text);
 
 }  // namespace tool
-
-#endif

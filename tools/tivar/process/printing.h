@@ -1,7 +1,5 @@
 // What commands print on standard output.
-
-#ifndef TIVAR_TOOL_PRINTING_H
-#define TIVAR_TOOL_PRINTING_H
+#pragma once
 
 namespace tool {
 
@@ -10,5 +8,3 @@ namespace tool {
 void finishPrinting();
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // What the user sees on a terminal while an export runs.
-
-#ifndef TIVAR_TOOL_PROGRESS_H
-#define TIVAR_TOOL_PROGRESS_H
+#pragma once
 
 #include <string>
 
@@ -25,5 +23,3 @@ void showResult(Progress& progress, const std::string& result);
 void showNotice(Progress& progress, const std::string& what, const std::string& remedy);
 
 }  // namespace tool
-
-#endif

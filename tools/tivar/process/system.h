@@ -1,7 +1,5 @@
 // Small guards and helpers over POSIX calls.
-
-#ifndef TIVAR_TOOL_SYSTEM_H
-#define TIVAR_TOOL_SYSTEM_H
+#pragma once
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -59,5 +57,3 @@ inline int writeAll(int descriptor, const void* data, std::size_t count) {
 }
 
 }  // namespace tool
-
-#endif

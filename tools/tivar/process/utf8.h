@@ -1,7 +1,5 @@
 // Characters of UTF-8.
-
-#ifndef TIVAR_TOOL_UTF8_H
-#define TIVAR_TOOL_UTF8_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -20,5 +18,3 @@ struct Character {
 Character firstCharacter(std::string_view text);
 
 }  // namespace tool
-
-#endif

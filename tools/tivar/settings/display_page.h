@@ -1,7 +1,5 @@
 // Pages of the display, whose measures DISPLAYINFO may give, or fail to.
-
-#ifndef TIVAR_TOOL_DISPLAY_PAGE_H
-#define TIVAR_TOOL_DISPLAY_PAGE_H
+#pragma once
 
 #include <string>
 
@@ -17,5 +15,3 @@ std::string displayVariable();
 void requireDisplayPage(const Settings& settings, PixelSize picture);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // The profile's file, where the library's own writing needs help.
-
-#ifndef TIVAR_TOOL_PROFILE_FILE_H
-#define TIVAR_TOOL_PROFILE_FILE_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -23,5 +21,3 @@ void requireWritable(const std::string& path);
 void endLastLine(const std::string& path);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // The settings that a mode of a profile can hold: keys, codes, words and ranges.
-
-#ifndef TIVAR_TOOL_SETTING_KEYS_H
-#define TIVAR_TOOL_SETTING_KEYS_H
+#pragma once
 
 #include <tivar/filter.h>
 
@@ -55,5 +53,3 @@ std::string formatNumber(double value);
 bool equalBlind(std::string_view a, std::string_view b);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // The library's settings record, and the mode of a profile that it comes from.
-
-#ifndef TIVAR_TOOL_SETTINGS_H
-#define TIVAR_TOOL_SETTINGS_H
+#pragma once
 
 #include <string>
 
@@ -34,5 +32,3 @@ bool hasKey(const Settings& settings, const char* key);
 std::string profileText(const Settings& settings, const char* key);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // The commands about profiles.
-
-#ifndef TIVAR_TOOL_SETTINGS_COMMANDS_H
-#define TIVAR_TOOL_SETTINGS_COMMANDS_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -28,5 +26,3 @@ void setSettings(const Library& library, const SettingsRequest& request);
 void initSettings(const SettingsRequest& request);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Drawings and pixel art, told from photographs.
-
-#ifndef TIVAR_TOOL_FEW_COLORS_H
-#define TIVAR_TOOL_FEW_COLORS_H
+#pragma once
 
 #include "picture/image.h"
 
@@ -11,5 +9,3 @@ namespace tool {
 bool hasFewColors(const Image& image);
 
 }  // namespace tool
-
-#endif

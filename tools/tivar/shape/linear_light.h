@@ -1,7 +1,5 @@
 // sRGB's values and the amounts of light that they stand for.
-
-#ifndef TIVAR_TOOL_LINEAR_LIGHT_H
-#define TIVAR_TOOL_LINEAR_LIGHT_H
+#pragma once
 
 #include <algorithm>
 #include <array>
@@ -24,5 +22,3 @@ struct LinearLight {
 };
 
 }  // namespace tool
-
-#endif

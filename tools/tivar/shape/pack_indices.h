@@ -1,7 +1,5 @@
 // Rows of indices, put together one by one.
-
-#ifndef TIVAR_TOOL_PACK_INDICES_H
-#define TIVAR_TOOL_PACK_INDICES_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -19,5 +17,3 @@ void packIndices(uint8_t* row, size_t width, unsigned bits, IndexOf indexOf) {
 }
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Borders around a picture.
-
-#ifndef TIVAR_TOOL_PAD_H
-#define TIVAR_TOOL_PAD_H
+#pragma once
 
 #include "picture/image.h"
 
@@ -12,5 +10,3 @@ namespace tool {
 Image padded(Image image, PixelSize size, Color color, uint8_t alpha);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Scaling that makes no new colours: every pixel is one of the picture's.
-
-#ifndef TIVAR_TOOL_PIXEL_SCALER_H
-#define TIVAR_TOOL_PIXEL_SCALER_H
+#pragma once
 
 #include "shape/placement.h"
 
@@ -11,5 +9,3 @@ namespace tool {
 Image scaledByPixels(const Image& image, const Region& region, PixelSize size);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Where a picture goes in a size that is asked for.
-
-#ifndef TIVAR_TOOL_PLACEMENT_H
-#define TIVAR_TOOL_PLACEMENT_H
+#pragma once
 
 #include "picture/image.h"
 
@@ -34,5 +32,3 @@ inline PixelSize exchanged(PixelSize size) {
 }
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // A picture brought to an exact size.
-
-#ifndef TIVAR_TOOL_RESHAPE_H
-#define TIVAR_TOOL_RESHAPE_H
+#pragma once
 
 #include "shape/placement.h"
 
@@ -25,5 +23,3 @@ double enoughFor(const Shape& shape, PixelSize stored, int orientation);
 Image reshaped(Image image, const Shape& shape);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // Scaling that mixes pixels, for photographs.
-
-#ifndef TIVAR_TOOL_SMOOTH_SCALER_H
-#define TIVAR_TOOL_SMOOTH_SCALER_H
+#pragma once
 
 #include "shape/placement.h"
 
@@ -12,5 +10,3 @@ namespace tool {
 Image scaledSmoothly(const Image& image, const Region& region, PixelSize size);
 
 }  // namespace tool
-
-#endif

@@ -1,7 +1,5 @@
 // zimg, which scales planes of pixels, loaded when it is needed.
-
-#ifndef TIVAR_TOOL_ZIMG_LIBRARY_H
-#define TIVAR_TOOL_ZIMG_LIBRARY_H
+#pragma once
 
 #include <zimg.h>
 
@@ -24,5 +22,3 @@ struct ZimgLibrary {
 ZimgLibrary loadZimg();
 
 }  // namespace tool
-
-#endif
