@@ -99,12 +99,13 @@ TEST_F(Surroundings, WithoutADescriptorLeftExportsTo303AndThenWorksAgain) {
 
 #ifndef TIVAR_SANITIZED  // which makes every frame larger
 
-// Does the work on a thread with a stack of 64 KB, below which lies a page that nobody may touch.
+// Does the work on a thread with a stack of 64 KB, or of the least that the system allows where that
+// is more. Below it lies a page that nobody may touch.
 void onSmallStack(const std::function<void()>& work) {
-    constexpr size_t kStack = size_t{64} * 1024;
+    const long least = std::max(64L * 1024, sysconf(_SC_THREAD_STACK_MIN));
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kStack), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, static_cast<size_t>(least)), 0);
     pthread_t thread = {};
     const auto start = [](void* argument) -> void* {
         (*static_cast<const std::function<void()>*>(argument))();
