@@ -81,9 +81,8 @@ class Job:
     direct: bool = False  # by the direct interface
 
     def command(self, program):
-        if self.direct:
-            return [program.with_name("tivar_write_picture"), str(self.bits), "{source}", "{target}"]
-        options = ["--route", "filter", "--bits", str(self.bits), *self.options, "--quiet"]
+        route = [] if self.direct else ["--route", "filter"]
+        options = [*route, "--bits", str(self.bits), *self.options, "--quiet"]
         return [program, "export", "{source}", "-o", "{target}", *options]
 
 

@@ -8,6 +8,7 @@
 #include <iostream>
 #include <span>
 #include <string_view>
+#include <thread>
 
 #include "command/bmp_options.h"
 #include "command/help_text.h"
@@ -405,6 +406,11 @@ Command chosen(const CommandLine& line, const Typed& typed) {
     failUsage("a command is missing", kSeeHelp);
 }
 
+// Processors that no other picture keeps busy. The bytes are the same whatever their number.
+unsigned threadsFor(unsigned picturesAtOnce) {
+    return std::max(1u, std::thread::hardware_concurrency() / std::max(1u, picturesAtOnce));
+}
+
 // "help export" is short for "export --help".
 std::vector<std::string> spelledOut(int argc, char** argv) {
     std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
@@ -434,6 +440,7 @@ Options parseOptions(int argc, char** argv) {
     }
     options.command = chosen(line, typed);
     applyTyped(typed, options.jobs.each);
+    options.jobs.each.threads = threadsFor(options.jobs.atOnce);
     options.gallery.each.background = options.jobs.each.background;
     return options;
 }

@@ -243,6 +243,7 @@ TivarOptions directOptions(const ExportRequest& request, const Image& image) {
     requireColors(request.colors, bits);
     const Flavour flavour = request.flavour.value_or(Flavour::Windows);
     options.bits = bits;
+    options.threads = static_cast<int32_t>(request.threads);
     options.header = request.like.header;
     options.row_order = request.like.topDown ? TIVAR_TOP_DOWN : TIVAR_BOTTOM_UP;
     options.x_per_meter = request.like.xPerMeter;

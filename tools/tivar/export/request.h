@@ -65,6 +65,7 @@ struct ExportRequest {
     ReadRequest reading;
     ColorRequest colors;
     FormRequest like;
+    unsigned threads = 1;  // of the direct route, at most
     bool quiet = false;
 };
 
