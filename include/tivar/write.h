@@ -3,7 +3,7 @@
  *     TivarPicture picture = {sizeof picture, TIVAR_RGB, width, height, pixels};
  *     TivarOptions options = {sizeof options};
  *     options.bits = 4;
- *     int32_t result = tivar_write_bmp_file(&picture, &options, "picture.bmp", NULL);
+ *     int32_t result = tivar_write_bmp_file(&picture, &options, "picture.bmp", 0, NULL);
  *
  * Every record begins with its own size, so that later releases can add fields: set it to sizeof.
  * Fields that are 0 have the sensible default, which each of them states.
