@@ -99,8 +99,8 @@ TEST_F(Surroundings, WithoutADescriptorLeftExportsTo303AndThenWorksAgain) {
 
 #ifndef TIVAR_SANITIZED  // which makes every frame larger
 
-// Does the work on a thread with a stack of 64 KB, or of the least that the system allows where that
-// is more. Below it lies a page that nobody may touch.
+// Does the work on a thread with a stack of 64 KB, or of the least that the system allows where
+// that is more. Below it lies a page that nobody may touch.
 void onSmallStack(const std::function<void()>& work) {
     const long least = std::max(64L * 1024, sysconf(_SC_THREAD_STACK_MIN));
     pthread_attr_t attributes;
