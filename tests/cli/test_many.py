@@ -507,6 +507,21 @@ def test_a_report_replaces_an_older_one_and_nothing_else(tivar, chart):
     fails(tivar.run("export", "chart.png", "--report", "no/report"), 1, "no/report: No such file")
 
 
+@pytest.mark.parametrize("text", ['{"name": "my settings"}\n', '{"inputs": 3}\n', "{}", "{\\rtf1 dear}"])
+def test_a_file_that_begins_like_json_is_no_report(tivar, chart, text):
+    mine = tivar.directory / "mine"
+    mine.write_text(text)
+    fails(tivar.run("export", "chart.png", "--report", "mine"), 1, "mine: is there already and no report")
+    assert mine.read_text() == text
+
+
+@pytest.mark.parametrize("text", ["", "{", '{"input": "a.pn'])
+def test_a_report_that_was_cut_short_is_replaced(tivar, chart, text):
+    (tivar.directory / "report").write_text(text)
+    tivar.run("export", "chart.png", "--report", "report")
+    assert len(read_report(tivar.directory / "report")) == 1
+
+
 def test_a_report_without_room_is_told_once_and_the_exports_go_on(tivar):
     for name in ["a.png", "b.png", "c.png"]:
         draw(tivar.directory / name)

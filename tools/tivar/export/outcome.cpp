@@ -77,7 +77,7 @@ std::string reportLine(const Job& job, Route route, const Outcome& outcome) {
     const bool written = outcome.fate == Fate::Written;
     const bool worked = outcome.fate != Fate::Skipped;
     const Exported& exported = outcome.exported;
-    return "{\"input\": " + jsonText(job.input) +
+    return std::string(kReportStart) + jsonText(job.input) +
            ", \"output\": " + textOr(!job.target.empty(), job.target) +
            ", \"status\": " + jsonText(kFates[static_cast<size_t>(outcome.fate)]) +
            ", \"reason\": " + textOr(!worked, kReasons[static_cast<size_t>(outcome.skip)]) +

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "export/request.h"
 #include "export/run_job.h"
@@ -28,6 +29,9 @@ struct Outcome {
 
 Outcome skipped(Skip reason);
 Outcome failed(const Job& job, const Failure& failure);
+
+// What every line of a report begins with, by which a report is told from other files.
+constexpr std::string_view kReportStart = "{\"input\": ";
 
 // A line of JSON with its end.
 std::string reportLine(const Job& job, Route route, const Outcome& outcome);

@@ -3,8 +3,11 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <cerrno>
+#include <string_view>
 
+#include "export/outcome.h"
 #include "process/failure.h"
 #include "process/inherited.h"
 
@@ -14,12 +17,15 @@ namespace {
 // A name in the wrong place, such as one of a picture, must not cost the file.
 void refuseOtherFiles(const ReportFile& report) {
     struct stat status {};
-    char first = '{';
+    std::array<char, kReportStart.size()> start{};
     if (::fstat(report.file.number, &status) != 0) failErrno(report.name, errno);
     if (!S_ISREG(status.st_mode)) return;
-    if (::pread(report.file.number, &first, 1, 0) < 0) failErrno(report.name, errno);
-    if (first != '{')
+    const ssize_t got = ::pread(report.file.number, start.data(), start.size(), 0);
+    if (got < 0) failErrno(report.name, errno);
+    // A report may be empty, and its only line cut short where there was no room.
+    if (!kReportStart.starts_with(std::string_view(start.data(), static_cast<size_t>(got)))) {
         failAt(report.name, "is there already and no report", "name another --report");
+    }
     if (::ftruncate(report.file.number, 0) != 0) failErrno(report.name, errno);
 }
 
