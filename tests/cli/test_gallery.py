@@ -457,9 +457,21 @@ def test_galleries_that_cannot_be(tivar, chart):
 
 def test_a_failing_export_leaves_the_old_page(tivar, chart):
     (tivar.directory / "out").mkdir()
-    (tivar.directory / "out" / "index.html").write_text("old")
+    old = "<!DOCTYPE html>\n<title>chart.png &middot; tivar</title>\n"
+    (tivar.directory / "out" / "index.html").write_text(old)
     limit = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (3000, 3000))
     result = tivar.run("gallery", "chart.png", "-o", "out", limits=limit)
     fails(result, 1, "chart-24-windows.bmp", "File too large")
     assert os.listdir(tivar.directory / "out") == ["index.html"]
-    assert (tivar.directory / "out" / "index.html").read_text() == "old"
+    assert (tivar.directory / "out" / "index.html").read_text() == old
+
+
+def test_a_page_that_is_no_gallery_s_stays(tivar, chart):
+    (tivar.directory / "site").mkdir()
+    page = tivar.directory / "site" / "index.html"
+    page.write_text("<!DOCTYPE html>\n<title>Mine</title>\n")
+    fails(tivar.run("gallery", chart, "-o", "site"), 1, "site/index.html: is there already and no gallery's")
+    assert os.listdir(tivar.directory / "site") == ["index.html"]
+    page.unlink()
+    for _ in range(2):
+        assert tivar.run("gallery", chart, "-o", "site", "--quiet").returncode == 0

@@ -1,5 +1,6 @@
 """tivar inspect: what is in a BMP file, and every inconsistency with its place."""
 
+import json
 import random
 import re
 import resource
@@ -312,3 +313,13 @@ def test_damaged_files_are_survived(tivar, chart):
         (tivar.directory / "in.bmp").write_bytes(data)
         assert tivar.run("inspect", "in.bmp").returncode in (0, 1)
         assert tivar.run("decode", "in.bmp", "out.ppm").returncode in (0, 1)
+
+
+def test_json_has_a_line_for_a_file_that_cannot_be_read_too(tivar, chart):
+    tivar.export(chart, "out.bmp")
+    result = tivar.run("inspect", "--json", "missing.bmp", "out.bmp")
+    missing, sound = map(json.loads, result.stdout.decode().splitlines())
+    assert result.returncode == 1
+    assert missing == {"file": "missing.bmp", "error": "No such file or directory"}
+    assert (sound["file"], sound["verdict"]) == ("out.bmp", "consistent")
+    assert result.stderr.startswith(b"tivar: missing.bmp: No such file or directory; ")

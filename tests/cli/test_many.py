@@ -829,3 +829,48 @@ def test_the_page_s_commands_share_the_work_among_machines(tivar, shell, heading
         shown = shell(block)
         assert (shown.returncode, shown.stderr) == (0, "")
         assert "photos/d1/1.png" in shown.stdout
+
+
+# --- What must not be lost --------------------------------------------------------------------------
+
+
+@pytest.mark.parametrize("report", ["out.bmp", "./out.bmp", "link.bmp"])
+def test_the_report_is_no_picture_s_file(tivar, chart, report):
+    (tivar.directory / "link.bmp").symlink_to("out.bmp")
+    result = tivar.run("export", chart, "-o", "out.bmp", "--report", report)
+    fails(result, 2, "out.bmp is the picture and the report; name another --report")
+    assert not (tivar.directory / "out.bmp").exists()
+
+
+def test_no_picture_is_written_over_another_input(tivar):
+    draw(tivar.directory / "a.png", 1)
+    draw(tivar.directory / "b.png", 2)
+    before = (tivar.directory / "b.png").read_bytes()
+    (tivar.directory / "o").mkdir()
+    (tivar.directory / "o" / "a.bmp").symlink_to("../b.png")
+    result = tivar.run("export", "a.png", "b.png", "-o", "o", "--overwrite")
+    fails(result, 1, "a.png: would be written over b.png")
+    assert (tivar.directory / "b.png").read_bytes() == before
+    assert (tivar.directory / "o" / "b.bmp").exists()
+
+
+def test_a_pipe_in_a_list_is_not_waited_for(tivar):
+    draw(tivar.directory / "a.png")
+    os.mkfifo(tivar.directory / "p.png")
+    (tivar.directory / "list").write_text("p.png\na.png\n")
+    result = tivar.run("export", "--files-from", "list")
+    (line,) = answer(result, 1, "1 written, 1 failed, 0 skipped")
+    assert line.startswith("tivar: p.png: is a pipe or a device; ")
+
+
+def test_zero_bytes_in_a_list_of_lines_are_told(tivar):
+    (tivar.directory / "list").write_bytes(b"a.png\0b.png\0")
+    fails(tivar.run("export", "--files-from", "list"), 1, "list: has zero bytes in it; add -0")
+
+
+def test_what_is_no_suffix_of_pictures_belongs_to_the_name(tivar):
+    for name in ("scan.1", "scan.2", "scan.png"):
+        draw(tivar.directory / "in.png", len(name))
+        shutil.copy(tivar.directory / "in.png", tivar.directory / name)
+    assert tivar.run("export", "scan.1", "scan.2", "scan.png").returncode == 0
+    assert {"scan.1.bmp", "scan.2.bmp", "scan.bmp"} <= set(os.listdir(tivar.directory))

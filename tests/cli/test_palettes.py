@@ -249,3 +249,14 @@ def test_colours_may_be_short_or_named(tivar, text, wanted):
     Image.new("RGBA", (2, 2), (9, 9, 9, 0)).save(tivar.directory / "in.png")
     written = tivar.export("in.png", "out.bmp", "--background", text)
     assert used(written) == {wanted}
+
+
+def test_a_palette_that_is_neither_known_nor_a_file_names_the_known_ones(tivar, chart):
+    result = tivar.run("export", chart, "-o", "out.bmp", "--palette", "epaper8")
+    fails(result, 2, "--palette epaper8 is neither a file nor a known palette", "epaper7, epaper6")
+    assert not (tivar.directory / "out.bmp").exists()
+
+
+def test_known_palettes_are_known_in_capitals_too(tivar, chart):
+    small = tivar.export(chart, "a.bmp", "--palette", "epaper7")
+    assert tivar.export(chart, "b.bmp", "--palette", "EPaper7") == small

@@ -405,6 +405,14 @@ def test_an_odd_height_becomes_even_on_the_filter_route_whatever_the_fit(tivar, 
     assert headers(tivar.export(chart, "out.bmp", "--route", "filter", *asked)) == (50, 38, 24)
 
 
+@pytest.mark.parametrize("fit", ["cover", "contain"])
+def test_the_even_height_is_shaped_and_not_filled_with_a_repeated_row(tivar, fit):
+    drawing.clouds(40, 30, 4).save(tivar.directory / "in.png")
+    asked = ["in.png", "odd.bmp", "--route", "filter", "--fit", fit, "--bits", 24]
+    odd = tivar.export(*asked, "--size", "21x21")
+    assert odd == tivar.export("in.png", "even.bmp", *asked[2:], "--size", "21x22")
+
+
 def test_a_size_in_inches_has_a_fit_too(tivar, chart):
     asked = ["--size", "0.5x0.5in", "--resolution", 101, "--fit", "cover"]
     assert headers(tivar.export(chart, "out.bmp", *asked)) == (51, 51, 24)

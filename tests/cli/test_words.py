@@ -45,6 +45,26 @@ def test_the_wrong_word_is_blamed_before_anything_is_written(tivar, chart, argum
     assert {p.name: p.read_bytes() for p in tivar.directory.iterdir()} == before
 
 
+def test_a_directory_behind_the_picture_is_rather_where_it_goes(tivar, chart):
+    (tivar.directory / "made").mkdir()
+    fails(tivar.run("export", chart, "made"), 2, "made is a directory", "did you mean -o made?")
+    assert sorted(os.listdir(tivar.directory)) == ["chart.png", "made"]
+
+
+@pytest.mark.parametrize(
+    "options,words",
+    [
+        (["-", "--palette", "-"], "a picture and the palette"),
+        (["-", "--like", "-"], "a picture and the file to follow"),
+        (["--files-from", "-", "--palette", "-"], "the list of others and the palette"),
+        (["a.png", "--palette", "-", "--like", "-"], "the palette and the file to follow"),
+    ],
+)
+def test_standard_input_is_one_thing_only(tivar, options, words):
+    result = tivar.run("export", "-o", "out.bmp", *options, input=b"")
+    fails(result, 2, f"standard input cannot be {words}; name one of them")
+
+
 def test_bmp_files_among_many_inputs_are_inputs(tivar, chart):
     tivar.export(chart, "a.bmp")
     (tivar.directory / "out").mkdir()

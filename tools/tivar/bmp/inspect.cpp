@@ -21,17 +21,25 @@ void print(const Inspection& inspection, InspectForm form) {
     }
 }
 
+int inspectFile(const std::string& input, InspectForm form) {
+    try {
+        const Inspection inspection = inspect(input);
+        print(inspection, form);
+        return inspection.flaws.list.empty() ? kDone : kExportFailed;
+    } catch (const Failure&) {
+        if (form == InspectForm::Json) printJsonOf(currentFailure(nameOfInput(input)));
+        throw;
+    }
+}
+
 }  // namespace
 
 int inspectFiles(const InspectRequest& request) {
     if (request.form == InspectForm::Brief) printBriefHeading();
     int result = kDone;
     for (const std::string& input : request.inputs) {
-        const int one = reporting(nameOfInput(input), [&] {
-            const Inspection inspection = inspect(input);
-            print(inspection, request.form);
-            return inspection.flaws.list.empty() ? kDone : kExportFailed;
-        });
+        const int one =
+            reporting(nameOfInput(input), [&] { return inspectFile(input, request.form); });
         result = std::max(result, one);
     }
     finishPrinting();

@@ -116,6 +116,13 @@ std::string flawOf(const BmpFlaw& flaw) {
 
 }  // namespace
 
+void printJsonOf(const Failure& failure) {
+    Members members;
+    addText(members, "file", failure.file);
+    addText(members, "error", failure.what);
+    std::printf("%s\n", objectOf(members).c_str());
+}
+
 void printJson(const Inspection& inspection) {
     const BmpFile& file = inspection.file;
     Members members;

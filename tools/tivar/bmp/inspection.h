@@ -8,6 +8,7 @@
 #include "bmp/bmp_file.h"
 #include "bmp/bmp_flaw.h"
 #include "picture/image.h"
+#include "process/failure.h"
 
 namespace tool {
 
@@ -36,5 +37,8 @@ void printWhole(const Inspection& inspection);
 void printBrief(const Inspection& inspection);
 void printBriefHeading();
 void printJson(const Inspection& inspection);
+
+// In the place of a file that cannot be read: its name and why.
+void printJsonOf(const Failure& failure);
 
 }  // namespace tool

@@ -1,22 +1,17 @@
 #include "command/many_options.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 
 #include "command/usage_error.h"
 #include "process/failure.h"
+#include "process/inherited.h"
 
 namespace tool {
 namespace {
 
 void checkMany(const JobsRequest& request) {
     if (request.inputs.empty() && request.filesFrom.empty()) throw CLI::RequiredError("INPUT");
-    const bool piped =
-        std::find(request.inputs.begin(), request.inputs.end(), "-") != request.inputs.end();
-    if (piped && request.filesFrom == "-") {
-        failUsage("standard input cannot be a picture and the list of others", "name one of them");
-    }
-    if (request.out == "-" && request.report == "-") {
+    if (isStandardOutput(request.out) && isStandardOutput(request.report)) {
         failUsage("standard output cannot have the picture and the report", "name one of them");
     }
 }

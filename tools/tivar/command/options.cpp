@@ -1,5 +1,7 @@
 #include "command/options.h"
 
+#include <sched.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
@@ -8,7 +10,7 @@
 #include <iostream>
 #include <span>
 #include <string_view>
-#include <thread>
+#include <utility>
 
 #include "command/bmp_options.h"
 #include "command/help_text.h"
@@ -109,7 +111,8 @@ void addFormatOptions(CLI::App& app, Options& options, Typed& typed) {
         ->type_name("FILE");
     app.add_option(
            "--bits", typed.bits,
-           "Bits per pixel (else those of a palette picture, 24 for true colour); 16 and 32, "
+           "Bits per pixel (else those of a palette picture that is not scaled smoothly, 8 for "
+           "greys, 24 for true colour); 16 and 32, "
            "which keeps alpha, are the direct route's")
         ->check(oneOf({"1", "4", "8", "16", "24", "32"}))
         ->type_name("1|4|8|16|24|32");
@@ -330,6 +333,24 @@ void applyShape(const Typed& typed, ExportRequest& request) {
     request.reading.quarters = typed.rotate / 90;
 }
 
+// Standard input is read to its end by the first that asks for it.
+void refuseSharedInput(const Typed& typed, const JobsRequest& jobs) {
+    const auto& inputs = jobs.inputs;
+    const std::array<std::pair<bool, const char*>, 4> uses{
+        {{std::find(inputs.begin(), inputs.end(), "-") != inputs.end(), "a picture"},
+         {jobs.filesFrom == "-", "the list of others"},
+         {typed.palette == "-", "the palette"},
+         {typed.like == "-", "the file to follow"}}};
+    std::string words;
+    for (const auto& [used, word] : uses) {
+        if (!used) continue;
+        if (!words.empty()) {
+            failUsage("standard input cannot be " + words + " and " + word, "name one of them");
+        }
+        words = word;
+    }
+}
+
 void applyTyped(const Typed& typed, ExportRequest& request) {
     if (typed.bits != 0) request.bits = static_cast<uint16_t>(typed.bits);
     if (typed.os2) request.flavour = Flavour::Os2;
@@ -406,9 +427,12 @@ Command chosen(const CommandLine& line, const Typed& typed) {
     failUsage("a command is missing", kSeeHelp);
 }
 
-// Processors that no other picture keeps busy. The bytes are the same whatever their number.
+// Processors, of those that this process may use, that no other picture keeps busy. The bytes are
+// the same whatever their number.
 unsigned threadsFor(unsigned picturesAtOnce) {
-    return std::max(1u, std::thread::hardware_concurrency() / std::max(1u, picturesAtOnce));
+    cpu_set_t usable;
+    if (::sched_getaffinity(0, sizeof usable, &usable) != 0) return 1;
+    return std::max(1u, static_cast<unsigned>(CPU_COUNT(&usable)) / picturesAtOnce);
 }
 
 // "help export" is short for "export --help".
@@ -439,6 +463,7 @@ Options parseOptions(int argc, char** argv) {
                   remedyOf(line));
     }
     options.command = chosen(line, typed);
+    refuseSharedInput(typed, options.jobs);
     applyTyped(typed, options.jobs.each);
     options.jobs.each.threads = threadsFor(options.jobs.atOnce);
     options.gallery.each.background = options.jobs.each.background;

@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "export/read_picture.h"
+#include "process/failure.h"
 #include "process/input_file.h"
 
 namespace fs = std::filesystem;
@@ -98,6 +99,18 @@ void addNamed(const JobsRequest& request, const std::string& name, std::vector<I
     Walk{request.out.empty() ? FileNumber{} : numberOf(request.out), inputs}.enter(name, "");
 }
 
+// A pipe that a search has found would be waited for.
+void addListed(const JobsRequest& request, const std::string& name, std::vector<Input>& inputs) {
+    std::error_code error;
+    const fs::file_type type = fs::status(name, error).type();
+    const bool readable = type == fs::file_type::regular || type == fs::file_type::directory;
+    if (readable || error || type == fs::file_type::not_found) {
+        return addNamed(request, name, inputs);
+    }
+    const Failure failure{name, "is a pipe or a device", "name it as an input, not in a list"};
+    inputs.push_back(settledInput(name, failed({name, ""}, failure)));
+}
+
 std::vector<std::string> namesOfList(const JobsRequest& request) {
     std::vector<std::string> names;
     if (request.filesFrom.empty()) return names;
@@ -108,6 +121,10 @@ std::vector<std::string> namesOfList(const JobsRequest& request) {
             throw currentFailure(nameOfInput(request.filesFrom));
         }
     }();
+    if (!request.endsWithNul && std::find(bytes.begin(), bytes.end(), 0) != bytes.end()) {
+        failAt(nameOfInput(request.filesFrom), "has zero bytes in it",
+               "add -0 if they end the names");
+    }
     const uint8_t end = request.endsWithNul ? '\0' : '\n';
     for (auto next = bytes.begin(); next != bytes.end();) {
         const auto stop = std::find(next, bytes.end(), end);
@@ -126,7 +143,7 @@ std::vector<Input> gatherInputs(const JobsRequest& request) {
     std::vector<Input> inputs;
     for (const std::string& name : request.inputs) addNamed(request, name, inputs);
     for (const std::string& name : namesOfList(request)) {
-        addNamed(request, name == "-" ? "./-" : name, inputs);
+        addListed(request, name == "-" ? "./-" : name, inputs);
     }
     return inputs;
 }

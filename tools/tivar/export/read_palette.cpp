@@ -165,6 +165,16 @@ std::vector<Color> readFile(const std::string& name) {
     return colors;
 }
 
+// A name without a suffix is rather one of a known palette.
+void requireFile(const std::string& name) {
+    std::error_code error;
+    if (name == "-" || fs::path(name).has_extension() || fs::exists(name, error)) return;
+    std::string known;
+    for (const std::string& one : paletteNames()) known += (known.empty() ? "" : ", ") + one;
+    failUsage("--palette " + name + " is neither a file nor a known palette",
+              "take one of " + known);
+}
+
 }  // namespace
 
 std::vector<Color> paletteIn(const std::string& bytes, const std::string& suffix) {
@@ -174,7 +184,10 @@ std::vector<Color> paletteIn(const std::string& bytes, const std::string& suffix
 }
 
 std::vector<Color> readPalette(const std::string& name) {
-    if (const std::optional<std::vector<Color>> known = paletteNamed(name)) return *known;
+    if (const std::optional<std::vector<Color>> known = paletteNamed(inLowerCase(name))) {
+        return *known;
+    }
+    requireFile(name);
     try {
         return readFile(name);
     } catch (Failure& failure) {

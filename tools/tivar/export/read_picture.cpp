@@ -68,9 +68,13 @@ bool isKnown(std::string_view start) {
 
 }  // namespace
 
-bool isMeantAsPicture(const std::string& path) {
+bool hasPictureSuffix(const std::string& path) {
     const std::string suffix = inLowerCase(std::filesystem::path(path).extension().string());
-    if (std::find(kSuffixes.begin(), kSuffixes.end(), suffix) != kSuffixes.end()) return true;
+    return std::find(kSuffixes.begin(), kSuffixes.end(), suffix) != kSuffixes.end();
+}
+
+bool isMeantAsPicture(const std::string& path) {
+    if (hasPictureSuffix(path)) return true;
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (file.number < 0) return errno != ENOENT && errno != ELOOP;  // reading it will say why
     std::array<char, kSignatureBytes> bytes{};

@@ -13,6 +13,9 @@ std::string readableKinds();
 // The picture in sRGB as it is stored, with the orientation that makes it upright.
 Image readStored(const std::string& name, const ReadRequest& request);
 
+// Whether the name ends as those of pictures do.
+bool hasPictureSuffix(const std::string& path);
+
 // Whether a file found in a folder is meant as a picture, by its name or else by how it begins;
 // what is none is nobody's mistake.
 bool isMeantAsPicture(const std::string& path);

@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include "export/inputs.h"
+#include "export/read_picture.h"
 #include "process/failure.h"
 #include "process/lower_case.h"
 #include "process/output.h"
@@ -26,6 +27,10 @@ bool isDirectory(const std::string& path) {
 void refuseForgottenOption(const JobsRequest& request) {
     if (request.inputs.size() != 2 || !request.out.empty() || takesMany(request)) return;
     const std::string& last = request.inputs.back();
+    if (isDirectory(last)) {
+        failUsage(last + " is a directory, which would be read",
+                  "did you mean -o " + last + "? To read it, add -r");
+    }
     const std::string suffix = inLowerCase(fs::path(last).extension().string());
     if (suffix == ".bmp" || suffix == ".dib") {
         failUsage(last + " would be a second picture to read", "did you mean -o " + last + "?");
@@ -67,6 +72,13 @@ Existing ruleFor(const JobsRequest& request, bool chosenName) {
     return request.existing.value_or(chosenName ? Existing::Replace : Existing::Refuse);
 }
 
+// Whatever is no suffix of pictures belongs to the name: scan.1 and scan.2 are two pictures.
+fs::path bmpName(const std::string& input) {
+    const fs::path name = fs::path(input).filename();
+    return hasPictureSuffix(input) ? fs::path(name).replace_extension(".bmp")
+                                   : fs::path(name.string() + ".bmp");
+}
+
 Task taskOf(Input&& input, const JobsRequest& request) {
     Task task{{input.name, ""}, std::move(input.settled)};
     if (task.settled) return task;
@@ -87,7 +99,7 @@ Task taskOf(Input&& input, const JobsRequest& request) {
     }
     const fs::path directory =
         intoDirectory ? fs::path(request.out) / *folder : fs::path(job.input).parent_path();
-    job.target = (directory / fs::path(job.input).filename().replace_extension(".bmp")).string();
+    job.target = (directory / bmpName(job.input)).string();
     job.existing = ruleFor(request, false);
     job.makesFolders = intoDirectory;
     return task;
@@ -117,9 +129,10 @@ void refuse(Task& task, const Task& other) {
 // An input that is named twice is one. A BMP file that a folder has beside other pictures is not
 // made again where it lies.
 struct Sieve {
-    std::vector<Task> kept;
-    Identities identities;
-    std::unordered_map<std::string, size_t> writers;
+    Identities identities{};
+    std::string report{};  // the identity of the report's file
+    std::vector<Task> kept{};
+    std::unordered_map<std::string, size_t> writers{};
 
     void add(Task&& task, bool found) {
         if (task.settled || isItsOwn(task, found)) kept.push_back(std::move(task));
@@ -132,6 +145,9 @@ struct Sieve {
             task.settled = skipped(Skip::InPlace);
             return true;
         }
+        if (target == report) {
+            failUsage(task.job.target + " is the picture and the report", "name another --report");
+        }
         const auto [writer, fresh] = writers.try_emplace(target, kept.size());
         if (fresh) return true;
         Task& other = kept[writer->second];
@@ -139,6 +155,23 @@ struct Sieve {
         if (!other.settled) refuse(other, task);
         refuse(task, other);
         return true;
+    }
+
+    // A link can make the file of one input another input. That its own is none, the export says.
+    void spareInputs() {
+        std::unordered_map<std::string, const Task*> inputs;
+        for (const Task& task : kept) {
+            if (!task.settled) inputs.emplace(identities.of(task.job.input), &task);
+        }
+        for (Task& task : kept) {
+            if (task.settled) continue;
+            const auto read = inputs.find(identities.of(task.job.target));
+            if (read == inputs.end() || read->second == &task) continue;
+            const Failure failure{task.job.input,
+                                  "would be written over " + read->second->job.input,
+                                  "name another directory with -o"};
+            task.settled = failed(task.job, failure);
+        }
     }
 };
 
@@ -158,10 +191,12 @@ bool takesMany(const JobsRequest& request) {
 std::vector<Task> planTasks(const JobsRequest& request) {
     checkUsage(request);
     Sieve sieve;
+    if (!request.report.empty()) sieve.report = sieve.identities.of(request.report);
     for (Input& input : gatherInputs(request)) {
         const bool found = input.found;
         sieve.add(taskOf(std::move(input), request), found);
     }
+    sieve.spareInputs();
     for (Task& task : sieve.kept) {
         if (!task.settled) task.settled = settledBy(task.job);
     }

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "export/picture.h"
+#include "export/plan.h"
 #include "picture/upright.h"
 
 namespace tool {
@@ -17,7 +18,8 @@ bool hasShape(const ExportRequest& request) {
 Shape shapeOf(const ExportRequest& request) {
     const Color background = request.background.value_or(Color{});
     Shape shape;
-    shape.size = *request.size;
+    const bool direct = request.route == Route::Direct;
+    shape.size = direct ? *request.size : sizeOfFile(request, *request.size);
     shape.fit = request.shape.fit.value_or(Fit::Contain);
     shape.scaling = request.shape.scaling.value_or(Scaling::Automatic);
     shape.pad = request.shape.pad.value_or(background);

@@ -11,6 +11,9 @@
 namespace tool {
 namespace {
 
+// Tells a gallery from other pages.
+constexpr char kTitleEnd[] = " &middot; tivar</title>";
+
 uint64_t largestFile(const Album& album) {
     uint64_t largest = 1;
     for (const Chapter& chapter : album.chapters) {
@@ -78,12 +81,16 @@ std::string chapterText(const Album& album, const Chapter& chapter, uint64_t lar
 
 }  // namespace
 
+bool isGalleryPage(std::string_view start) {
+    return start.find(kTitleEnd) != std::string_view::npos;
+}
+
 std::string galleryPage(const Album& album) {
     std::string html =
         "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
         "<link rel=\"icon\" href=\"data:,\">\n<title>" +
-        escaped(album.sourceName) + " &middot; tivar</title>\n<style>" + kGalleryStyle +
+        escaped(album.sourceName) + kTitleEnd + "\n<style>" + kGalleryStyle +
         "</style>\n</head>\n<body>\n" + storeOf(album) + headerOf(album) + "<main>\n" +
         introductionOf(album);
     const uint64_t largest = largestFile(album);
