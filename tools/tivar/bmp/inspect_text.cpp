@@ -115,7 +115,8 @@ void printBrief(const Inspection& inspection) {
     const BmpFile& file = inspection.file;
     const std::string size =
         std::to_string(file.width) + "x" + std::to_string(std::abs(file.height));
-    const uint64_t colors = uint64_t{1} << std::min<uint16_t>(file.bits, 32);
+    const uint64_t colors =
+        file.bits <= 8 ? file.palette.size() : uint64_t{1} << std::min<uint16_t>(file.bits, 32);
     std::printf("%4d  %-7s  %-12s  %-11s  %9zu  %10" PRIu64 "  %s\n", file.bits,
                 hasCoreHeader(file) ? "OS/2" : "Windows", briefForm(file), size.c_str(),
                 file.bytes.size(), colors, printable(inspection.name).c_str());
