@@ -854,6 +854,21 @@ def test_no_picture_is_written_over_another_input(tivar):
     assert (tivar.directory / "o" / "b.bmp").exists()
 
 
+def test_two_pictures_that_would_replace_each_other_both_stay(tivar):
+    (tivar.directory / "o").mkdir()
+    before = {}
+    for name, other in (("a", "b"), ("b", "a")):
+        draw(tivar.directory / f"{name}.png", len(before))
+        before[name] = (tivar.directory / f"{name}.png").read_bytes()
+        (tivar.directory / "o" / f"{name}.bmp").symlink_to(f"../{other}.png")
+    result = tivar.run("export", "a.png", "b.png", "-o", "o", "--overwrite")
+    lines = result.stderr.decode().splitlines()
+    assert result.returncode == 1 and len(lines) == 2
+    assert "a.png: would be written over b.png" in lines[0]
+    assert "b.png: would be written over a.png" in lines[1]
+    assert before == {name: (tivar.directory / f"{name}.png").read_bytes() for name in before}
+
+
 def test_a_pipe_in_a_list_is_not_waited_for(tivar):
     draw(tivar.directory / "a.png")
     os.mkfifo(tivar.directory / "p.png")

@@ -159,16 +159,16 @@ struct Sieve {
 
     // A link can make the file of one input another input. That its own is none, the export says.
     void spareInputs() {
-        std::unordered_map<std::string, const Task*> inputs;
+        std::vector<const Task*> readers;
         for (const Task& task : kept) {
-            if (!task.settled) inputs.emplace(identities.of(task.job.input), &task);
+            if (!task.settled) readers.push_back(&task);
         }
-        for (Task& task : kept) {
-            if (task.settled) continue;
-            const auto read = inputs.find(identities.of(task.job.target));
-            if (read == inputs.end() || read->second == &task) continue;
-            const Failure failure{task.job.input,
-                                  "would be written over " + read->second->job.input,
+        for (const Task* reader : readers) {
+            const auto writer = writers.find(identities.of(reader->job.input));
+            if (writer == writers.end()) continue;
+            Task& task = kept[writer->second];
+            if (task.settled || &task == reader) continue;
+            const Failure failure{task.job.input, "would be written over " + reader->job.input,
                                   "name another directory with -o"};
             task.settled = failed(task.job, failure);
         }
