@@ -30,13 +30,14 @@ def program():
 
 
 @pytest.fixture
-def exported(program, tmp_path):
-    """What the command line writes of an image by the direct route."""
+def exported(request, program, tmp_path):
+    """What the command line writes of an image, by the direct route or by the one that the module names as ROUTE."""
+    route = getattr(request.module, "ROUTE", "direct")
 
     def export(image, *options):
         image.save(tmp_path / "measure.png")
         subprocess.run(
-            [program, "export", "measure.png", "-o", "measure.bmp", "--route", "direct"]
+            [program, "export", "measure.png", "-o", "measure.bmp", "--route", route]
             + [str(option) for option in options],
             cwd=tmp_path,
             check=True,

@@ -1,7 +1,6 @@
 """The filter interface from Python, held against what the command line writes by it."""
 
 import pickle
-import subprocess
 
 import numpy
 import pytest
@@ -10,24 +9,8 @@ from conftest import HEIGHT, WIDTH
 from PIL import Image
 from tivar.filter import Settings
 
+ROUTE = "filter"
 MODE = "[Poster]\nDriver=TIVAR.1\nColor Format=219\nWidth=2.0\nHeight=1.5\nResolution Mode=309\n"
-
-
-@pytest.fixture
-def exported(program, tmp_path):
-    """What the command line writes of an image by the filter route."""
-
-    def export(image, *options):
-        image.save(tmp_path / "measure.png")
-        subprocess.run(
-            [program, "export", "measure.png", "-o", "measure.bmp", "--route", "filter"]
-            + [str(option) for option in options],
-            cwd=tmp_path,
-            check=True,
-        )
-        return (tmp_path / "measure.bmp").read_bytes()
-
-    return export
 
 
 @pytest.fixture

@@ -101,17 +101,14 @@ Image withAlpha(const Image& image) {
     return colors;
 }
 
-// Whether pixels that have no alpha get one, opaque.
-bool addsAlpha(const ExportRequest& request, const Image& image) {
-    return request.like.alpha.value_or(false) && image.format != PixelFormat::Rgba;
-}
-
-// The image in a format that the library takes.
+// The image in a format that the library takes. Pixels without an alpha get an opaque one where the
+// file that is followed has one.
 Image prepared(Image image, const ExportRequest& request) {
     if (keepsAlpha(request, image)) {
         return image.format == PixelFormat::Rgba ? std::move(image) : withAlpha(image);
     }
-    return opaque(std::move(image), request.background.value_or(Color{}));
+    image = opaque(std::move(image), request.background.value_or(Color{}));
+    return request.like.alpha.value_or(false) ? withAlpha(image) : std::move(image);
 }
 
 std::vector<uint8_t> packed(const std::vector<Color>& colors) {
@@ -266,11 +263,10 @@ FileStart deliverDirectly(const Library& library, const ExportRequest& request, 
     Bytes taken;
     if (!output.part.empty()) taken.file = output.file.number;
     taken.head = request.like.head;
-    Image source = prepared(std::move(image), request);
+    const Image source = prepared(std::move(image), request);
     TivarOptions options = directOptions(request, source);
     const std::vector<uint8_t> palette = packed(request.colors.palette);
     setColors(options, request.colors, palette);
-    if (addsAlpha(request, source)) source = withAlpha(source);
     run(library, viewOf(source), options, output, progress, taken);
     if (taken.file >= 0) return startOf(taken.file);
     const int error = writeAll(output.file.number, taken.memory.data(), taken.memory.size());
