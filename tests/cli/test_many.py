@@ -745,13 +745,14 @@ def test_a_directory_is_searched_for_leftovers_once_and_not_for_each_file(tivar)
 
 # --- Machines ------------------------------------------------------------------------------------
 
-# Stands in for ssh: runs the command on this machine, and writes down for which one.
+# Stands in for ssh: runs the command on this machine, and writes down for which one. Like a server, it sets SHELL, by
+# which parallel runs its jobs: an environment without one would have them do nothing.
 SSH = """#!/bin/bash
 while [[ $1 = -* ]]; do shift; done
 echo "$1" >>"$SSH_LOG"
 shift
 [ "$1" = -- ] && shift
-cd "$HOME" && exec sh -c "$*"
+cd "$HOME" && SHELL=/bin/sh exec sh -c "$*"
 """
 
 
