@@ -15,8 +15,8 @@
 // Everything that is called is compiled into the function, for the instructions that it may use.
 // Nothing that rounds differently: no fused multiplications.
 #define TIVAR_V3 __attribute__((target("avx2,bmi,bmi2"), flatten))
-// Part of marked functions alone.
-#define TIVAR_V3_PART __attribute__((target("avx2,bmi,bmi2"), always_inline)) inline
+// What marked functions alone may come to, by way of functions without a mark too.
+#define TIVAR_V3_PART __attribute__((target("avx2,bmi,bmi2"))) inline
 #else
 #define TIVAR_HAS_V3 0
 #endif

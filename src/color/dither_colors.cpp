@@ -6,7 +6,9 @@
 
 #include "color/color_transform.h"
 #include "color/error_shares.h"
+#include "color/nearest_few.h"
 #include "color/nearest_lanes.h"
+#include "color/rows.h"
 
 namespace tivar {
 namespace {
@@ -17,61 +19,114 @@ struct Palette {
     NearestFinder& finder;
     const Pixel* entries;
     const uint8_t* stored;
+    const uint8_t* table;
+    int count;
 };
+
+constexpr int kRows = ColorDiffuser::kRows;
 
 #if TIVAR_SIMD
 
 // A pixel in flight, with room in front of and behind a row for the lanes that idle there.
 using Pixel = LaneColor;
-constexpr int32_t kMargin = 8;
-static_assert(kMargin > kRowLag + 1);
+constexpr int32_t kMostLag = kRowLag * (kRows - 1);
+constexpr int32_t kMargin = kMostLag + 3;
 
 Pixel pixelOf(const uint8_t* color) {
     return laneColor(color);
 }
 
-Lanes clampLanes(Lanes lanes) {
+inline Lanes clampLanes(Lanes lanes) {
     lanes &= ~(lanes < 0);
     const Lanes above = lanes > 255;
     return (lanes & ~above) | (above & 255);
 }
 
-Lanes divideLanes(Lanes lanes, int shift) {
+inline Lanes divideLanes(Lanes lanes, int shift) {
     const auto remainder = static_cast<int16_t>((1 << shift) - 1);
     return (lanes + ((lanes >> 15) & remainder)) >> shift;
 }
 
-// The chosen entries of a row's pixels; a row that is not at a pixel to search passes no error on.
-struct Choice {
-    uint32_t index = 0;
-    Pixel pick(const Palette<Pixel>& palette, Pixel level, int32_t x, int32_t width,
-               uint8_t* indices) {
-        if (x < 0 || x >= width - 1) return level;
-        index = findNearest(palette.finder, level, palette.entries);
-        indices[x] = palette.stored[index];
-        return palette.entries[index];
+// The entries nearest to two levels.
+struct Nearest {
+    uint32_t first;
+    uint32_t second;
+};
+
+// The search in any table.
+struct TableSearch {
+    const Palette<Pixel>& palette;
+
+    Nearest find(Lanes levels) const {
+        const LanePair pair = part(levels);
+        return {findNearest(palette.finder, pair[0], palette.entries),
+                findNearest(palette.finder, pair[1], palette.entries)};
     }
 };
 
-// Rows first and second follow each other; each one's waits for its search and its error hide the
-// other's.
-void diffuseTwoRows(Palette<Pixel> palette, uint8_t* const* rows, uint32_t rowWidth,
-                    uint8_t* firstIndices, uint8_t* secondIndices) {
-    const auto* first = reinterpret_cast<const Pixel*>(rows[0]);
-    auto* second = reinterpret_cast<Pixel*>(rows[1]);
-    auto* third = reinterpret_cast<Pixel*>(rows[2]);
-    const auto width = static_cast<int32_t>(rowWidth);
-    Choice firstChoice;
-    Choice secondChoice;
+#if TIVAR_HAS_V3
+
+// The search in a table of few entries.
+struct FewSearch {
+    const FewEntries& few;
+    const TableSearch& otherwise;
+
+    TIVAR_V3_PART Nearest find(Lanes levels) const {
+        const Lanes greys = FewEntries::greysAmong(levels);
+        const int32_t first = few.find<0>(levels, greys);
+        const int32_t second = few.find<1>(levels, greys);
+        if ((first | second) < 0) return otherwise.find(levels);
+        return {static_cast<uint32_t>(first), static_cast<uint32_t>(second)};
+    }
+};
+
+#endif
+
+// Two rows that follow each other, on their way from left to right. What the first passes down
+// stays in registers until the second takes it.
+template <class Search>
+struct RowPair {
+    const Search& search;
+    const Palette<Pixel>& palette;
+    const Pixel* first;
+    Pixel* second;
+    Pixel* third;
+    uint8_t* firstIndices;
+    uint8_t* secondIndices;
+    int32_t width;
+    Nearest chosen = {};
     Lanes level = {};
     Lanes below = {};
     Lanes belowLeft = {};
-    for (int32_t x = -1; x <= width + kRowLag; ++x) {
+
+    // The entries that the first row takes at x and the second one behind it.
+    Lanes pick(int32_t x) {
+        chosen = search.find(level);
+        firstIndices[x] = palette.stored[chosen.first];
+        secondIndices[x - kRowLag] = palette.stored[chosen.second];
+        return join(palette.entries[chosen.first], palette.entries[chosen.second]);
+    }
+
+    // A row that is not at a pixel to search passes no error on.
+    bool searches(int32_t x) const { return x >= 0 && x < width - 1; }
+    Lanes pickAtEnds(int32_t x) {
+        LanePair entry = part(level);
+        const Nearest found = search.find(level);
+        if (searches(x)) {
+            chosen.first = found.first;
+            firstIndices[x] = palette.stored[found.first];
+            entry[0] = palette.entries[found.first];
+        }
+        if (searches(x - kRowLag)) {
+            chosen.second = found.second;
+            secondIndices[x - kRowLag] = palette.stored[found.second];
+            entry[1] = palette.entries[found.second];
+        }
+        return reinterpret_cast<Lanes>(entry);
+    }
+
+    void pass(int32_t x, Lanes entry) {
         const int32_t behind = x - kRowLag;
-        const LanePair levels = part(level);
-        const Lanes entry =
-            join(firstChoice.pick(palette, levels[0], x, width, firstIndices),
-                 secondChoice.pick(palette, levels[1], behind, width, secondIndices));
         const Shares<Lanes> shares = sharesOf<Lanes>(level - entry, divideLanes);
         level = clampLanes(join(first[x + 1], second[behind + 1]) + shares.right);
         const LanePair finished = part(clampLanes(belowLeft + shares.belowLeft));
@@ -80,8 +135,67 @@ void diffuseTwoRows(Palette<Pixel> palette, uint8_t* const* rows, uint32_t rowWi
         belowLeft = clampLanes(below + shares.below);
         below = clampLanes(join(second[x + 1], third[behind + 1]) + shares.belowRight);
     }
-    firstIndices[width - 1] = palette.stored[firstChoice.index];
-    secondIndices[width - 1] = palette.stored[secondChoice.index];
+
+    // Kept: the last pixel is not searched but repeats the last choice.
+    void finish() {
+        firstIndices[width - 1] = palette.stored[chosen.first];
+        secondIndices[width - 1] = palette.stored[chosen.second];
+    }
+};
+
+// Two pairs of rows follow each other; each one's waits for its search and its error hide the
+// other's.
+template <class Search>
+inline void diffuseInPairs(const Search& search, const Palette<Pixel>& palette,
+                           uint8_t* const* rows, uint32_t rowWidth, uint8_t* indices) {
+    static_assert(kRows == 4);
+    const auto width = static_cast<int32_t>(rowWidth);
+    const auto pairFrom = [&](size_t row) {
+        return RowPair<Search>{search,
+                               palette,
+                               reinterpret_cast<const Pixel*>(rows[row]),
+                               reinterpret_cast<Pixel*>(rows[row + 1]),
+                               reinterpret_cast<Pixel*>(rows[row + 2]),
+                               indices + row * rowWidth,
+                               indices + (row + 1) * rowWidth,
+                               width};
+    };
+    RowPair<Search> upper = pairFrom(0);
+    RowPair<Search> lower = pairFrom(2);
+    constexpr int32_t kPairLag = 2 * kRowLag;
+    const auto stepAtEnds = [&](int32_t x) {
+        upper.pass(x, upper.pickAtEnds(x));
+        lower.pass(x - kPairLag, lower.pickAtEnds(x - kPairLag));
+    };
+    int32_t x = -1;
+    for (; x < kMostLag; ++x) stepAtEnds(x);
+    for (; x < width - 1; ++x) {
+        const Lanes upperEntry = upper.pick(x);
+        const Lanes lowerEntry = lower.pick(x - kPairLag);
+        upper.pass(x, upperEntry);
+        lower.pass(x - kPairLag, lowerEntry);
+    }
+    for (; x <= width + kMostLag; ++x) stepAtEnds(x);
+    upper.finish();
+    lower.finish();
+}
+
+#if TIVAR_HAS_V3
+TIVAR_V3 void diffuseToFew(const Palette<Pixel>& palette, uint8_t* const* rows, uint32_t width,
+                           uint8_t* indices) {
+    const FewEntries few(palette.table, palette.count);
+    const TableSearch otherwise{palette};
+    diffuseInPairs(FewSearch{few, otherwise}, palette, rows, width, indices);
+}
+#endif
+
+void diffuseRows(const Palette<Pixel>& palette, uint8_t* const* rows, uint32_t width,
+                 uint8_t* indices) {
+#if TIVAR_HAS_V3
+    if (palette.count <= FewEntries::kMost && hasV3())
+        return diffuseToFew(palette, rows, width, indices);
+#endif
+    diffuseInPairs(TableSearch{palette}, palette, rows, width, indices);
 }
 
 #else
@@ -110,10 +224,10 @@ void diffuseRow(const Palette<Pixel>& palette, uint8_t* pixel, uint8_t* below, u
     indices[width - 1] = palette.stored[index];
 }
 
-void diffuseTwoRows(Palette<Pixel> palette, uint8_t* const* rows, uint32_t width,
-                    uint8_t* firstIndices, uint8_t* secondIndices) {
-    diffuseRow(palette, rows[0], rows[1], width, firstIndices);
-    diffuseRow(palette, rows[1], rows[2], width, secondIndices);
+void diffuseRows(const Palette<Pixel>& palette, uint8_t* const* rows, uint32_t width,
+                 uint8_t* indices) {
+    for (size_t row = 0; row < kRows; ++row)
+        diffuseRow(palette, rows[row], rows[row + 1], width, indices + row * width);
 }
 
 #endif
@@ -141,12 +255,14 @@ ColorDiffuser::ColorDiffuser(const DitherTarget& ditherTarget, const uint8_t* st
     : target(ditherTarget),
       stored(storedIndices),
       width(rowWidth),
-      rowBlock(allocateScratch(3 * rowBytes(rowWidth))),
+      rowBlock(allocateScratch((kRows + 1) * rowBytes(rowWidth))),
+      indexBlock(allocateScratch(uint64_t{rowWidth} * kRows)),
       entryBlock(allocateScratch(uint64_t{entriesOf(ditherTarget)} * sizeof(Pixel))),
       finder(ditherTarget.table, ditherTarget.count),
       rows() {
-    if (!rowBlock || !entryBlock) return;
-    for (size_t row = 0; row < 3; ++row)
+    if (!*this) return;
+    std::memset(rowBlock.data, 0, static_cast<size_t>((kRows + 1) * rowBytes(width)));
+    for (size_t row = 0; row <= kRows; ++row)
         rows[row] = rowBlock.data + row * static_cast<size_t>(rowBytes(width)) +
                     size_t{kMargin} * sizeof(Pixel);
     spreadPixels(target.table, entriesOf(target), pixelsAt(entryBlock.data));
@@ -157,13 +273,16 @@ void ColorDiffuser::load(int row, uint8_t* colors) {
     spreadPixels(colors, width, pixelsAt(rows[row]));
 }
 
-void ColorDiffuser::diffuse(uint8_t* firstIndices, uint8_t* secondIndices) {
-    diffuseTwoRows({finder, pixelsAt(entryBlock.data), stored}, rows, width, firstIndices,
-                   secondIndices);
+void ColorDiffuser::diffuse(uint8_t* dest, size_t stride, uint32_t count) {
+    diffuseRows({finder, pixelsAt(entryBlock.data), stored, target.table, target.count}, rows,
+                width, indexBlock.data);
+    for (uint32_t row = 0; row < count; ++row)
+        packIndices(indexBlock.data + size_t{row} * width, target.bitsPerPixel, width,
+                    dest + row * stride);
 }
 
 void ColorDiffuser::advance() {
-    std::swap(rows[0], rows[2]);
+    std::swap(rows[0], rows[kRows]);
 }
 
 }  // namespace tivar

@@ -3,12 +3,24 @@
 #include <tivar/color.h>
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
+#include "base/processor.h"
 #include "color/grey.h"
+#include "color/rows.h"
 
 namespace tivar {
 namespace {
+
+#if TIVAR_SIMD
+static_assert(GreyDiffuser::kRows == GreyLanes::kRows);
+constexpr uint32_t kFront = GreyLanes::kFront;
+constexpr uint32_t kMargins = GreyLanes::kMargins;
+#else
+constexpr uint32_t kFront = 0;
+constexpr uint32_t kMargins = 0;
+#endif
 
 int clampByte(int value) {
     return std::clamp(value, 0, 255);
@@ -19,26 +31,15 @@ Shares<int16_t> narrowed(const Shares<int>& shares) {
             static_cast<int16_t>(shares.belowLeft), static_cast<int16_t>(shares.belowRight)};
 }
 
-// A row on its way from left to right. Its levels are read only; what they pass on within the row
-// stays in a register.
-struct GreyRow {
-    const GreyStep* steps;
-    const uint8_t* row;
-    uint8_t* next;
-    uint8_t* indices;
-    uint8_t last;  // index stored
-    int level = 0;
+// The plain rule for a row, from left to right. Its levels are read only; what they pass on within
+// the row stays in a register.
+void diffuseRow(const GreyStep* steps, const uint8_t* row, uint8_t* next, uint32_t width,
+                uint8_t firstStored, uint8_t* indices) {
+    uint8_t last = firstStored;
+    int level = row[0];
     int belowLeft = 0;
-    int below = 0;
-
-    void begin() {
-        level = row[0];
-        belowLeft = 0;
-        below = next[0];
-    }
-
-    // Of any pixel but the last.
-    void pass(uint32_t x) {
+    int below = next[0];
+    for (uint32_t x = 0; x + 1 < width; ++x) {
         const GreyStep& step = steps[level];
         level = clampByte(row[x + 1] + step.shares.right);
         last = step.stored;
@@ -47,33 +48,23 @@ struct GreyRow {
         belowLeft = clampByte(below + step.shares.below);
         below = clampByte(next[x + 1] + step.shares.belowRight);
     }
-
-    void finish(uint32_t width) {
-        if (width > 1) {
-            next[width - 2] = static_cast<uint8_t>(belowLeft);
-            next[width - 1] = static_cast<uint8_t>(below);
-        }
-        indices[width - 1] = last;
-    }
-};
-
-// Diffuses two rows that follow each other, the second one behind the first, so that each one's
-// waits hide the other's.
-void diffuseTwoRows(GreyRow first, GreyRow second, uint32_t width) {
-    const uint32_t passes = width - 1;
-    const uint32_t ahead = std::min<uint32_t>(kRowLag, passes);
-    first.begin();
-    for (uint32_t x = 0; x < ahead; ++x) first.pass(x);
-    if (passes > ahead) second.begin();
-    for (uint32_t x = ahead; x < passes; ++x) {
-        first.pass(x);
-        second.pass(x - ahead);
-    }
-    first.finish(width);
-    if (passes <= ahead) second.begin();
-    for (uint32_t x = passes - ahead; x < passes; ++x) second.pass(x);
-    second.finish(width);
+    if (width > 1) next[width - 2] = static_cast<uint8_t>(belowLeft);
+    next[width - 1] = static_cast<uint8_t>(below);
+    // Kept: the last pixel is not searched but repeats the last choice.
+    indices[width - 1] = last;
 }
+
+inline void turnGrey(const uint8_t* colors, uint32_t width, uint8_t* levels) {
+    for (uint32_t x = 0; x < width; ++x) levels[x] = greyOf(colors + size_t{x} * 3);
+}
+
+#if TIVAR_HAS_V3
+TIVAR_V3 void turnGreyV3(const uint8_t* colors, uint32_t width, uint8_t* levels) {
+    turnGrey(colors, width, levels);
+}
+#else
+constexpr auto turnGreyV3 = turnGrey;
+#endif
 
 }  // namespace
 
@@ -88,30 +79,46 @@ bool GreyDiffuser::serves(const DitherTarget& target) {
 GreyDiffuser::GreyDiffuser(const DitherTarget& target, const uint8_t* stored, uint32_t rowWidth)
     : width(rowWidth),
       firstStored(stored[0]),
-      rowBlock(allocateScratch(uint64_t{rowWidth} * 3)),
+      rowBlock(allocateScratch((uint64_t{rowWidth} + kMargins) * (kRows + 1))),
+      indexBlock(allocateScratch(uint64_t{rowWidth} + kMargins)),
       rows() {
-    if (!rowBlock) return;
-    for (size_t row = 0; row < 3; ++row) rows[row] = rowBlock.data + row * width;
-    for (int level = 0; level < 256; ++level) {
+    if (!*this) return;
+    const size_t rowBytes = size_t{width} + kMargins;
+    std::memset(rowBlock.data, 0, rowBytes * (kRows + 1));
+    for (size_t row = 0; row <= kRows; ++row) rows[row] = rowBlock.data + row * rowBytes + kFront;
+    for (int level = 0; level < kGreyLevels; ++level) {
         const auto grey = static_cast<int16_t>(level);
         const uint32_t index = rlNearestRGBIndex(grey, grey, grey, target.table, target.count);
-        const int error = level - target.table[size_t{index} * 3];
-        steps[level] = {narrowed(sharesOf(error)), stored[index]};
+        const uint8_t entry = target.table[size_t{index} * 3];
+        steps[level] = {narrowed(sharesOf(level - entry)), entry, stored[index]};
     }
+#if TIVAR_SIMD
+    inLanes = lanes.take(steps);
+#endif
 }
 
 void GreyDiffuser::load(int row, uint8_t* colors) {
-    uint8_t* levels = rows[row];
-    for (uint32_t x = 0; x < width; ++x, colors += 3) levels[x] = greyOf(colors);
+    hasV3() ? turnGreyV3(colors, width, rows[row]) : turnGrey(colors, width, rows[row]);
 }
 
-void GreyDiffuser::diffuse(uint8_t* firstIndices, uint8_t* secondIndices) {
-    diffuseTwoRows({steps, rows[0], rows[1], firstIndices, firstStored},
-                   {steps, rows[1], rows[2], secondIndices, firstStored}, width);
+void GreyDiffuser::diffuse(uint8_t* dest, size_t stride, uint32_t count) {
+#if TIVAR_SIMD
+    if (inLanes) {
+        lanes.diffuse(rows, width, indexBlock.data);
+        for (uint32_t row = 0; row < count; ++row)
+            lanes.storeRow(indexBlock.data, static_cast<int>(row), width, firstStored,
+                           dest + row * stride);
+        return;
+    }
+#endif
+    for (uint32_t row = 0; row < count; ++row) {
+        diffuseRow(steps, rows[row], rows[row + 1], width, firstStored, indexBlock.data);
+        packIndices(indexBlock.data, 1, width, dest + row * stride);
+    }
 }
 
 void GreyDiffuser::advance() {
-    std::swap(rows[0], rows[2]);
+    std::swap(rows[0], rows[kRows]);
 }
 
 }  // namespace tivar

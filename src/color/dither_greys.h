@@ -2,37 +2,40 @@
 // worked out once.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "base/memory.h"
 #include "color/dither_rows.h"
-#include "color/error_shares.h"
+#include "color/grey_lanes.h"
+#include "color/grey_steps.h"
 
 namespace tivar {
 
-// What a grey level does: the index stored for it, and its error's shares.
-struct GreyStep {
-    Shares<int16_t> shares;
-    uint8_t stored;
-};
-
 // Like ColorDiffuser.
 struct GreyDiffuser {
+    static constexpr int kRows = 8;
+
     // Only tables with a grey entry keep grey rows grey.
     static bool serves(const DitherTarget& target);
 
     GreyDiffuser(const DitherTarget& target, const uint8_t* stored, uint32_t width);
-    explicit operator bool() const { return static_cast<bool>(rowBlock); }
+    explicit operator bool() const { return rowBlock && indexBlock; }
 
     void load(int row, uint8_t* colors);
-    void diffuse(uint8_t* firstIndices, uint8_t* secondIndices);
+    void diffuse(uint8_t* dest, size_t stride, uint32_t count);
     void advance();
 
     uint32_t width;
     uint8_t firstStored;  // of entry 0
     OwnedBlock rowBlock;
-    uint8_t* rows[3];
-    GreyStep steps[256];
+    OwnedBlock indexBlock;
+    uint8_t* rows[kRows + 1];
+    GreyStep steps[kGreyLevels];
+#if TIVAR_SIMD
+    GreyLanes lanes;
+    bool inLanes = false;
+#endif
 };
 
 }  // namespace tivar

@@ -9,7 +9,6 @@
 #include "color/dither_colors.h"
 #include "color/dither_greys.h"
 #include "color/row_converter.h"
-#include "color/rows.h"
 
 namespace tivar {
 namespace {
@@ -46,29 +45,25 @@ struct StoredIndices {
     OwnedBlock block;
 };
 
-// Two rows at a time through one of the diffusers.
+// A few rows at a time through one of the diffusers.
 template <class Diffuser>
 bool ditherThrough(RowLoader& loader, const DitherTarget& target, const uint8_t* stored,
                    uint32_t width, uint32_t height) {
+    constexpr auto kRows = static_cast<uint32_t>(Diffuser::kRows);
     const OwnedBlock colors(allocateScratch(uint64_t{width} * 3));
-    const OwnedBlock indices(allocateScratch(uint64_t{width} * 2));
     Diffuser diffuser(target, stored, width);
-    if (!diffuser || !colors || !indices) return false;
+    if (!diffuser || !colors) return false;
     const auto stride = static_cast<size_t>(rlBytesPerLine(width, target.bitsPerPixel));
     // Behind the last row errors go into rows that nobody reads.
-    const auto load = [&](uint32_t y, int row) {
-        if (y >= height) return;
-        loader.load(y, colors.data);
-        diffuser.load(row, colors.data);
+    const auto load = [&](uint32_t y, uint32_t row) {
+        if (y + row >= height) return;
+        loader.load(y + row, colors.data);
+        diffuser.load(static_cast<int>(row), colors.data);
     };
     load(0, 0);
-    for (uint32_t y = 0; y < height; y += 2) {
-        load(y + 1, 1);
-        load(y + 2, 2);
-        diffuser.diffuse(indices.data, indices.data + width);
-        for (uint32_t row = y; row < std::min(y + 2, height); ++row)
-            packIndices(indices.data + size_t{row - y} * width, target.bitsPerPixel, width,
-                        target.rows + row * stride);
+    for (uint32_t y = 0; y < height; y += kRows) {
+        for (uint32_t row = 1; row <= kRows; ++row) load(y, row);
+        diffuser.diffuse(target.rows + size_t{y} * stride, stride, std::min(kRows, height - y));
         diffuser.advance();
     }
     return true;

@@ -1,4 +1,4 @@
-// Error diffusion without a working copy: two rows are in flight, and each finished row is stored
+// Error diffusion without a working copy: a few rows are in flight, and each finished row is stored
 // at once at its target depth. The results are those of the plain way.
 #pragma once
 
@@ -15,8 +15,8 @@ struct DitherTarget {
     int16_t count;
 };
 
-// Pixels by which the second of two rows in flight follows the first: enough for the first to be
-// done with every place that the second touches.
+// Pixels by which a row in flight follows the one above it: enough for that one to be done with
+// every place that this one touches.
 constexpr int32_t kRowLag = 3;
 
 // Depths and tables that rows can be dithered to.

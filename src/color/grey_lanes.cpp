@@ -1,0 +1,231 @@
+#include "color/grey_lanes.h"
+
+#if TIVAR_SIMD
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/processor.h"
+#include "color/pixel.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace tivar {
+namespace {
+
+constexpr int kRows = GreyLanes::kRows;
+constexpr int32_t kMostLag = kRowLag * (kRows - 1);
+
+typedef int16_t Rows __attribute__((vector_size(16)));      // of each row, one value
+typedef uint8_t Bytes __attribute__((vector_size(16)));     // of each row, two levels
+typedef uint8_t HalfBytes __attribute__((vector_size(8)));  // of each row, one level
+typedef uint16_t Pairs __attribute__((vector_size(16)));
+typedef uint32_t Fours __attribute__((vector_size(16)));
+
+Rows everyRow(int16_t value) {
+    return Rows{} + value;
+}
+
+Rows clampRows(Rows values) {
+    const Rows notBelow = values < 0 ? Rows{} : values;
+    return notBelow > 255 ? everyRow(255) : notBelow;
+}
+
+Rows divideRows(Rows values, int shift) {
+    const auto remainder = static_cast<int16_t>((1 << shift) - 1);
+    return (values + ((values >> 15) & remainder)) >> shift;
+}
+
+// Bit k tells of row k's mask, 0 or -1.
+uint8_t bitsOf(Rows mask) {
+#if defined(__SSE2__)
+    const auto words = reinterpret_cast<__m128i>(mask);
+    return static_cast<uint8_t>(_mm_movemask_epi8(_mm_packs_epi16(words, words)));
+#else
+    const auto bytes = __builtin_convertvector(mask, HalfBytes);
+    const auto word = reinterpret_cast<const uint64_t&>(bytes) & 0x8040201008040201;
+    return static_cast<uint8_t>(word * 0x0101010101010101 >> 56);
+#endif
+}
+
+uint64_t eightAt(const uint8_t* bytes) {
+    uint64_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+// The levels of eight rows, eight steps each, as the steps want them: two steps a vector.
+struct EightSteps {
+    Bytes pairs[4];
+
+    Rows at(int step) const {
+        const Bytes pair = pairs[step / 2];
+        const Bytes zero = {};
+        const auto low = __builtin_shufflevector(pair, zero, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5,
+                                                 21, 6, 22, 7, 23);
+        const auto high = __builtin_shufflevector(pair, zero, 8, 16, 9, 17, 10, 18, 11, 19, 12, 20,
+                                                  13, 21, 14, 22, 15, 23);
+        return reinterpret_cast<Rows>(step % 2 == 0 ? low : high);
+    }
+};
+
+Pairs zipRows(const uint8_t* first, const uint8_t* second) {
+    typedef uint64_t Words __attribute__((vector_size(16)));
+    const auto rows = reinterpret_cast<Bytes>(Words{eightAt(first), eightAt(second)});
+    return reinterpret_cast<Pairs>(
+        __builtin_shufflevector(rows, rows, 0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15));
+}
+
+Fours zipLow(Pairs a, Pairs b) {
+    return reinterpret_cast<Fours>(__builtin_shufflevector(a, b, 0, 8, 1, 9, 2, 10, 3, 11));
+}
+
+Fours zipHigh(Pairs a, Pairs b) {
+    return reinterpret_cast<Fours>(__builtin_shufflevector(a, b, 4, 12, 5, 13, 6, 14, 7, 15));
+}
+
+Bytes zipLow(Fours a, Fours b) {
+    return reinterpret_cast<Bytes>(__builtin_shufflevector(a, b, 0, 4, 1, 5));
+}
+
+Bytes zipHigh(Fours a, Fours b) {
+    return reinterpret_cast<Bytes>(__builtin_shufflevector(a, b, 2, 6, 3, 7));
+}
+
+// From column on in row 0, and kRowLag pixels further back in each row after it.
+EightSteps gather(uint8_t* const* rows, int32_t column) {
+    const auto zip = [&](int row) {
+        const uint8_t* first = rows[row] + column - kRowLag * row;
+        return zipRows(first, rows[row + 1] + column - kRowLag * (row + 1));
+    };
+    const Pairs rows01 = zip(0), rows23 = zip(2), rows45 = zip(4), rows67 = zip(6);
+    const Fours upperFirst = zipLow(rows01, rows23), upperLast = zipHigh(rows01, rows23);
+    const Fours lowerFirst = zipLow(rows45, rows67), lowerLast = zipHigh(rows45, rows67);
+    return {{zipLow(upperFirst, lowerFirst), zipHigh(upperFirst, lowerFirst),
+             zipLow(upperLast, lowerLast), zipHigh(upperLast, lowerLast)}};
+}
+
+// The rows on their way. Levels of pixels that are not done yet stay in registers and pass from
+// each lane to the next.
+struct Flight {
+    const GreyLanes& tones;
+    uint8_t* const* rows;
+    int32_t width;
+    uint8_t* bits;
+    Rows level = {};
+    Rows below = {};
+    Rows belowLeft = {};
+    Rows finished = {};
+
+    // -1 for rows that are at a pixel to search; others pass no error on.
+    Rows searching(int32_t column) const {
+        Rows mask = {};
+        for (int row = 0; row < kRows; ++row) {
+            const int32_t x = column - kRowLag * row;
+            mask[row] = static_cast<int16_t>(x >= 0 && x < width - 1 ? -1 : 0);
+        }
+        return mask;
+    }
+
+    // Row 0 is at column, whose bits go into bits[column + 1]; next: the levels of the next column
+    // one row further down.
+    template <bool kAtEnds>
+    void step(int32_t column, Rows next) {
+        Rows entry = everyRow(tones.lowestEntry);
+        Rows stored = everyRow(tones.lowestStored);
+        for (int i = 0; i < GreyLanes::kThresholds; ++i) {
+            const Rows above = level > everyRow(tones.levels[i]);
+            entry += above & tones.rises[i];
+            stored ^= above & tones.flips[i];
+        }
+        bits[column + 1] = bitsOf(stored);
+        Rows error = level - entry;
+        if (kAtEnds) error &= searching(column);
+        const Shares<Rows> shares = sharesOf<Rows>(error, divideRows);
+        const Rows first = {rows[0][column + 1]};
+        const Rows right = __builtin_shufflevector(finished, first, 8, 0, 1, 2, 3, 4, 5, 6);
+        level = clampRows(right + shares.right);
+        finished = clampRows(belowLeft + shares.belowLeft);
+        rows[kRows][column - kMostLag - 1] = static_cast<uint8_t>(finished[kRows - 1]);
+        belowLeft = clampRows(below + shares.below);
+        below = clampRows(next + shares.belowRight);
+    }
+
+    template <bool kAtEnds>
+    void eightSteps(int32_t column) {
+        const EightSteps next = gather(rows + 1, column + 1);
+        for (int i = 0; i < 8; ++i) step<kAtEnds>(column + i, next.at(i));
+    }
+
+    void run() {
+        for (int32_t column = -1; column <= width + kMostLag; column += 8) {
+            const bool amid = column >= kMostLag && column + 8 < width;
+            amid ? eightSteps<false>(column) : eightSteps<true>(column);
+        }
+    }
+};
+
+void diffuseRows(const GreyLanes& tones, uint8_t* const* rows, int32_t width, uint8_t* bits) {
+    Flight{tones, rows, width, bits}.run();
+}
+
+#if TIVAR_HAS_V3
+TIVAR_V3 void diffuseRowsV3(const GreyLanes& tones, uint8_t* const* rows, int32_t width,
+                            uint8_t* bits) {
+    Flight{tones, rows, width, bits}.run();
+}
+#else
+constexpr auto diffuseRowsV3 = diffuseRows;
+#endif
+
+}  // namespace
+
+bool GreyLanes::take(const GreyStep* steps) {
+    const auto storedOf = [](const GreyStep& step) {
+        return static_cast<int16_t>(-(step.stored & 1));
+    };
+    lowestEntry = steps[0].entry;
+    lowestStored = storedOf(steps[0]);
+    int used = 0;
+    for (int level = 1; level < kGreyLevels; ++level) {
+        const GreyStep& step = steps[level];
+        const GreyStep& before = steps[level - 1];
+        const auto rise = static_cast<int16_t>(step.entry - before.entry);
+        const auto flip = static_cast<int16_t>(storedOf(step) ^ storedOf(before));
+        if (rise == 0 && flip == 0) continue;
+        if (used == kThresholds) return false;
+        levels[used] = static_cast<int16_t>(level - 1);
+        rises[used] = rise;
+        flips[used++] = flip;
+    }
+    for (; used < kThresholds; ++used) {
+        levels[used] = kGreyLevels;
+        rises[used] = flips[used] = 0;
+    }
+    return true;
+}
+
+void GreyLanes::diffuse(uint8_t* const* rows, uint32_t width, uint8_t* bits) const {
+    const auto columns = static_cast<int32_t>(width);
+    hasV3() ? diffuseRowsV3(*this, rows, columns, bits) : diffuseRows(*this, rows, columns, bits);
+}
+
+void GreyLanes::storeRow(const uint8_t* bits, int row, uint32_t width, uint8_t firstStored,
+                         uint8_t* dest) const {
+    const uint8_t* first = bits + 1 + kRowLag * row;
+    for (uint32_t x = 0; x < width; x += 8) {
+        const uint64_t word = eightAt(first + x) >> row & 0x0101010101010101;
+        // The product brings the first pixel's bit to the highest place.
+        dest[x / 8] = static_cast<uint8_t>(word * 0x8040201008040201 >> 56);
+    }
+    // Kept: the last pixel is not searched but repeats the last choice.
+    const uint32_t last = width - 1;
+    storePixel(dest, last, 1, width > 1 ? getPixel(dest, last - 1, 1) : firstStored);
+    dest[last / 8] &= static_cast<uint8_t>(0xFF00 >> (last % 8 + 1));
+}
+
+}  // namespace tivar
+
+#endif
