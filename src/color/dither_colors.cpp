@@ -1,6 +1,7 @@
 #include "color/dither_colors.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <utility>
 
@@ -37,9 +38,8 @@ Pixel pixelOf(const uint8_t* color) {
 }
 
 inline Lanes clampLanes(Lanes lanes) {
-    lanes &= ~(lanes < 0);
-    const Lanes above = lanes > 255;
-    return (lanes & ~above) | (above & 255);
+    const Lanes notBelow = lanes < 0 ? Lanes{} : lanes;
+    return notBelow > 255 ? Lanes{} + 255 : notBelow;
 }
 
 inline Lanes divideLanes(Lanes lanes, int shift) {
@@ -72,9 +72,9 @@ struct FewSearch {
     const TableSearch& otherwise;
 
     TIVAR_V3_PART Nearest find(Lanes levels) const {
-        const Lanes greys = FewEntries::greysAmong(levels);
-        const int32_t first = few.find<0>(levels, greys);
-        const int32_t second = few.find<1>(levels, greys);
+        const Lanes withKinds = FewEntries::withKinds(levels);
+        const int32_t first = few.find<0>(withKinds);
+        const int32_t second = few.find<1>(withKinds);
         if ((first | second) < 0) return otherwise.find(levels);
         return {static_cast<uint32_t>(first), static_cast<uint32_t>(second)};
     }
@@ -82,45 +82,55 @@ struct FewSearch {
 
 #endif
 
-// Two rows that follow each other, on their way from left to right. What the first passes down
-// stays in registers until the second takes it.
+// Two rows that follow each other, on their way from left to right. What they pass on is in
+// registers until nothing more is added.
 template <class Search>
 struct RowPair {
-    const Search& search;
-    const Palette<Pixel>& palette;
-    const Pixel* first;
-    Pixel* second;
-    Pixel* third;
-    uint8_t* firstIndices;
-    uint8_t* secondIndices;
-    int32_t width;
+    const Search* search;
+    const Palette<Pixel>* palette;
+    int32_t width = 0;
+    const Pixel* first = nullptr;
+    Pixel* second = nullptr;
+    Pixel* third = nullptr;
+    uint8_t* firstIndices = nullptr;
+    uint8_t* secondIndices = nullptr;
     Nearest chosen = {};
     Lanes level = {};
     Lanes below = {};
     Lanes belowLeft = {};
 
+    // rows: the two and the one behind them.
+    void begin(uint8_t* const* rows, uint8_t* indices, int32_t rowWidth) {
+        width = rowWidth;
+        first = reinterpret_cast<const Pixel*>(rows[0]);
+        second = reinterpret_cast<Pixel*>(rows[1]);
+        third = reinterpret_cast<Pixel*>(rows[2]);
+        firstIndices = indices;
+        secondIndices = indices + rowWidth;
+    }
+
     // The entries that the first row takes at x and the second one behind it.
     Lanes pick(int32_t x) {
-        chosen = search.find(level);
-        firstIndices[x] = palette.stored[chosen.first];
-        secondIndices[x - kRowLag] = palette.stored[chosen.second];
-        return join(palette.entries[chosen.first], palette.entries[chosen.second]);
+        chosen = search->find(level);
+        firstIndices[x] = palette->stored[chosen.first];
+        secondIndices[x - kRowLag] = palette->stored[chosen.second];
+        return join(palette->entries[chosen.first], palette->entries[chosen.second]);
     }
 
     // A row that is not at a pixel to search passes no error on.
     bool searches(int32_t x) const { return x >= 0 && x < width - 1; }
     Lanes pickAtEnds(int32_t x) {
+        const Nearest found = search->find(level);
         LanePair entry = part(level);
-        const Nearest found = search.find(level);
         if (searches(x)) {
             chosen.first = found.first;
-            firstIndices[x] = palette.stored[found.first];
-            entry[0] = palette.entries[found.first];
+            firstIndices[x] = palette->stored[found.first];
+            entry[0] = palette->entries[found.first];
         }
         if (searches(x - kRowLag)) {
             chosen.second = found.second;
-            secondIndices[x - kRowLag] = palette.stored[found.second];
-            entry[1] = palette.entries[found.second];
+            secondIndices[x - kRowLag] = palette->stored[found.second];
+            entry[1] = palette->entries[found.second];
         }
         return reinterpret_cast<Lanes>(entry);
     }
@@ -138,46 +148,39 @@ struct RowPair {
 
     // Kept: the last pixel is not searched but repeats the last choice.
     void finish() {
-        firstIndices[width - 1] = palette.stored[chosen.first];
-        secondIndices[width - 1] = palette.stored[chosen.second];
+        firstIndices[width - 1] = palette->stored[chosen.first];
+        secondIndices[width - 1] = palette->stored[chosen.second];
     }
 };
 
-// Two pairs of rows follow each other; each one's waits for its search and its error hide the
-// other's.
+// Pairs of rows follow each other; each one's waits for its search and its error hide the others'.
 template <class Search>
 inline void diffuseInPairs(const Search& search, const Palette<Pixel>& palette,
                            uint8_t* const* rows, uint32_t rowWidth, uint8_t* indices) {
-    static_assert(kRows == 4);
-    const auto width = static_cast<int32_t>(rowWidth);
-    const auto pairFrom = [&](size_t row) {
-        return RowPair<Search>{search,
-                               palette,
-                               reinterpret_cast<const Pixel*>(rows[row]),
-                               reinterpret_cast<Pixel*>(rows[row + 1]),
-                               reinterpret_cast<Pixel*>(rows[row + 2]),
-                               indices + row * rowWidth,
-                               indices + (row + 1) * rowWidth,
-                               width};
-    };
-    RowPair<Search> upper = pairFrom(0);
-    RowPair<Search> lower = pairFrom(2);
+    constexpr size_t kPairs = kRows / 2;
     constexpr int32_t kPairLag = 2 * kRowLag;
+    const auto width = static_cast<int32_t>(rowWidth);
+    std::array<RowPair<Search>, kPairs> pairs;
+    pairs.fill({&search, &palette});
+    for (size_t row = 0; row < kRows; row += 2)
+        pairs[row / 2].begin(rows + row, indices + row * rowWidth, width);
     const auto stepAtEnds = [&](int32_t x) {
-        upper.pass(x, upper.pickAtEnds(x));
-        lower.pass(x - kPairLag, lower.pickAtEnds(x - kPairLag));
+        for (RowPair<Search>& pair : pairs) {
+            pair.pass(x, pair.pickAtEnds(x));
+            x -= kPairLag;
+        }
     };
     int32_t x = -1;
     for (; x < kMostLag; ++x) stepAtEnds(x);
     for (; x < width - 1; ++x) {
-        const Lanes upperEntry = upper.pick(x);
-        const Lanes lowerEntry = lower.pick(x - kPairLag);
-        upper.pass(x, upperEntry);
-        lower.pass(x - kPairLag, lowerEntry);
+        Lanes entries[kPairs];
+        int32_t at = x;
+        for (size_t i = 0; i < kPairs; ++i, at -= kPairLag) entries[i] = pairs[i].pick(at);
+        at = x;
+        for (size_t i = 0; i < kPairs; ++i, at -= kPairLag) pairs[i].pass(at, entries[i]);
     }
     for (; x <= width + kMostLag; ++x) stepAtEnds(x);
-    upper.finish();
-    lower.finish();
+    for (RowPair<Search>& pair : pairs) pair.finish();
 }
 
 #if TIVAR_HAS_V3

@@ -12,7 +12,7 @@ namespace tivar {
 
 // Rows in flight: kRows are diffused at once, into themselves and the one behind them.
 struct ColorDiffuser {
-    static constexpr int kRows = 4;
+    static constexpr int kRows = 8;
 
     // stored: of each entry of the target's table. Both must outlive the diffuser.
     ColorDiffuser(const DitherTarget& target, const uint8_t* stored, uint32_t width);

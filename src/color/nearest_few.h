@@ -10,6 +10,8 @@
 
 #include <immintrin.h>
 
+#include <cstddef>
+
 namespace tivar {
 
 struct FewEntries {
@@ -19,35 +21,36 @@ struct FewEntries {
         for (int i = 0; i < kMost; ++i) {
             const uint8_t* entry = table + size_t{3} * static_cast<size_t>(i);
             const bool there = i < count;
-            const bool grey = there && isGreyEntry(entry);
-            for (int channel = 0; channel < 3; ++channel)
-                channels[channel][i % 2][i / 2] = there ? entry[channel] : 0;
-            forColors[i % 2][i / 2] = static_cast<int16_t>(there && !grey ? 0 : -1);
-            forGreys[i % 2][i / 2] = static_cast<int16_t>(grey ? 0 : -1);
+            int16_t* redGreen = redGreens[i / 8] + placeOf(i);
+            int16_t* blueKind = blueKinds[i / 8] + placeOf(i);
+            redGreen[0] = there ? entry[0] : 0;
+            redGreen[1] = there ? entry[1] : 0;
+            blueKind[0] = there ? entry[2] : 0;
+            blueKind[1] = !there ? kNoKind : isGreyEntry(entry) ? kGreyKind : 0;
         }
     }
 
-    // Of two levels at once: -1 in each of the lanes of those that are looked for as greys.
-    TIVAR_V3_PART static Lanes greysAmong(Lanes levels) {
+    // Two levels with the kind of entry that each is looked for among in its idle lane.
+    TIVAR_V3_PART static Lanes withKinds(Lanes levels) {
         const Lanes apart =
             levels - __builtin_shufflevector(levels, levels, 1, 2, 0, 3, 5, 6, 4, 7);
         const Lanes far = (apart > kGreyTolerance) | (apart < -kGreyTolerance);
-        return reinterpret_cast<Lanes>(reinterpret_cast<LanePair>(far) == LanePair{});
+        const auto grey = reinterpret_cast<Lanes>(reinterpret_cast<LanePair>(far) == LanePair{});
+        const Lanes kinds = {0, 0, 0, kGreyKind, 0, 0, 0, kGreyKind};
+        return levels | (grey & kinds);
     }
 
-    // The index of the entry nearest to one of two levels, -1 where distances pass 16 bits: far
-    // from all entries of its kind, or without any.
+    // The index of the entry nearest to one of two levels with kinds, -1 where the distance passes
+    // 16 bits: far from all entries of its kind, or without any.
     template <int kWhich>
-    TIVAR_V3_PART int32_t find(Lanes levels, Lanes greys) const {
-        constexpr int kFirst = kWhich * 4;
-        const Lanes red = everyLane<kFirst>(levels);
-        const Lanes green = everyLane<kFirst + 1>(levels);
-        const Lanes blue = everyLane<kFirst + 2>(levels);
-        const Lanes grey = everyLane<kFirst>(greys);
-        // Ties go to the lowest index, so even entries stand in front of odd ones lane by lane.
-        const __m128i even = distances<0>(red, green, blue, grey);
-        const __m128i odd = distances<1>(red, green, blue, grey);
-        const __m128i nearer = _mm_min_epu16(even, odd);
+    TIVAR_V3_PART int32_t find(Lanes levels) const {
+        const __m256i both = _mm256_broadcastsi128_si256(reinterpret_cast<__m128i>(levels));
+        const __m256i redGreen = _mm256_shuffle_epi32(both, kWhich == 0 ? 0x00 : 0xAA);
+        const __m256i blueKind = _mm256_shuffle_epi32(both, kWhich == 0 ? 0x55 : 0xFF);
+        const __m256i distances =
+            _mm256_packus_epi32(squares<0>(redGreen, blueKind), squares<1>(redGreen, blueKind));
+        const __m128i even = _mm256_castsi256_si128(distances);
+        const __m128i nearer = _mm_min_epu16(even, _mm256_extracti128_si256(distances, 1));
         const auto found = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_minpos_epu16(nearer)));
         const auto evens = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi16(nearer, even)));
         if ((found & 0xFFFF) == 0xFFFF) return -1;
@@ -56,32 +59,31 @@ struct FewEntries {
     }
 
   private:
-    template <int kLane>
-    TIVAR_V3_PART static Lanes everyLane(Lanes lanes) {
-        return __builtin_shufflevector(lanes, lanes, kLane, kLane, kLane, kLane, kLane, kLane,
-                                       kLane, kLane);
+    // Kinds lie so far apart that no distance of another kind is within 16 bits.
+    static constexpr int16_t kGreyKind = 0x1000;
+    static constexpr int16_t kNoKind = 0x2000;
+
+    // Ties go to the lowest index: even entries stand in the lower half of a vector, odd ones in
+    // the upper half, and lane by lane the lower one wins.
+    static constexpr size_t placeOf(int index) {
+        return static_cast<size_t>(index % 2 * 8 + index % 8 / 2 * 2);
     }
 
-    template <int kOdd>
-    TIVAR_V3_PART __m128i distances(Lanes red, Lanes green, Lanes blue, Lanes grey) const {
-        const Lanes toRed = red - channels[0][kOdd];
-        const Lanes toGreen = green - channels[1][kOdd];
-        const Lanes toBlue = blue - channels[2][kOdd];
-        const __m128i sum = _mm_adds_epu16(square(toRed), square(toGreen));
-        const Lanes others = (grey & forGreys[kOdd]) | (~grey & forColors[kOdd]);
-        return _mm_or_si128(_mm_adds_epu16(sum, square(toBlue)), reinterpret_cast<__m128i>(others));
+    template <int kHalf>
+    TIVAR_V3_PART __m256i squares(__m256i redGreen, __m256i blueKind) const {
+        const __m256i toRedGreen = _mm256_sub_epi16(redGreen, load(redGreens[kHalf]));
+        const __m256i toBlueKind = _mm256_sub_epi16(blueKind, load(blueKinds[kHalf]));
+        return _mm256_add_epi32(_mm256_madd_epi16(toRedGreen, toRedGreen),
+                                _mm256_madd_epi16(toBlueKind, toBlueKind));
     }
 
-    // 255 squared fits a lane without a sign.
-    TIVAR_V3_PART static __m128i square(Lanes lanes) {
-        const auto words = reinterpret_cast<__m128i>(lanes);
-        return _mm_mullo_epi16(words, words);
+    TIVAR_V3_PART static __m256i load(const int16_t* lanes) {
+        return _mm256_load_si256(reinterpret_cast<const __m256i*>(lanes));
     }
 
-    // Entry 2 * i + k is in lane i of vector k.
-    Lanes channels[3][2];
-    Lanes forColors[2];  // -1 for the entries that a colour does not take
-    Lanes forGreys[2];
+    // Of each eight entries.
+    alignas(32) int16_t redGreens[2][16];
+    alignas(32) int16_t blueKinds[2][16];
 };
 
 }  // namespace tivar
