@@ -24,13 +24,13 @@ struct Palette {
     int count;
 };
 
-constexpr int kRows = ColorDiffuser::kRows;
+constexpr int kColorRows = ColorDiffuser::kRows;
 
 #if TIVAR_SIMD
 
 // A pixel in flight, with room in front of and behind a row for the lanes that idle there.
 using Pixel = LaneColor;
-constexpr int32_t kMostLag = kRowLag * (kRows - 1);
+constexpr int32_t kMostLag = kRowLag * (kColorRows - 1);
 constexpr int32_t kMargin = kMostLag + 3;
 
 Pixel pixelOf(const uint8_t* color) {
@@ -157,12 +157,12 @@ struct RowPair {
 template <class Search>
 inline void diffuseInPairs(const Search& search, const Palette<Pixel>& palette,
                            uint8_t* const* rows, uint32_t rowWidth, uint8_t* indices) {
-    constexpr size_t kPairs = kRows / 2;
+    constexpr size_t kPairs = kColorRows / 2;
     constexpr int32_t kPairLag = 2 * kRowLag;
     const auto width = static_cast<int32_t>(rowWidth);
     std::array<RowPair<Search>, kPairs> pairs;
     pairs.fill({&search, &palette});
-    for (size_t row = 0; row < kRows; row += 2)
+    for (size_t row = 0; row < kColorRows; row += 2)
         pairs[row / 2].begin(rows + row, indices + row * rowWidth, width);
     const auto stepAtEnds = [&](int32_t x) {
         for (RowPair<Search>& pair : pairs) {
@@ -229,7 +229,7 @@ void diffuseRow(const Palette<Pixel>& palette, uint8_t* pixel, uint8_t* below, u
 
 void diffuseRows(const Palette<Pixel>& palette, uint8_t* const* rows, uint32_t width,
                  uint8_t* indices) {
-    for (size_t row = 0; row < kRows; ++row)
+    for (size_t row = 0; row < kColorRows; ++row)
         diffuseRow(palette, rows[row], rows[row + 1], width, indices + row * width);
 }
 
@@ -258,14 +258,14 @@ ColorDiffuser::ColorDiffuser(const DitherTarget& ditherTarget, const uint8_t* st
     : target(ditherTarget),
       stored(storedIndices),
       width(rowWidth),
-      rowBlock(allocateScratch((kRows + 1) * rowBytes(rowWidth))),
-      indexBlock(allocateScratch(uint64_t{rowWidth} * kRows)),
+      rowBlock(allocateScratch((kColorRows + 1) * rowBytes(rowWidth))),
+      indexBlock(allocateScratch(uint64_t{rowWidth} * kColorRows)),
       entryBlock(allocateScratch(uint64_t{entriesOf(ditherTarget)} * sizeof(Pixel))),
       finder(ditherTarget.table, ditherTarget.count),
       rows() {
     if (!*this) return;
-    std::memset(rowBlock.data, 0, static_cast<size_t>((kRows + 1) * rowBytes(width)));
-    for (size_t row = 0; row <= kRows; ++row)
+    std::memset(rowBlock.data, 0, static_cast<size_t>((kColorRows + 1) * rowBytes(width)));
+    for (size_t row = 0; row <= kColorRows; ++row)
         rows[row] = rowBlock.data + row * static_cast<size_t>(rowBytes(width)) +
                     size_t{kMargin} * sizeof(Pixel);
     spreadPixels(target.table, entriesOf(target), pixelsAt(entryBlock.data));
@@ -285,7 +285,7 @@ void ColorDiffuser::diffuse(uint8_t* dest, size_t stride, uint32_t count) {
 }
 
 void ColorDiffuser::advance() {
-    std::swap(rows[0], rows[kRows]);
+    std::swap(rows[0], rows[kColorRows]);
 }
 
 }  // namespace tivar

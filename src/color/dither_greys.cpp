@@ -54,16 +54,16 @@ void diffuseRow(const GreyStep* steps, const uint8_t* row, uint8_t* next, uint32
     indices[width - 1] = last;
 }
 
-inline void turnGrey(const uint8_t* colors, uint32_t width, uint8_t* levels) {
+inline void takeLevels(const uint8_t* colors, uint32_t width, uint8_t* levels) {
     for (uint32_t x = 0; x < width; ++x) levels[x] = greyOf(colors + size_t{x} * 3);
 }
 
 #if TIVAR_HAS_V3
-TIVAR_V3 void turnGreyV3(const uint8_t* colors, uint32_t width, uint8_t* levels) {
-    turnGrey(colors, width, levels);
+TIVAR_V3 void takeLevelsV3(const uint8_t* colors, uint32_t width, uint8_t* levels) {
+    takeLevels(colors, width, levels);
 }
 #else
-constexpr auto turnGreyV3 = turnGrey;
+constexpr auto takeLevelsV3 = takeLevels;
 #endif
 
 }  // namespace
@@ -80,7 +80,7 @@ GreyDiffuser::GreyDiffuser(const DitherTarget& target, const uint8_t* stored, ui
     : width(rowWidth),
       firstStored(stored[0]),
       rowBlock(allocateScratch((uint64_t{rowWidth} + kMargins) * (kRows + 1))),
-      indexBlock(allocateScratch(uint64_t{rowWidth} + kMargins)),
+      indexBlock(allocateScratch((uint64_t{rowWidth} + kMargins) * 2)),
       rows() {
     if (!*this) return;
     const size_t rowBytes = size_t{width} + kMargins;
@@ -98,7 +98,7 @@ GreyDiffuser::GreyDiffuser(const DitherTarget& target, const uint8_t* stored, ui
 }
 
 void GreyDiffuser::load(int row, uint8_t* colors) {
-    hasV3() ? turnGreyV3(colors, width, rows[row]) : turnGrey(colors, width, rows[row]);
+    hasV3() ? takeLevelsV3(colors, width, rows[row]) : takeLevels(colors, width, rows[row]);
 }
 
 void GreyDiffuser::diffuse(uint8_t* dest, size_t stride, uint32_t count) {

@@ -14,7 +14,7 @@ namespace tivar {
 
 // Like ColorDiffuser.
 struct GreyDiffuser {
-    static constexpr int kRows = 8;
+    static constexpr int kRows = 16;
 
     // Only tables with a grey entry keep grey rows grey.
     static bool serves(const DitherTarget& target);

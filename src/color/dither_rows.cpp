@@ -49,7 +49,7 @@ struct StoredIndices {
 template <class Diffuser>
 bool ditherThrough(RowLoader& loader, const DitherTarget& target, const uint8_t* stored,
                    uint32_t width, uint32_t height) {
-    constexpr auto kRows = static_cast<uint32_t>(Diffuser::kRows);
+    constexpr auto kAtOnce = static_cast<uint32_t>(Diffuser::kRows);
     const OwnedBlock colors(allocateScratch(uint64_t{width} * 3));
     Diffuser diffuser(target, stored, width);
     if (!diffuser || !colors) return false;
@@ -61,9 +61,9 @@ bool ditherThrough(RowLoader& loader, const DitherTarget& target, const uint8_t*
         diffuser.load(static_cast<int>(row), colors.data);
     };
     load(0, 0);
-    for (uint32_t y = 0; y < height; y += kRows) {
-        for (uint32_t row = 1; row <= kRows; ++row) load(y, row);
-        diffuser.diffuse(target.rows + size_t{y} * stride, stride, std::min(kRows, height - y));
+    for (uint32_t y = 0; y < height; y += kAtOnce) {
+        for (uint32_t row = 1; row <= kAtOnce; ++row) load(y, row);
+        diffuser.diffuse(target.rows + size_t{y} * stride, stride, std::min(kAtOnce, height - y));
         diffuser.advance();
     }
     return true;

@@ -15,8 +15,10 @@
 namespace tivar {
 namespace {
 
-constexpr int kRows = GreyLanes::kRows;
-constexpr int32_t kMostLag = kRowLag * (kRows - 1);
+constexpr int kLanes = GreyLanes::kLanes;
+constexpr int kFlights = GreyLanes::kRows / kLanes;
+constexpr int32_t kFlightLag = kRowLag * kLanes;
+constexpr int32_t kLastLag = kRowLag * (GreyLanes::kRows - 1);
 
 typedef int16_t Rows __attribute__((vector_size(16)));      // of each row, one value
 typedef uint8_t Bytes __attribute__((vector_size(16)));     // of each row, two levels
@@ -107,7 +109,7 @@ EightSteps gather(uint8_t* const* rows, int32_t column) {
              zipLow(upperLast, lowerLast), zipHigh(upperLast, lowerLast)}};
 }
 
-// The rows on their way. Levels of pixels that are not done yet stay in registers and pass from
+// Eight rows on their way. Levels of pixels that are not done yet stay in registers and pass from
 // each lane to the next.
 struct Flight {
     const GreyLanes& tones;
@@ -122,7 +124,7 @@ struct Flight {
     // -1 for rows that are at a pixel to search; others pass no error on.
     Rows searching(int32_t column) const {
         Rows mask = {};
-        for (int row = 0; row < kRows; ++row) {
+        for (int row = 0; row < kLanes; ++row) {
             const int32_t x = column - kRowLag * row;
             mask[row] = static_cast<int16_t>(x >= 0 && x < width - 1 ? -1 : 0);
         }
@@ -133,51 +135,61 @@ struct Flight {
     // one row further down.
     template <bool kAtEnds>
     void step(int32_t column, Rows next) {
-        Rows entry = everyRow(tones.lowestEntry);
+        // Two sums, neither of which waits for the other.
+        Rows rises[2] = {everyRow(tones.lowestEntry), {}};
         Rows stored = everyRow(tones.lowestStored);
         for (int i = 0; i < GreyLanes::kThresholds; ++i) {
             const Rows above = level > everyRow(tones.levels[i]);
-            entry += above & tones.rises[i];
+            rises[i % 2] += above & tones.rises[i];
             stored ^= above & tones.flips[i];
         }
         bits[column + 1] = bitsOf(stored);
-        Rows error = level - entry;
+        Rows error = level - rises[0] - rises[1];
         if (kAtEnds) error &= searching(column);
         const Shares<Rows> shares = sharesOf<Rows>(error, divideRows);
         const Rows first = {rows[0][column + 1]};
         const Rows right = __builtin_shufflevector(finished, first, 8, 0, 1, 2, 3, 4, 5, 6);
         level = clampRows(right + shares.right);
         finished = clampRows(belowLeft + shares.belowLeft);
-        rows[kRows][column - kMostLag - 1] = static_cast<uint8_t>(finished[kRows - 1]);
+        rows[kLanes][column - kFlightLag + kRowLag - 1] =
+            static_cast<uint8_t>(finished[kLanes - 1]);
         belowLeft = clampRows(below + shares.below);
         below = clampRows(next + shares.belowRight);
     }
-
-    template <bool kAtEnds>
-    void eightSteps(int32_t column) {
-        const EightSteps next = gather(rows + 1, column + 1);
-        for (int i = 0; i < 8; ++i) step<kAtEnds>(column + i, next.at(i));
-    }
-
-    void run() {
-        for (int32_t column = -1; column <= width + kMostLag; column += 8) {
-            const bool amid = column >= kMostLag && column + 8 < width;
-            amid ? eightSteps<false>(column) : eightSteps<true>(column);
-        }
-    }
 };
 
-void diffuseRows(const GreyLanes& tones, uint8_t* const* rows, int32_t width, uint8_t* bits) {
-    Flight{tones, rows, width, bits}.run();
+// The second flight is behind the first, whose last row it begins with; each one's waits hide the
+// other's.
+template <bool kAtEnds>
+void eightSteps(Flight* flights, int32_t column) {
+    static_assert(kFlights == 2);
+    Flight& ahead = flights[0];
+    Flight& behind = flights[1];
+    const EightSteps aheadNext = gather(ahead.rows + 1, column + 1);
+    const EightSteps behindNext = gather(behind.rows + 1, column + 1 - kFlightLag);
+    for (int i = 0; i < 8; ++i) {
+        ahead.step<kAtEnds>(column + i, aheadNext.at(i));
+        behind.step<kAtEnds>(column + i - kFlightLag, behindNext.at(i));
+    }
+}
+
+void diffuseGreys(const GreyLanes& tones, uint8_t* const* rows, int32_t width, uint8_t* bits) {
+    uint8_t* secondBits = bits + width + GreyLanes::kMargins;
+    Flight flights[] = {{tones, rows, width, bits + GreyLanes::kFront},
+                        {tones, rows + kLanes, width, secondBits + GreyLanes::kFront}};
+    for (int32_t column = -1; column <= width + kLastLag; column += 8) {
+        const bool amid = column >= kLastLag && column + 8 < width;
+        amid ? eightSteps<false>(flights, column) : eightSteps<true>(flights, column);
+    }
 }
 
 #if TIVAR_HAS_V3
-TIVAR_V3 void diffuseRowsV3(const GreyLanes& tones, uint8_t* const* rows, int32_t width,
-                            uint8_t* bits) {
-    Flight{tones, rows, width, bits}.run();
+TIVAR_V3 void diffuseGreysV3(const GreyLanes& tones, uint8_t* const* rows, int32_t width,
+                             uint8_t* bits) {
+    diffuseGreys(tones, rows, width, bits);
 }
 #else
-constexpr auto diffuseRowsV3 = diffuseRows;
+constexpr auto diffuseGreysV3 = diffuseGreys;
 #endif
 
 }  // namespace
@@ -209,14 +221,16 @@ bool GreyLanes::take(const GreyStep* steps) {
 
 void GreyLanes::diffuse(uint8_t* const* rows, uint32_t width, uint8_t* bits) const {
     const auto columns = static_cast<int32_t>(width);
-    hasV3() ? diffuseRowsV3(*this, rows, columns, bits) : diffuseRows(*this, rows, columns, bits);
+    hasV3() ? diffuseGreysV3(*this, rows, columns, bits) : diffuseGreys(*this, rows, columns, bits);
 }
 
 void GreyLanes::storeRow(const uint8_t* bits, int row, uint32_t width, uint8_t firstStored,
                          uint8_t* dest) const {
-    const uint8_t* first = bits + 1 + kRowLag * row;
+    const size_t flight = static_cast<size_t>(row / kLanes) * (size_t{width} + kMargins);
+    const int lane = row % kLanes;
+    const uint8_t* first = bits + flight + kFront + 1 + kRowLag * lane;
     for (uint32_t x = 0; x < width; x += 8) {
-        const uint64_t word = eightAt(first + x) >> row & 0x0101010101010101;
+        const uint64_t word = eightAt(first + x) >> lane & 0x0101010101010101;
         // The product brings the first pixel's bit to the highest place.
         dest[x / 8] = static_cast<uint8_t>(word * 0x8040201008040201 >> 56);
     }

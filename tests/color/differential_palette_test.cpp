@@ -199,6 +199,39 @@ TEST(DifferentialDither, AtEveryWidth) {
     }
 }
 
+// More rows than are diffused at once, with some left over.
+TEST(DifferentialDither, AtEveryHeight) {
+    Numbers numbers(21);
+    for (uint32_t height = 1; height <= 40; ++height) {
+        for (const int destBits : {1, 4, 8}) {
+            const Bitmap source =
+                randomBitmap(numbers, 1 + numbers.below(70), height, 24, numbers.oneOf(kMixes));
+            compareDither(source, destBits, Table(), Table());
+            if (HasFatalFailure()) return;
+        }
+    }
+}
+
+// Few entries or many, with twins, of one kind or both: grey levels that change once, seven times
+// or at nearly every step.
+TEST(DifferentialDither, ToTablesOfEveryLengthOverManyRows) {
+    Numbers numbers(22);
+    for (uint32_t count = 1; count <= 40; ++count) {
+        for (const int destBits : {1, 4, 8}) {
+            const Bitmap source = randomBitmap(numbers, 1 + numbers.below(90),
+                                               17 + numbers.below(20), 24, numbers.oneOf(kMixes));
+            Bytes table = randomTable(numbers, count, numbers.oneOf(kMixes));
+            if (numbers.oneIn(2)) {
+                for (size_t i = 0; i < table.size(); i += 3 + 3 * numbers.below(3))
+                    table[i + 1] = table[i + 2] = table[i];
+            }
+            if (numbers.oneIn(4)) std::copy(table.begin(), table.begin() + 3, table.end() - 3);
+            compareGivenTable(source, destBits, Table(), Table(table), narrow(count));
+            if (HasFatalFailure()) return;
+        }
+    }
+}
+
 TEST(DifferentialDither, GivesTheSamePixelsAndTheRightTextAtEveryDebugLevel) {
     Numbers numbers(20);
     for (const int level : {0, 1, 2, 3, 4, -1}) {
