@@ -123,6 +123,8 @@ def progress(percent):
 def late(number, frame):
     raise KeyboardInterrupt
 signal.signal(signal.SIGALRM, late)
+# Shells start what runs in the background with the signal ignored.
+signal.signal(signal.SIGINT, signal.default_int_handler)
 try:
     tivar.save(bytes(3000 * 2000 * 3), sys.argv[2], size=(3000, 2000), bits=4, progress=progress)
 except KeyboardInterrupt:
