@@ -13,7 +13,7 @@ bool CellAnswers::obtain() {
     return true;
 }
 
-void CellAnswers::keep(uint32_t pixel, const Answers& answers) {
+void CellAnswers::keep(uint32_t pixel, const Answers& answers) const {
     const uint8_t first = answers.of[0];
     const bool same = std::all_of(answers.of, answers.of + kAnswersOfCell,
                                   [&](uint8_t answer) { return answer == first; });
@@ -24,7 +24,8 @@ void CellAnswers::keep(uint32_t pixel, const Answers& answers) {
         if (block >= kMostBlocks) return;
         blocks[block] = answers;
     }
-    __atomic_store_n(&words[cellOfPixel<2>(pixel)], static_cast<uint16_t>(block), __ATOMIC_RELEASE);
+    __atomic_store_n(&words[cellOfPixel<kCellBits>(pixel)], static_cast<uint16_t>(block),
+                     __ATOMIC_RELEASE);
 }
 
 namespace {

@@ -13,8 +13,10 @@ namespace tivar {
 constexpr int kAnswersOfCell = 64;
 
 struct CellAnswers {
+    static constexpr int kCellBits = 2;  // of a channel that tell colours of one cell apart
+
     struct Answers {
-        uint8_t of[kAnswersOfCell];  // by placeInCell<2>
+        uint8_t of[kAnswersOfCell];  // by placeInCell<kCellBits>
     };
 
     // Keeps nothing yet; false without memory.
@@ -24,18 +26,27 @@ struct CellAnswers {
     bool hasRoom() const { return __atomic_load_n(&used, __ATOMIC_RELAXED) < kMostBlocks; }
 
     // Keeps the answers for the cell of a pixel, whose bytes fields.h joins, as long as there is room.
-    void keep(uint32_t pixel, const Answers& answers);
+    void keep(uint32_t pixel, const Answers& answers) const;
+
+    // The answer for one pixel; none() when its cell is not kept.
+    template <class None>
+    uint8_t lookUpOne(uint32_t pixel, None&& none) const {
+        const uint16_t word =
+            __atomic_load_n(&words[cellOfPixel<kCellBits>(pixel)], __ATOMIC_ACQUIRE);
+        return word == kUnkept ? none() : blocks[word].of[placeInCell<kCellBits>(pixel)];
+    }
 
     // The answers for width pixels, and none(x) for those whose cell is not kept.
     template <class None>
     void lookUp(const uint8_t* rgb, uint32_t width, uint8_t* indices, None&& none) const {
         const uint16_t* const numbers = words.data;
         const Answers* const kept = blocks.data;
-        forEachCell<2, 1>(rgb, width, [=, &none](uint32_t cell, uint32_t place, uint32_t x) {
-            // A block is complete before a word names it.
-            const uint16_t word = __atomic_load_n(&numbers[cell], __ATOMIC_ACQUIRE);
-            indices[x] = word == kUnkept ? none(x) : kept[word].of[place];
-        });
+        forEachCell<kCellBits, 1>(
+            rgb, width, [=, &none](uint32_t cell, uint32_t place, uint32_t x) {
+                // A block is complete before a word names it.
+                const uint16_t word = __atomic_load_n(&numbers[cell], __ATOMIC_ACQUIRE);
+                indices[x] = word == kUnkept ? none(x) : kept[word].of[place];
+            });
     }
 
   private:
@@ -48,7 +59,7 @@ struct CellAnswers {
 
     Block<uint16_t> words;
     Block<Answers> blocks;
-    uint32_t used = 0;
+    mutable uint32_t used = 0;
 };
 
 // An entry that can be the nearest to some colour of a cell.

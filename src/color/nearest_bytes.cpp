@@ -13,7 +13,7 @@ uint8_t NearestBytes::findUnkept(const uint8_t* rgb) {
     if (!answers.hasRoom() || !finder.answerCell(low, cell))
         return static_cast<uint8_t>(finder.find(rgb[0], rgb[1], rgb[2]));
     answers.keep(pixel, cell);
-    return cell.of[placeInCell<2>(pixel)];
+    return cell.of[placeInCell<CellAnswers::kCellBits>(pixel)];
 }
 
 void NearestBytes::findRow(const uint8_t* rgb, uint32_t width, uint8_t* indices) {
