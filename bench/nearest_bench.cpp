@@ -1,7 +1,7 @@
 #include <benchmark/benchmark.h>
 #include <tivar/color.h>
 
-#include "color/nearest.h"
+#include "color/nearest_bytes.h"
 #include "pictures.h"
 
 namespace {
@@ -44,15 +44,19 @@ void NearestFinder(benchmark::State& state) {
           [&](uint8_t red, uint8_t green, uint8_t blue) { return finder.find(red, green, blue); });
 }
 
-// The same behind the memory of colours met before.
-void NearestFinderMemo(benchmark::State& state) {
+// Whole rows, the answers of whole cells kept.
+void NearestBytes(benchmark::State& state) {
     const std::vector<uint8_t> table = bench::colorTable(static_cast<int>(state.range(0)));
-    tivar::NearestFinder finder(table.data(), entriesOf(state));
-    query(state, [&](uint8_t red, uint8_t green, uint8_t blue) {
-        return finder.findByte(static_cast<uint32_t>(red) << 24 |
-                               static_cast<uint32_t>(green) << 16 |
-                               static_cast<uint32_t>(blue) << 8);
-    });
+    tivar::NearestBytes nearest(table.data(), entriesOf(state));
+    const auto content = static_cast<bench::Content>(state.range(1));
+    const std::vector<uint8_t> colors = bench::drawColors(kQueriesSide, kQueriesSide, content);
+    std::vector<uint8_t> indices(colors.size() / 3);
+    for (auto _ : state) {
+        nearest.findRow(colors.data(), static_cast<uint32_t>(indices.size()), indices.data());
+        benchmark::DoNotOptimize(indices.data());
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(indices.size()));
+    state.SetLabel(bench::nameOf(content));
 }
 
 void tablesAndContents(benchmark::internal::Benchmark* benchmark) {
@@ -61,6 +65,6 @@ void tablesAndContents(benchmark::internal::Benchmark* benchmark) {
 
 BENCHMARK(NearestPlain)->Apply(tablesAndContents);
 BENCHMARK(NearestFinder)->Apply(tablesAndContents);
-BENCHMARK(NearestFinderMemo)->Apply(tablesAndContents);
+BENCHMARK(NearestBytes)->Apply(tablesAndContents);
 
 }  // namespace

@@ -9,24 +9,22 @@
 #include "base/memory.h"
 #include "color/bitmap.h"
 #include "color/debug.h"
+#include "color/row_counter.h"
 
 namespace tivar {
 namespace {
 
+int shiftOf(uint8_t axis) {
+    return axis == kAxisRed ? 10 : axis == kAxisGreen ? 5 : 0;
+}
+
 uint8_t component(ColorEntry entry, uint8_t axis) {
-    const int shift = axis == kAxisRed ? 10 : axis == kAxisGreen ? 5 : 0;
-    return static_cast<uint8_t>(entry.cell >> shift & 31);
+    return static_cast<uint8_t>(entry.cell >> shiftOf(axis) & 31);
 }
 
 // 5 bits to 8: 0 stays 0, 31 becomes 255.
 uint8_t expand(uint32_t component) {
     return static_cast<uint8_t>(component == 0 ? 0 : component * 8 | 7);
-}
-
-void countPixels(uint16_t* histogram, ColorContext& context, uint32_t cell, uint64_t pixels) {
-    uint16_t& counter = histogram[cell];
-    if (counter == 0 && pixels > 0) ++context.distinct;
-    counter = static_cast<uint16_t>(std::min<uint64_t>(counter + pixels, UINT16_MAX));
 }
 
 uint32_t cellOf(const uint8_t* pixel) {
@@ -38,8 +36,9 @@ void countBitmap(uint16_t* histogram, ColorContext& context, const uint8_t* pixe
                  uint32_t pixelBytes, uint32_t width, uint32_t height) {
     const uint32_t stride = (width * 3 + 3) / 4 * 4;
     const uint32_t wholeRows = stride == 0 ? 0 : std::min(height, pixelBytes / stride);
-    for (uint32_t y = 0; y < wholeRows; ++y)
-        countRow(histogram, context, pixels + size_t{y} * stride, width);
+    RowCounter counter(histogram, context, uint64_t{width} * wholeRows);
+    for (uint32_t y = 0; y < wholeRows; ++y) counter.addRow(pixels + size_t{y} * stride, width);
+    counter.finish();
     if (wholeRows == height) return;
     // The row that the block ends in, and those that it lacks: missing bytes are zero.
     const uint8_t* rest = pixels + size_t{wholeRows} * stride;
@@ -177,10 +176,6 @@ int32_t direct_indexed(const uint8_t* pixels, uint32_t pixelBytes, uint16_t widt
     return done ? 0 : -1;
 }
 
-void countRow(uint16_t* histogram, ColorContext& context, const uint8_t* row, uint32_t width) {
-    for (uint32_t x = 0; x < width; ++x, row += 3) countPixels(histogram, context, cellOf(row), 1);
-}
-
 uint16_t reduceHistogram(ColorContext& context, const uint16_t* histogram,
                          const ReductionRoom& room, uint16_t wanted, uint8_t* table) {
     if (context.distinct < wanted) return takeAllColors(histogram, table);
@@ -240,15 +235,21 @@ void HeapSort(ColorEntry* list, uint8_t axis, int32_t count) {
     }
 }
 
+// The entry sinks until neither child passes it; those that it passes move up.
 void AdjustHeap(ColorEntry* list, uint8_t axis, int32_t root, int32_t lastIndex) {
-    for (int32_t parent = root; 2 * parent + 1 <= lastIndex;) {
-        int32_t child = 2 * parent + 1;
-        const bool hasRight = child + 1 <= lastIndex;
-        if (hasRight && component(list[child], axis) <= component(list[child + 1], axis)) ++child;
-        if (component(list[parent], axis) >= component(list[child], axis)) break;
-        clrswap(&list[parent], &list[child]);
-        parent = child;
+    const int shift = shiftOf(axis);
+    const auto levelOf = [shift](ColorEntry entry) { return entry.cell >> shift & 31; };
+    const ColorEntry sinking = list[root];
+    int32_t place = root;
+    while (2 * place + 1 <= lastIndex) {
+        int32_t child = 2 * place + 1;
+        if (child + 1 <= lastIndex)
+            child += levelOf(list[child]) <= levelOf(list[child + 1]) ? 1 : 0;
+        if (levelOf(sinking) >= levelOf(list[child])) break;
+        list[place] = list[child];
+        place = child;
     }
+    list[place] = sinking;
 }
 
 void clrswap(ColorEntry* a, ColorEntry* b) {

@@ -65,8 +65,15 @@ int32_t TermColorLib(MemHandle context);
 int32_t direct_indexed(const uint8_t* pixels, uint32_t pixelBytes, uint16_t width, uint16_t height,
                        uint16_t* colorCount, uint32_t flags, uint8_t* table, MemHandle context);
 
-// Adds the pixels of a row, red, green, blue, to a histogram; context has the count of its cells.
-void countRow(uint16_t* histogram, ColorContext& context, const uint8_t* row, uint32_t width);
+// Adds pixels to a cell of a histogram; context has the count of its cells. What is more than 65535
+// stays 65535.
+inline void countPixels(uint16_t* histogram, ColorContext& context, uint32_t cell,
+                        uint64_t pixels) {
+    uint16_t& counter = histogram[cell];
+    if (counter == 0 && pixels > 0) ++context.distinct;
+    const uint64_t sum = counter + pixels;
+    counter = static_cast<uint16_t>(sum < UINT16_MAX ? sum : UINT16_MAX);
+}
 
 // Room for a reduction to some number of colours, all zeros: as many boxes and slots, and a list of
 // the distinct colours and one more.

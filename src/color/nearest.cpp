@@ -3,6 +3,7 @@
 #include <tivar/color.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace tivar {
 namespace {
@@ -11,6 +12,12 @@ namespace {
 // building that many lists would cost more than it saves.
 constexpr int16_t kFewEntries = 64;
 constexpr int kLargeSideBits = 3;
+
+// Whether some colour of the cell that begins at low is looked for as a grey.
+bool canBeGrey(const uint8_t* low) {
+    const auto near = [](int a, int b) { return std::abs(a - b) <= kGreyTolerance + 3; };
+    return near(low[0], low[1]) && near(low[1], low[2]) && near(low[0], low[2]);
+}
 
 // Takes a block over into an owner; false without memory.
 bool obtain(OwnedBlock& owner, size_t bytes) {
@@ -27,11 +34,6 @@ NearestFinder::NearestFinder(const uint8_t* colors, int16_t colorCount)
       sideBits(colorCount <= kFewEntries ? kSmallSideBits : kLargeSideBits),
       cellBits(8 - sideBits),
       cells(1u << (3 * cellBits)) {
-    if (obtain(memoBlock, sizeof(uint32_t) << kMemoBits)) {
-        memo = reinterpret_cast<uint32_t*>(memoBlock.data);
-        // An empty slot is black's own, the only colour that its zeros could be taken for.
-        memo[0] = searchTable(0, 0, 0) & 0xFF;
-    }
     if (count < 1 || count > kLargestTable || !allocate()) return;
     sortKinds();
     lists = reinterpret_cast<uint32_t*>(listBlock.data);
@@ -55,9 +57,8 @@ void NearestFinder::sortKinds() {
         Kind& kind = kinds[grey ? 1 : 0];
         kind.entries = entries;
         for (int i = 0; i < count; ++i) {
-            const uint8_t* entry = table + i * 3;
-            if (isGreyEntry(entry) != grey) continue;
-            *entries++ = {entry[0], entry[1], entry[2], static_cast<uint16_t>(i)};
+            if (isGreyEntry(table + i * 3) != grey) continue;
+            *entries++ = entryOf(static_cast<uint32_t>(i));
         }
         kind.count = static_cast<int32_t>(entries - kind.entries);
         const size_t distances = static_cast<size_t>(kind.count) * 3 << cellBits;
@@ -76,10 +77,7 @@ void NearestFinder::measureKind(Kind& kind) const {
             const int low = interval << sideBits;
             const int high = low + (1 << sideBits) - 1;
             for (int i = 0; i < kind.count; ++i) {
-                const Candidate& entry = kind.entries[i];
-                const int value = channel == 0   ? entry.red
-                                  : channel == 1 ? entry.green
-                                                 : entry.blue;
+                const int value = kind.entries[i].channels[channel];
                 const int nearest = std::max({low - value, value - high, 0});
                 const int farthest = std::max(value - low, high - value);
                 *near++ = nearest * nearest;
@@ -122,6 +120,26 @@ uint32_t NearestFinder::buildList(uint32_t cell, bool grey) {
     const uint32_t list = used;
     used += 1u + listed;
     return list;
+}
+
+bool NearestFinder::answerCell(const uint8_t* low, CellAnswers::Answers& answers) {
+    if (lists == nullptr) return false;
+    if (canBeGrey(low)) {
+        for (uint8_t i = 0; i < kAnswersOfCell; ++i)
+            answers.of[i] = static_cast<uint8_t>(find(static_cast<uint8_t>(low[0] + i % 4),
+                                                      static_cast<uint8_t>(low[1] + i / 4 % 4),
+                                                      static_cast<uint8_t>(low[2] + i / 16)));
+        return true;
+    }
+    const uint32_t word = wordOf(cellOf(low[0], low[1], low[2]), false);
+    if (word == kSearchTable) return false;
+    if (isOneOfTwo(word)) {
+        const CellEntry two[] = {entryOf(lowerOf(word)), entryOf(upperOf(word))};
+        weighCell(two, 2, low, answers);
+    } else {
+        weighCell(candidates + word + 1, candidates[word].index, low, answers);
+    }
+    return true;
 }
 
 }  // namespace tivar

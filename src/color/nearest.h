@@ -7,8 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "base/hash_factor.h"
 #include "base/memory.h"
+#include "color/cell_answers.h"
 #include "color/grey.h"
 
 namespace tivar {
@@ -25,13 +25,9 @@ struct NearestFinder {
         return searchWord(word, red, green, blue);
     }
 
-    // The low 8 bits of the index for a packed colour; repeated colours cost one look.
-    uint8_t findByte(uint32_t packed) {
-        if (memo == nullptr) return static_cast<uint8_t>(findPacked(packed));
-        uint32_t& slot = memo[(packed >> 8) * kHashFactor >> (32 - kMemoBits)];
-        if ((slot ^ packed) > 0xFF) slot = packed | (findPacked(packed) & 0xFF);
-        return static_cast<uint8_t>(slot);
-    }
+    // The low bytes of what is found for every colour of the cell of cell_answers.h that begins at
+    // low; false when that would take too long.
+    bool answerCell(const uint8_t* low, CellAnswers::Answers& answers);
 
     // ---- Steps of a query, for those who have a faster way to some of them ----
 
@@ -63,12 +59,7 @@ struct NearestFinder {
     }
 
   private:
-    struct Candidate {
-        int16_t red;
-        int16_t green;
-        int16_t blue;
-        uint16_t index;  // of a list's head: the number of candidates behind it
-    };
+    using Candidate = CellEntry;  // index of a list's head: the number of candidates behind it
 
     // Entries of one kind, grey or colour, in table order, with their squared distances to the
     // nearest and farthest place of every interval of each channel.
@@ -81,7 +72,6 @@ struct NearestFinder {
 
     static constexpr uint32_t kCandidates = 1u << 18;
     static constexpr int kLargestTable = 1 << 10;
-    static constexpr int kMemoBits = 18;
 
     uint32_t cellOf(uint32_t red, uint32_t green, uint32_t blue) const {
         return ((red >> sideBits) << cellBits | green >> sideBits) << cellBits | blue >> sideBits;
@@ -92,9 +82,9 @@ struct NearestFinder {
         uint32_t best = UINT32_MAX;
         uint32_t bestIndex = 0;
         for (const Candidate* at = list + 1; at < end; ++at) {
-            const int dr = red - at->red;
-            const int dg = green - at->green;
-            const int db = blue - at->blue;
+            const int dr = red - at->channels[0];
+            const int dg = green - at->channels[1];
+            const int db = blue - at->channels[2];
             const auto distance = static_cast<uint32_t>(dr * dr + dg * dg + db * db);
             bestIndex = distance < best ? at->index : bestIndex;
             best = distance < best ? distance : best;
@@ -119,9 +109,9 @@ struct NearestFinder {
         return distanceTo(upper, red, green, blue) < toLower ? upper : lower;
     }
 
-    uint32_t findPacked(uint32_t packed) {
-        return find(static_cast<uint8_t>(packed >> 24), static_cast<uint8_t>(packed >> 16),
-                    static_cast<uint8_t>(packed >> 8));
+    CellEntry entryOf(uint32_t index) const {
+        const uint8_t* entry = table + index * 3;
+        return {{entry[0], entry[1], entry[2]}, static_cast<uint16_t>(index)};
     }
 
     bool allocate();
@@ -139,12 +129,10 @@ struct NearestFinder {
     OwnedBlock candidateBlock{0};
     OwnedBlock entryBlock{0};
     OwnedBlock reachBlock{0};
-    OwnedBlock memoBlock{0};
     uint32_t* lists = nullptr;  // a word a cell, colours then greys
     Candidate* candidates = nullptr;
-    uint32_t* memo = nullptr;  // packed colour and index of the last query that fell here
-    Kind kinds[2] = {};        // colours, greys
-    uint32_t used = 2;         // candidates taken; places 0 and 1 have other meanings
+    Kind kinds[2] = {};  // colours, greys
+    uint32_t used = 2;   // candidates taken; places 0 and 1 have other meanings
 };
 
 }  // namespace tivar

@@ -30,7 +30,7 @@ RowConverter::RowConverter(int16_t fromBits, const PixelTarget& to, uint32_t row
         if (toIndices) step = &RowConverter::convertIndices;
         if (target.bitsPerPixel == kTrueColorBits) step = &RowConverter::expandIndices;
     } else if (sourceBits == kTrueColorBits && toIndices && target.colorTable != nullptr) {
-        finder.emplace(target.colorTable, target.colorCount);
+        nearest.emplace(target.colorTable, target.colorCount);
         step = &RowConverter::matchColors;
     }
 }
@@ -71,8 +71,7 @@ void RowConverter::expandIndices(const uint8_t* source, uint8_t* dest) {
 
 void RowConverter::matchColors(const uint8_t* source, uint8_t* dest) {
     uint8_t* indices = isPackedDepth(target.bitsPerPixel) ? indexBlock.data : dest;
-    for (uint32_t x = 0; x < width; ++x, source += 3)
-        indices[x] = finder->findByte(packRgb(source[0], source[1], source[2]));
+    nearest->findRow(source, width, indices);
     if (indices != dest) packIndices(indices, target.bitsPerPixel, width, dest);
 }
 

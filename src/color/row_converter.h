@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "base/memory.h"
-#include "color/nearest.h"
+#include "color/nearest_bytes.h"
 #include "color/pixel.h"
 
 namespace tivar {
@@ -35,7 +35,7 @@ struct RowConverter {
     OwnedBlock indexBlock;  // one row, an index a byte
     uint8_t mapped[256];    // stored index of each source index
     uint32_t colors[256];   // stored colour of each source index
-    std::optional<NearestFinder> finder;
+    std::optional<NearestBytes> nearest;
     void (RowConverter::*step)(const uint8_t* source, uint8_t* dest) = nullptr;
 };
 

@@ -1,5 +1,5 @@
 #include "base/block.h"
-#include "color/median_cut.h"
+#include "color/row_counter.h"
 #include "write/palette.h"
 #include "write/row_pass.h"
 
@@ -11,11 +11,13 @@ PaletteResult filterPalette(const ColorRows& rows, uint32_t most, Watch& watch, 
     if (!histogram.obtainZeroed(kHistogramCells) || !scratch.obtain(size_t{rows.width} * 3))
         return PaletteResult::kNoMemory;
     ColorContext context{};
+    RowCounter counter(histogram.data, context, uint64_t{rows.width} * rows.height);
     const auto count = [&](int, uint32_t y) {
-        countRow(histogram.data, context, rowOf(rows, y, scratch.data), rows.width);
+        counter.addRow(rowOf(rows, y, scratch.data), rows.width);
         return true;
     };
     if (!passOverRows(rows.width, rows.height, 1, watch, count)) return PaletteResult::kCancelled;
+    counter.finish();
     Block<ColorBox> boxes;
     Block<uint16_t> slots;
     Block<ColorEntry> list;

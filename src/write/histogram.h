@@ -5,10 +5,14 @@
 #include <cstdint>
 
 #include "base/block.h"
-#include "write/color_place.h"
+#include "base/fields.h"
 #include "write/color_point.h"
 
 namespace tivar {
+
+// A cell is 4 levels of each channel wide.
+constexpr int kCellBits = 2;
+constexpr uint32_t kCellCount = 1 << 18;
 
 // A cell is one word, so that a pixel costs one look and one addition: the number of its pixels,
 // and for each channel the sum of the two bits that the cell's place does not tell. What a word has
@@ -24,13 +28,21 @@ struct Histogram {
 
     void addRow(const uint8_t* rgb, uint32_t width);
 
-    Block<uint64_t> cells;
+    Block<uint64_t> cells;  // by cellOfPixel<kCellBits>
     Block<Aside> aside;
     size_t asideCount = 0;
 };
 
-// The cell that a colour falls into. Cells of similar colours lie in the same page of memory.
-uint32_t cellOfColor(uint32_t red, uint32_t green, uint32_t blue);
+// Calls visit(cell) for every cell, cubes of eight cells a side one after the other.
+template <class Visit>
+void forEachCube(Visit&& visit) {
+    const auto spread = [](uint32_t each) {
+        return (each & 7) | (each & 7 << 3) << 3 | (each & 7 << 6) << 6;
+    };
+    for (uint32_t cube = 0; cube < 512; ++cube) {
+        for (uint32_t place = 0; place < 512; ++place) visit(spread(cube) << 3 | spread(place));
+    }
+}
 
 // Adds what a cell's word holds. The sums are of whole levels.
 void addCell(uint32_t cell, uint64_t word, ColorSum& sum);

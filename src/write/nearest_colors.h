@@ -1,12 +1,12 @@
 // True nearest colours of a palette, for whole rows and any number of threads at once. Colour space
-// is cut into cells; each has one word with the few entries that can be nearest to any of its
-// colours, made when it is first asked for. A word is the same whoever makes it, so that threads
-// need not wait for each other.
+// is cut into cells; the answers of a cell are kept from when it is first asked for. They are the
+// same whoever finds them, so that threads need not wait for each other.
 #pragma once
 
 #include <cstdint>
 
 #include "base/block.h"
+#include "color/cell_answers.h"
 #include "write/four_floats.h"
 #include "write/rows.h"
 
@@ -27,8 +27,8 @@ struct NearestColors {
     uint32_t count = 0;
     alignas(16) int16_t entries[256][4];  // red, green, blue, 0
     FourFloats channels[3][64];
-    Block<uint32_t> words;  // a cell each
-    Block<uint32_t> memo;   // colour << 8 | index, for cells with more candidates than a word holds
+    CellAnswers kept;
+    Block<uint32_t> memo;  // colour << 8 | index, once there is no room for further cells
     Block<Region> regions;
 };
 

@@ -112,7 +112,9 @@ template <class Visit>
 void forEachListed(const Counters& counters, Visit&& visit) {
     for (int i = 0; i < counters.count; ++i) {
         counters.all[i].set.forEach([&](uint32_t color, uint32_t count) {
-            visit(cellOfColor(color >> 16, color >> 8 & 255, color & 255), sumOf(color, count));
+            const uint8_t rgb[3] = {static_cast<uint8_t>(color >> 16),
+                                    static_cast<uint8_t>(color >> 8), static_cast<uint8_t>(color)};
+            visit(cellOfPixel<kCellBits>(joinBytes(rgb)), sumOf(color, count));
         });
     }
 }
@@ -138,18 +140,18 @@ uint32_t markCells(const Counters& counters, Histogram& base) {
     return marked;
 }
 
-// The sums of the marked cells, in their order; each mark becomes the place of the cell's sum.
+// The sums of the marked cells, cube by cube; each mark becomes the place of the cell's sum.
 void addCells(const Counters& counters, Histogram& base, ColorSum* sums) {
     uint32_t place = 0;
-    for (uint32_t cell = 0; cell < kCellCount; ++cell) {
-        if (base.cells[cell] == 0) continue;
+    forEachCube([&](uint32_t cell) {
+        if (base.cells[cell] == 0) return;
         ColorSum sum{};
         addCell(cell, base.cells[cell] & ~kMarked, sum);
         forEachOther(counters, base,
                      [&](const Histogram& other) { addCell(cell, other.cells[cell], sum); });
         base.cells[cell] = place;
         sums[place++] = sum;
-    }
+    });
 }
 
 size_t placeOf(const Histogram& base, uint32_t cell) {

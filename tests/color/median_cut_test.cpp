@@ -7,6 +7,7 @@
 #include "support/captured_text.h"
 #include "support/color_bitmaps.h"
 #include "support/failing_call.h"
+#include "support/random_numbers.h"
 
 namespace {
 
@@ -369,6 +370,32 @@ TEST(AdjustHeap, StopsAtTheLastIndexAndAtAParentThatIsNotSmaller) {
     EXPECT_EQ(sifted({1, 5, 9}, 0, 1), (Cells{5, 1, 9}));
     EXPECT_EQ(sifted({1, 5, 9}, 0, 0), (Cells{1, 5, 9}));
     EXPECT_EQ(sifted({9, 5, 9}, 0, 2), (Cells{9, 5, 9}));
+}
+
+TEST(AdjustHeap, IsARowOfExchangesWithTheGreaterChildTheRightOneOfEquals) {
+    support::Random random(6);
+    const auto green = [](const ColorEntry& entry) { return entry.cell >> 5 & 31; };
+    for (int round = 0; round < 500; ++round) {
+        std::vector<ColorEntry> list(1 + random() % 40);
+        for (ColorEntry& entry : list)
+            entry = {static_cast<uint16_t>(random() & 0x7FFF), static_cast<uint16_t>(random())};
+        const auto last = static_cast<int32_t>(list.size() - 1);
+        const auto root = static_cast<int32_t>(random() % list.size());
+        std::vector<ColorEntry> wanted = list;
+        for (size_t parent = static_cast<size_t>(root); 2 * parent + 1 < list.size();) {
+            size_t child = 2 * parent + 1;
+            if (child + 1 < list.size() && green(wanted[child]) <= green(wanted[child + 1]))
+                ++child;
+            if (green(wanted[parent]) >= green(wanted[child])) break;
+            std::swap(wanted[parent], wanted[child]);
+            parent = child;
+        }
+        tivar::AdjustHeap(list.data(), tivar::kAxisGreen, root, last);
+        for (size_t i = 0; i < list.size(); ++i) {
+            ASSERT_EQ(list[i].cell, wanted[i].cell);
+            ASSERT_EQ(list[i].count, wanted[i].count);
+        }
+    }
 }
 
 TEST(ExchangeOfEntries, MovesCellAndCount) {

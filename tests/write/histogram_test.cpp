@@ -37,9 +37,7 @@ Sums plainSums(const support::PlainPicture& picture) {
     }
     Sums sums;
     for (const auto& [cube, sum] : cells)
-        sums[tivar::cellOfColor(static_cast<uint32_t>(cube[0] * 4),
-                                static_cast<uint32_t>(cube[1] * 4),
-                                static_cast<uint32_t>(cube[2] * 4))] = sum;
+        sums[static_cast<uint32_t>(cube[0] | cube[1] << 6 | cube[2] << 12)] = sum;
     EXPECT_EQ(sums.size(), cells.size()) << "two cubes share a cell";
     return sums;
 }
@@ -70,6 +68,18 @@ TEST(Histogram, CellsDoNotOverflow) {
         Histogram histogram;
         EXPECT_EQ(sumsOf(add(histogram, picture)), plainSums(picture)) << width;
         EXPECT_EQ(histogram.asideCount, (width - 1) / 8191) << width;
+    }
+}
+
+TEST(Histogram, HasItsCellsCubeByCube) {
+    std::vector<uint32_t> cells;
+    tivar::forEachCube([&](uint32_t cell) { cells.push_back(cell); });
+    ASSERT_EQ(cells.size(), tivar::kCellCount);
+    for (uint32_t i = 0; i < cells.size(); ++i) {
+        uint32_t wanted = 0;
+        for (uint32_t c = 0; c < 3; ++c)
+            wanted |= ((i >> (9 + 3 * c) & 7) << 3 | (i >> 3 * c & 7)) << 6 * c;
+        ASSERT_EQ(cells[i], wanted) << i;
     }
 }
 
