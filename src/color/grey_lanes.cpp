@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/processor.h"
+#include "base/turn_bytes.h"
 #include "color/pixel.h"
 
 #if defined(__SSE2__)
@@ -21,10 +22,7 @@ constexpr int32_t kFlightLag = kRowLag * kLanes;
 constexpr int32_t kLastLag = kRowLag * (GreyLanes::kRows - 1);
 
 typedef int16_t Rows __attribute__((vector_size(16)));      // of each row, one value
-typedef uint8_t Bytes __attribute__((vector_size(16)));     // of each row, two levels
 typedef uint8_t HalfBytes __attribute__((vector_size(8)));  // of each row, one level
-typedef uint16_t Pairs __attribute__((vector_size(16)));
-typedef uint32_t Fours __attribute__((vector_size(16)));
 
 Rows everyRow(int16_t value) {
     return Rows{} + value;
@@ -60,11 +58,11 @@ uint64_t eightAt(const uint8_t* bytes) {
 
 // The levels of eight rows, eight steps each, as the steps want them: two steps a vector.
 struct EightSteps {
-    Bytes pairs[4];
+    TwoRows pairs[4];
 
     Rows at(int step) const {
-        const Bytes pair = pairs[step / 2];
-        const Bytes zero = {};
+        const TwoRows pair = pairs[step / 2];
+        const TwoRows zero = {};
         const auto low = __builtin_shufflevector(pair, zero, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5,
                                                  21, 6, 22, 7, 23);
         const auto high = __builtin_shufflevector(pair, zero, 8, 16, 9, 17, 10, 18, 11, 19, 12, 20,
@@ -73,40 +71,18 @@ struct EightSteps {
     }
 };
 
-Pairs zipRows(const uint8_t* first, const uint8_t* second) {
-    typedef uint64_t Words __attribute__((vector_size(16)));
-    const auto rows = reinterpret_cast<Bytes>(Words{eightAt(first), eightAt(second)});
-    return reinterpret_cast<Pairs>(
-        __builtin_shufflevector(rows, rows, 0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15));
-}
-
-Fours zipLow(Pairs a, Pairs b) {
-    return reinterpret_cast<Fours>(__builtin_shufflevector(a, b, 0, 8, 1, 9, 2, 10, 3, 11));
-}
-
-Fours zipHigh(Pairs a, Pairs b) {
-    return reinterpret_cast<Fours>(__builtin_shufflevector(a, b, 4, 12, 5, 13, 6, 14, 7, 15));
-}
-
-Bytes zipLow(Fours a, Fours b) {
-    return reinterpret_cast<Bytes>(__builtin_shufflevector(a, b, 0, 4, 1, 5));
-}
-
-Bytes zipHigh(Fours a, Fours b) {
-    return reinterpret_cast<Bytes>(__builtin_shufflevector(a, b, 2, 6, 3, 7));
-}
-
 // From column on in row 0, and kRowLag pixels further back in each row after it.
 EightSteps gather(uint8_t* const* rows, int32_t column) {
-    const auto zip = [&](int row) {
+    typedef uint64_t Words __attribute__((vector_size(16)));
+    const auto two = [&](int row) {
         const uint8_t* first = rows[row] + column - kRowLag * row;
-        return zipRows(first, rows[row + 1] + column - kRowLag * (row + 1));
+        const uint8_t* second = rows[row + 1] + column - kRowLag * (row + 1);
+        return reinterpret_cast<TwoRows>(Words{eightAt(first), eightAt(second)});
     };
-    const Pairs rows01 = zip(0), rows23 = zip(2), rows45 = zip(4), rows67 = zip(6);
-    const Fours upperFirst = zipLow(rows01, rows23), upperLast = zipHigh(rows01, rows23);
-    const Fours lowerFirst = zipLow(rows45, rows67), lowerLast = zipHigh(rows45, rows67);
-    return {{zipLow(upperFirst, lowerFirst), zipHigh(upperFirst, lowerFirst),
-             zipLow(upperLast, lowerLast), zipHigh(upperLast, lowerLast)}};
+    const TwoRows pairs[4] = {two(0), two(2), two(4), two(6)};
+    EightSteps steps;
+    turnBytes(pairs, steps.pairs);
+    return steps;
 }
 
 // Eight rows on their way. Levels of pixels that are not done yet stay in registers and pass from

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/turn_bytes.h"
 #include "write/lanes.h"
 
 namespace tivar {
@@ -109,35 +110,20 @@ inline TileSpan spanOf(uint32_t row, ptrdiff_t width, ptrdiff_t start, ptrdiff_t
     return {std::max<ptrdiff_t>(0, -origin), std::min(width, count - origin), origin};
 }
 
-// Eight bytes of eight rows, found in as many steps, row by row: two rows in each of the results.
-inline void turnFound(const __m128i (&steps)[4], __m128i (&rows)[4]) {
-    const __m128i a = _mm_unpacklo_epi8(steps[0], _mm_unpackhi_epi64(steps[0], steps[0]));
-    const __m128i b = _mm_unpacklo_epi8(steps[1], _mm_unpackhi_epi64(steps[1], steps[1]));
-    const __m128i c = _mm_unpacklo_epi8(steps[2], _mm_unpackhi_epi64(steps[2], steps[2]));
-    const __m128i d = _mm_unpacklo_epi8(steps[3], _mm_unpackhi_epi64(steps[3], steps[3]));
-    const __m128i lowAb = _mm_unpacklo_epi16(a, b);
-    const __m128i highAb = _mm_unpackhi_epi16(a, b);
-    const __m128i lowCd = _mm_unpacklo_epi16(c, d);
-    const __m128i highCd = _mm_unpackhi_epi16(c, d);
-    rows[0] = _mm_unpacklo_epi32(lowAb, lowCd);
-    rows[1] = _mm_unpackhi_epi32(lowAb, lowCd);
-    rows[2] = _mm_unpacklo_epi32(highAb, highCd);
-    rows[3] = _mm_unpackhi_epi32(highAb, highCd);
-}
-
 // Puts what eight steps from start on found into the rows, all of which are there.
 inline void landEight(const uint64_t* found, ptrdiff_t start, const Course& course,
                       uint8_t* const* indices) {
-    __m128i steps[4];
+    TwoRows steps[4];
     for (int i = 0; i < 4; ++i) {
         const __m128i two = loadLanes(found + (course.backward ? 6 - 2 * i : 2 * i));
-        steps[i] = course.backward ? _mm_shuffle_epi32(two, _MM_SHUFFLE(1, 0, 3, 2)) : two;
+        steps[i] = reinterpret_cast<TwoRows>(
+            course.backward ? _mm_shuffle_epi32(two, _MM_SHUFFLE(1, 0, 3, 2)) : two);
     }
-    __m128i rows[4];
-    turnFound(steps, rows);
+    TwoRows rows[4];
+    turnBytes(steps, rows);
     ptrdiff_t place = course.placeOf(course.backward ? start + 7 : start);
     for (uint32_t row = 0; row < kFlightRows; ++row) {
-        const __m128i both = rows[row / 2];
+        const auto both = reinterpret_cast<__m128i>(rows[row / 2]);
         _mm_storel_epi64(reinterpret_cast<__m128i*>(indices[row] + place),
                          row % 2 == 0 ? both : _mm_unpackhi_epi64(both, both));
         place += course.backward ? kFlightLag : -kFlightLag;
