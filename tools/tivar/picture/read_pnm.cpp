@@ -8,11 +8,22 @@
 #include <vector>
 
 #include "picture/decode_guard.h"
+#include "picture/lazy_library.h"
 #include "picture/readers.h"
 #include "process/failure.h"
 
 namespace tool {
 namespace {
+
+LazyLibrary g_netpbm{TIVAR_NETPBM_LIBRARY, "PNM"};
+
+TIVAR_LAZY_FUNCTION(g_netpbm, pbm_readpbmrow_packed);
+TIVAR_LAZY_FUNCTION(g_netpbm, pm_init);
+TIVAR_LAZY_FUNCTION(g_netpbm, pm_setMessage);
+TIVAR_LAZY_FUNCTION(g_netpbm, pm_setjmpbuf);
+TIVAR_LAZY_FUNCTION(g_netpbm, pm_setusererrormsgfn);
+TIVAR_LAZY_FUNCTION(g_netpbm, pnm_readpnminit);
+TIVAR_LAZY_FUNCTION(g_netpbm, pnm_readpnmrow);
 
 struct Header {
     int width{};
