@@ -79,6 +79,9 @@ uint64_t rowBytes(uint64_t width, unsigned bits);
 // Sides or products beyond what is asked or possible are Failures.
 void requireSize(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height);
 
+// A picture without its pixels; sides or products beyond what is asked or possible are Failures.
+Image outlineOf(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height);
+
 // A zeroed picture; sides or products beyond what is asked or possible are Failures.
 Image newImage(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height);
 

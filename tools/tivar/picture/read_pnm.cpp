@@ -8,9 +8,11 @@
 #include <vector>
 
 #include "picture/decode_guard.h"
+#include "picture/file_rows.h"
 #include "picture/lazy_library.h"
 #include "picture/readers.h"
 #include "process/failure.h"
+#include "process/input_file.h"
 
 namespace tool {
 namespace {
@@ -62,12 +64,6 @@ bool storedAsBytes(const Header& header) {
     return header.highest == 255 && (header.format == RPGM_FORMAT || header.format == RPPM_FORMAT);
 }
 
-[[noreturn]] void failShort(uint32_t rows, const Image& picture) {
-    fail("the picture is cut short (" + std::to_string(rows) + " of " +
-             std::to_string(picture.height) + " rows are complete)",
-         "get a complete copy of it");
-}
-
 // Reads the rest of a regular file straight into the rows, hundreds at a call. Returns the rows
 // that are complete; 0 for what cannot be read at a position.
 uint32_t readRowsInPlace(std::FILE* file, const Image& picture, size_t rowBytes) {
@@ -91,9 +87,9 @@ uint32_t readRowsInPlace(std::FILE* file, const Image& picture, size_t rowBytes)
 void readByteRows(std::FILE* file, const Image& picture) {
     const size_t count = size_t{picture.width} * bitsOf(picture.format) / 8;
     uint32_t y = readRowsInPlace(file, picture, count);
-    if (y > 0 && y < picture.height) failShort(y, picture);
+    if (y > 0 && y < picture.height) failShort(y, picture.height);
     for (; y < picture.height; ++y) {
-        if (std::fread(rowAt(picture, y), 1, count, file) != count) failShort(y, picture);
+        if (std::fread(rowAt(picture, y), 1, count, file) != count) failShort(y, picture.height);
     }
 }
 
@@ -133,15 +129,44 @@ void readPixels(std::FILE* file, const Header& header, const Image& picture, Dec
     guarded(guard, [&] { readValueRows(file, header, picture, row); });
 }
 
-}  // namespace
-
-Image readPnm(std::FILE* file, const ReadRequest& request) {
-    DecodeGuard guard;
+Header readHeader(std::FILE* file, DecodeGuard& guard) {
     connect(guard);
     Header header;
     guarded(guard, [&] {
         pnm_readpnminit(file, &header.width, &header.height, &header.highest, &header.format);
     });
+    return header;
+}
+
+std::optional<FileRows> rowsInFile(OpenFile file, const ReadRequest& request) {
+    char kind[2]{};
+    const bool raw = ::pread(fileno(file.get()), kind, 2, 0) == 2 && kind[0] == 'P' &&
+                     (kind[1] == '5' || kind[1] == '6');
+    if (!raw) return {};
+    DecodeGuard guard;
+    const Header header = readHeader(file.get(), guard);
+    if (!storedAsBytes(header)) return {};
+    Image outline = outlineOf(request, formatOf(header), static_cast<uint64_t>(header.width),
+                              static_cast<uint64_t>(header.height));
+    const auto start = static_cast<uint64_t>(ftello(file.get()));
+    return rowsOf(std::move(file), std::move(outline), start);
+}
+
+}  // namespace
+
+// Standard input is read once only, and it may be a pipe.
+std::optional<FileRows> pnmRows(const std::string& name, const ReadRequest& request) {
+    if (name == "-") return {};
+    try {
+        return rowsInFile(openInput(name), request);
+    } catch (const Failure&) {
+        return {};
+    }
+}
+
+Image readPnm(std::FILE* file, const ReadRequest& request) {
+    DecodeGuard guard;
+    const Header header = readHeader(file, guard);
     Image picture = newImage(request, formatOf(header), static_cast<uint64_t>(header.width),
                              static_cast<uint64_t>(header.height));
     if (picture.format == PixelFormat::Index1) picture.palette = {{255, 255, 255}, {0, 0, 0}};
