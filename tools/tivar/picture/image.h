@@ -62,6 +62,7 @@ struct ReadRequest {
     bool orient = true;
     bool lenient = false;  // damaged pictures as far as they go
     int quarters = 0;      // turned clockwise so often, once it is upright
+    unsigned threads = 1;  // of the reader, at most
     // How much of its sides is enough of a stored picture of that size and orientation, for readers
     // that decode a smaller one in less time; none = all of it.
     std::function<double(PixelSize stored, int orientation)> enough;

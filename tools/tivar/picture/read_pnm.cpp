@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <string>
+#include <system_error>
+#include <thread>
 #include <vector>
 
 #include "picture/decode_guard.h"
@@ -13,6 +15,7 @@
 #include "picture/readers.h"
 #include "process/failure.h"
 #include "process/input_file.h"
+#include "process/interrupt.h"
 
 namespace tool {
 namespace {
@@ -64,29 +67,63 @@ bool storedAsBytes(const Header& header) {
     return header.highest == 255 && (header.format == RPGM_FORMAT || header.format == RPPM_FORMAT);
 }
 
-// Reads the rest of a regular file straight into the rows, hundreds at a call. Returns the rows
-// that are complete; 0 for what cannot be read at a position.
-uint32_t readRowsInPlace(std::FILE* file, const Image& picture, size_t rowBytes) {
-    constexpr uint32_t kRowsAtOnce = 256;
-    off_t position = ftello(file);
-    uint32_t done = 0;
-    while (position >= 0 && done < picture.height) {
-        iovec rows[kRowsAtOnce];
-        const uint32_t count = std::min(kRowsAtOnce, picture.height - done);
-        for (uint32_t i = 0; i < count; ++i) rows[i] = {rowAt(picture, done + i), rowBytes};
-        const ssize_t read = preadv(fileno(file), rows, static_cast<int>(count), position);
-        const auto complete =
-            read < 0 ? 0u : static_cast<uint32_t>(static_cast<size_t>(read) / rowBytes);
-        if (complete == 0) break;
-        done += complete;
-        position += static_cast<off_t>(complete * rowBytes);
+// Rows that go from a regular file straight to their places.
+struct PlacedRows {
+    int file;
+    off_t start;  // of the top row
+    size_t rowBytes;
+    const Image& picture;
+
+    // Hundreds of rows at a call, from first up to last: the one behind those that are complete.
+    uint32_t read(uint32_t first, uint32_t last) const {
+        constexpr uint32_t kRowsAtOnce = 256;
+        uint32_t done = first;
+        while (done < last) {
+            iovec rows[kRowsAtOnce];
+            const uint32_t count = std::min(kRowsAtOnce, last - done);
+            for (uint32_t i = 0; i < count; ++i) rows[i] = {rowAt(picture, done + i), rowBytes};
+            const off_t position = start + static_cast<off_t>(done * rowBytes);
+            const ssize_t got = preadv(file, rows, static_cast<int>(count), position);
+            const auto complete =
+                got < 0 ? 0u : static_cast<uint32_t>(static_cast<size_t>(got) / rowBytes);
+            if (complete == 0) break;
+            done += complete;
+        }
+        return done;
     }
-    return done;
+};
+
+// The same of all rows by two threads: the system clears the pages of a large picture as they are
+// filled, which takes longer than to read it. A thread that cannot be had is done without.
+uint32_t readHalves(const PlacedRows& rows) {
+    const uint32_t height = rows.picture.height;
+    const uint32_t middle = height / 2;
+    uint32_t end = middle;
+    std::thread lower;
+    try {
+        const BlockSignals blocked;  // they are the first thread's
+        lower = std::thread([&] { end = rows.read(middle, height); });
+    } catch (const std::system_error&) {
+        return rows.read(0, height);
+    }
+    const uint32_t upper = rows.read(0, middle);
+    lower.join();
+    return upper == middle ? end : upper;
 }
 
-void readByteRows(std::FILE* file, const Image& picture) {
+// Returns the rows that are complete; 0 for what cannot be read at a position.
+uint32_t readRowsInPlace(std::FILE* file, const Image& picture, size_t rowBytes, unsigned threads) {
+    constexpr size_t kWorthwhile = 4u << 20;
+    const off_t start = ftello(file);
+    if (start < 0) return 0;
+    const PlacedRows rows{fileno(file), start, rowBytes, picture};
+    const bool two = threads > 1 && rowBytes * picture.height >= kWorthwhile;
+    return two ? readHalves(rows) : rows.read(0, picture.height);
+}
+
+void readByteRows(std::FILE* file, const Image& picture, unsigned threads) {
     const size_t count = size_t{picture.width} * bitsOf(picture.format) / 8;
-    uint32_t y = readRowsInPlace(file, picture, count);
+    uint32_t y = readRowsInPlace(file, picture, count, threads);
     if (y > 0 && y < picture.height) failShort(y, picture.height);
     for (; y < picture.height; ++y) {
         if (std::fread(rowAt(picture, y), 1, count, file) != count) failShort(y, picture.height);
@@ -120,8 +157,9 @@ void readValueRows(std::FILE* file, const Header& header, const Image& picture,
     }
 }
 
-void readPixels(std::FILE* file, const Header& header, const Image& picture, DecodeGuard& guard) {
-    if (storedAsBytes(header)) return readByteRows(file, picture);
+void readPixels(std::FILE* file, const Header& header, const Image& picture, unsigned threads,
+                DecodeGuard& guard) {
+    if (storedAsBytes(header)) return readByteRows(file, picture, threads);
     if (picture.format == PixelFormat::Index1) {
         return guarded(guard, [&] { readBitRows(file, header, picture); });
     }
@@ -170,7 +208,8 @@ Image readPnm(std::FILE* file, const ReadRequest& request) {
     Image picture = newImage(request, formatOf(header), static_cast<uint64_t>(header.width),
                              static_cast<uint64_t>(header.height));
     if (picture.format == PixelFormat::Index1) picture.palette = {{255, 255, 255}, {0, 0, 0}};
-    tolerating(request, picture, [&] { readPixels(file, header, picture, guard); });
+    tolerating(request, picture,
+               [&] { readPixels(file, header, picture, request.threads, guard); });
     return picture;
 }
 
