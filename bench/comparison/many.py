@@ -1,7 +1,9 @@
 """A thousand small pictures in one call: what a second process gains, and how other tools do it."""
 
 import shutil
+import tempfile
 from dataclasses import dataclass, field
+from pathlib import Path
 from statistics import median
 
 from comparison.bmp import problem_of
@@ -50,9 +52,9 @@ def commands(program):
 
 
 def run(command, source, places, count):
-    target = places.scratch / "many"
-    shutil.rmtree(target, ignore_errors=True)
-    target.mkdir()
+    # A directory of its own for each run, and none is removed before the end: where files have just been
+    # deleted, ext4 takes its time to choose other inodes.
+    target = Path(tempfile.mkdtemp(prefix="many-", dir=places.scratch))
     line = command.format(source=source, target=target)
     seconds = run_once(["/bin/sh", "-c", line], places.scratch, TIME_LIMIT)
     files = sorted(target.iterdir())
@@ -81,5 +83,6 @@ def measure(maker, places, count, rounds):
             found.seconds[MOGRIFY].append(run(lines[MOGRIFY], source, places, count))
     except Failure as failure:
         found.problem = str(failure)
-    shutil.rmtree(source)
+    for directory in (source, *places.scratch.glob("many-*")):
+        shutil.rmtree(directory)
     return found

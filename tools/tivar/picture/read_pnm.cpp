@@ -1,6 +1,7 @@
 // PNM: black and white, grey and colour, plain and raw.
 
 #include <netpbm/pnm.h>
+#include <sys/stat.h>
 #include <sys/uio.h>
 
 #include <algorithm>
@@ -192,9 +193,11 @@ std::optional<FileRows> rowsInFile(OpenFile file, const ReadRequest& request) {
 
 }  // namespace
 
-// Standard input is read once only, and it may be a pipe.
+// A pipe gives its bytes once only, and waits for the other end.
 std::optional<FileRows> pnmRows(const std::string& name, const ReadRequest& request) {
-    if (name == "-") return {};
+    struct stat status {};
+    const bool named = name != "-" && ::stat(name.c_str(), &status) == 0;
+    if (!named || !S_ISREG(status.st_mode)) return {};
     try {
         return rowsInFile(openInput(name), request);
     } catch (const Failure&) {
