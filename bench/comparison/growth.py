@@ -51,7 +51,7 @@ def measure_sizes(maker, places, plan):
         for job in jobs:
             contestant = Contestant("tivar", job.command(places.program))
             for picture in drawn:
-                seconds = Course(job, picture, places.scratch, TIME_LIMIT).run(contestant)
+                seconds = Course(job, picture, places, TIME_LIMIT).run(contestant)
                 if number > 0:
                     runs[job.name, picture.width].append(seconds)
     for picture in drawn:

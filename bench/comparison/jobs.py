@@ -1,7 +1,7 @@
 """The jobs, who does them besides tivar, with what commands, and what tivar is to reach.
 
 A command is the list of a program and its arguments, or a shell line for pipelines. {source}, {png} (the same
-picture), {target} and {scratch} are filled in for each run."""
+picture), {target}, {scratch} and {before} (tivar as it was) are filled in for each run."""
 
 import re
 import subprocess
@@ -18,6 +18,8 @@ CONVERT = "/usr/bin/convert"
 class Places:
     program: Path  # tivar
     scratch: Path
+    before: Path | None = None  # tivar as it was
+    no_before: str = ""  # why there is none
 
 
 @dataclass
@@ -45,6 +47,7 @@ TOOLS = {
     "FFmpeg": Tool(["ffmpeg", "-version"], r"ffmpeg version (\S+)"),
     "cp": Tool(["cp", "--version"], r"coreutils\) (\S+)"),
     "pngquant": Tool(["pngquant", "--version"], r"(\S+)"),
+    "djpeg": Tool(["djpeg", "-version"], r"version (\S+)"),
 }
 
 
@@ -56,6 +59,10 @@ class Peer:
     note: str = ""
     yardstick: bool = False  # runs beside the peers, but is none: its output is no BMP file
 
+    @property
+    def rival(self):
+        return not self.yardstick and self.tool != BEFORE
+
 
 @dataclass
 class Goal:
@@ -64,6 +71,7 @@ class Goal:
 
 
 FASTEST = "fastest peer"
+BEFORE = "tivar before"  # as it was before the latest work on its speed
 
 
 @dataclass
@@ -72,17 +80,20 @@ class Job:
     title: str
     bits: int
     goals: list
-    memory_limit: float  # of peak memory over the decoded picture
+    memory_limit: float | None  # of peak memory over the decoded picture, or of its megabytes; None = no goal
     bound: str  # what limits tivar, in words
     peers: list
     source: str = "ppm"
     options: tuple = ()  # of tivar, besides the depth
     compression: int = 0
     direct: bool = False  # by the direct interface
+    memory_in_megabytes: bool = False
+    size: tuple = ()  # of the file, where it is not the picture's
 
     def command(self, program):
         route = [] if self.direct else ["--route", "filter"]
-        options = [*route, "--bits", str(self.bits), *self.options, "--quiet"]
+        depth = ["--bits", str(self.bits)] if "--colors" not in self.options else []
+        options = [*route, *depth, *self.options, "--quiet"]
         return [program, "export", "{source}", "-o", "{target}", *options]
 
 
@@ -128,12 +139,12 @@ TO_16_COLORS = [
         note=EIGHT_BIT_FILE,
     ),
     Peer("FFmpeg", palette_filter("max_colors=16:", "floyd_steinberg"), bits=8, note=EIGHT_BIT_FILE),
-    Peer(
-        "netpbm",
-        "pnmcolormap -quiet 16 {source} >{scratch}/map.ppm && "
-        "pnmremap -quiet -mapfile={scratch}/map.ppm -fs {source} | ppmtobmp -quiet -bpp=4 >{target}",
-    ),
 ]
+TO_16_BY_NETPBM = Peer(
+    "netpbm",
+    "pnmcolormap -quiet 16 {source} >{scratch}/map.ppm && "
+    "pnmremap -quiet -mapfile={scratch}/map.ppm -fs {source} | ppmtobmp -quiet -bpp=4 >{target}",
+)
 TO_BLACK_AND_WHITE = [
     Peer("netpbm", "ppmtopgm {source} | pgmtopbm -fs | ppmtobmp -quiet -bpp=1 >{target}"),
     Peer("Pillow", pillow("p.convert('1')")),
@@ -143,10 +154,43 @@ TO_BLACK_AND_WHITE = [
 ]
 
 
+def without(peers, *tools):
+    """The direct interface's sections leave away who takes long, and has run beside the filter interface."""
+    return [peer for peer in peers if peer.tool not in tools]
+
+
+def before(bits):
+    """The same job by an earlier tivar."""
+    command = ["{before}", "export", "{source}", "-o", "{target}", "--route", "filter", "--bits", str(bits), "--quiet"]
+    return Peer(BEFORE, command)
+
+
 def pngquant(*options):
     command = ["pngquant", "--force", "-o", "{target}", *options, "--", "{png}"]
     return Peer("pngquant", command, note="reads and writes PNG", yardstick=True)
 
+
+TO_24_BITS = [
+    Peer("GraphicsMagick", ["gm", "convert", "{source}", "{target}"]),
+    Peer("ImageMagick", [CONVERT, "{source}", "BMP3:{target}"]),
+    Peer("netpbm", "ppmtobmp -quiet -bpp=24 {source} >{target}"),
+    Peer("Pillow", pillow("p")),
+    Peer("FFmpeg", ffmpeg()),
+    Peer("cp", ["cp", "{source}", "{target}"], note="only copies the file", yardstick=True),
+]
+TO_A_FRAME = [
+    Peer(
+        "ImageMagick",
+        [CONVERT, "{source}", "-resize", "800x480", "-background", "white", "-gravity", "center"]
+        + ["-extent", "800x480", "-dither", "FloydSteinberg", "-colors", "7", "BMP3:{target}"],
+    ),
+    Peer(
+        "GraphicsMagick",
+        ["gm", "convert", "{source}", "-resize", "800x480", "-background", "white", "-gravity", "center"]
+        + ["-extent", "800x480", "-dither", "-colors", "7", "{target}"],
+    ),
+    Peer("djpeg", ["djpeg", "-outfile", "{target}", "{source}"], note="only decodes the file", yardstick=True),
+]
 
 JOBS = [
     Job(
@@ -159,47 +203,40 @@ JOBS = [
         "rows into the page cache. Of the library's own work the exchange of red and blue is left, done on "
         "blocks that stay in the cache until they are written. `cp` has no picture in memory and no pages to "
         "clear.",
-        [
-            Peer("GraphicsMagick", ["gm", "convert", "{source}", "{target}"]),
-            Peer("ImageMagick", [CONVERT, "{source}", "BMP3:{target}"]),
-            Peer("netpbm", "ppmtobmp -quiet -bpp=24 {source} >{target}"),
-            Peer("Pillow", pillow("p")),
-            Peer("FFmpeg", ffmpeg()),
-            Peer("cp", ["cp", "{source}", "{target}"], note="only copies the file", yardstick=True),
-        ],
+        TO_24_BITS,
     ),
     Job(
         "8-bit",
         "8 bits by median cut, not dithered",
         8,
-        [Goal(FASTEST, 0.2)],
+        [Goal(BEFORE, 0.45), Goal("FFmpeg", 0.05)],
         3.5,
         "Bound by one look a pixel into a memory of the colours met before (`matchColors`), which is larger than "
         "the first-level cache, and by the histogram (`direct_indexed`), which adds one at a place that depends "
         "on the pixel. Sorting and cutting (`AdjustHeap`) and the lists of candidate colours (`buildList`) cost "
         "about the same whatever the size.",
-        TO_256_COLORS,
+        [*TO_256_COLORS, before(8)],
     ),
     Job(
         "4-bit",
         "4 bits, dithered",
         4,
-        [Goal(FASTEST, 0.25)],
+        [Goal(BEFORE, 0.4), Goal("ImageMagick", 0.09)],
         3.5,
         "Bound by the diffusion (`ditherColorRows`): a pixel's colour is known only after its left neighbour's "
         "error, so every pixel waits for a search and the arithmetic behind it. Two rows in flight hide a part "
         "of that; reading, histogram and writing are small beside it.",
-        TO_16_COLORS,
+        [*TO_16_COLORS, TO_16_BY_NETPBM, before(4)],
     ),
     Job(
         "1-bit",
         "1 bit, dithered",
         1,
-        [Goal("netpbm", 0.8), Goal("Pillow", 0.5)],
+        [Goal(BEFORE, 0.45), Goal("netpbm", 0.3)],
         3.5,
         "Bound by the same chain as at 4 bits, over greys (`ditherGreyRows`): the search is a look into a table "
         "of 256 levels, and what remains is the wait for that look and a clamped sum a pixel.",
-        TO_BLACK_AND_WHITE,
+        [*TO_BLACK_AND_WHITE, before(1)],
     ),
     Job(
         "8-bit-rle",
@@ -226,6 +263,18 @@ JOBS = [
         compression=RLE8,
     ),
     Job(
+        "24-bit-direct",
+        "24 bits, raw, direct interface",
+        24,
+        [Goal("cp", 1.3)],
+        12,
+        "The kernel's copies into and out of the page cache, as with `cp`. Rows are read in bands as the library asks for "
+        "them, so that no page is cleared for the picture, and room for the file is found at once.",
+        TO_24_BITS,
+        direct=True,
+        memory_in_megabytes=True,
+    ),
+    Job(
         "8-bit-direct",
         "8 bits, not dithered, direct interface",
         8,
@@ -233,7 +282,7 @@ JOBS = [
         DIRECT_MEMORY,
         "About equal parts: counting the colours of every pixel (`addPixel`), looking up the nearest entry (`mapRow`), "
         "and reading the picture. Cuts and k-means work on the histogram and cost the same whatever the size.",
-        [*TO_256_COLORS, pngquant("--nofs", "256")],
+        [*without(TO_256_COLORS, "GraphicsMagick", "netpbm"), pngquant("--nofs", "256")],
         direct=True,
     ),
     Job(
@@ -252,8 +301,22 @@ JOBS = [
         1,
         [Goal("netpbm", 0.4), Goal("Pillow", 0.25)],
         DIRECT_MEMORY,
-        "Half of it is the kernel's, which reads the picture into fresh pages; then the diffusion over greys.",
+        "The diffusion over greys; rows are read in bands as the library asks for them.",
         TO_BLACK_AND_WHITE,
         direct=True,
+    ),
+    Job(
+        "frame",
+        "JPEG of 12 megapixels to 800 x 480 in 7 colours",
+        4,
+        [Goal("ImageMagick", 0.25), Goal("djpeg", 1.6)],
+        None,
+        "Bound by libjpeg, which decodes at half the sides where those are enough; scaling in linear light and the "
+        "choice of colours work on what is left.",
+        TO_A_FRAME,
+        source="jpg",
+        options=("--size", "800x480", "--colors", "7"),
+        direct=True,
+        size=(800, 480),
     ),
 ]

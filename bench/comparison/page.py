@@ -3,9 +3,9 @@
 from dataclasses import dataclass, field
 from statistics import median
 
-from comparison import drawing, growth
-from comparison.jobs import FASTEST
-from comparison.rounds import SLOW_FACTOR, SLOW_ROUNDS, SLOW_SECONDS
+from comparison import drawing, earlier, growth, many, start
+from comparison.jobs import BEFORE, FASTEST
+from comparison.rounds import ENDLESS_SECONDS, SLOW_FACTOR, SLOW_ROUNDS, SLOW_SECONDS, Verdict
 
 DEPTH_NAMES = {"24-bit": "24 bits", "8-bit": "8 bits", "4-bit": "4 bits", "1-bit": "1 bit"}
 
@@ -19,6 +19,8 @@ class Findings:
     versions: dict = field(default_factory=dict)
     outcomes: list = field(default_factory=list)
     profiles: dict = field(default_factory=dict)
+    many: object = None  # many.Many
+    start: object = None  # start.Start
     sizes: object = None
     memory: object = None
     quality: str = ""  # tables of quality/measure
@@ -74,8 +76,34 @@ def goal_rows(outcome):
         yield title, against, own, theirs, shown_ratio(verdict.ratio), limit, judged(verdict)
 
 
+def many_rows(found):
+    title = f"{found.count} small pictures in one call, 2 jobs"
+    own, one = (median(found.seconds[name]) for name in (many.TWO_JOBS, many.ONE_JOB))
+    least = f"≥ {many.GAIN} x as fast"
+    gain = found.gain()
+    verdict = "met" if gain >= many.GAIN else f"**missed by {(many.GAIN / gain - 1) * 100:.0f} %**"
+    yield title, "1 job", shown_time(own), shown_time(one), f"{gain:.2f} x as fast", least, verdict
+    limit = f"≤ {many.AGAINST_MOGRIFY}"
+    if found.problem:
+        yield title, "ImageMagick's mogrify", shown_time(own), "-", "-", limit, f"not measured: {found.problem}"
+        return
+    ratio = found.against_mogrify()
+    theirs = shown_time(median(found.seconds[many.MOGRIFY]))
+    judgement = judged(Verdict("", ratio, many.AGAINST_MOGRIFY))
+    yield title, "ImageMagick's mogrify", shown_time(own), theirs, shown_ratio(ratio), limit, judgement
+
+
+def start_row(found):
+    limit = f"≤ {start.LIMIT * 1000:g} ms"
+    judgement = judged(Verdict("", found.tivar, start.LIMIT))
+    title = f"a PNG of {start.SIDE} x {start.SIDE}, direct interface"
+    return title, "`true`", shown_time(found.tivar), shown_time(found.nothing), "-", limit, judgement
+
+
 def goal_table(findings):
     rows = [row for outcome in findings.outcomes for row in goal_rows(outcome)]
+    if findings.many:
+        rows += [*many_rows(findings.many), start_row(findings.start)]
     return table(["Job", "Against", "tivar:", "other:", "ratio:", "goal:", "verdict"], rows)
 
 
@@ -83,11 +111,13 @@ def memory_row(outcome):
     verdict = outcome.memory_verdict()
     peak = f"{outcome.tivar.peak_bytes / 1e6:.0f} MB"
     decoded = f"{outcome.decoded_bytes / 1e6:.0f} MB"
-    return outcome.job.title, peak, decoded, f"{verdict.ratio:.2f}", f"≤ {verdict.limit}", judged(verdict)
+    unit = " MB" if outcome.job.memory_in_megabytes else ""
+    ratio = f"{outcome.memory_multiple(outcome.tivar):.2f}"
+    return outcome.job.title, peak, decoded, ratio, f"≤ {verdict.limit}{unit}", judged(verdict)
 
 
 def memory_table(findings):
-    rows = [memory_row(outcome) for outcome in findings.outcomes]
+    rows = [memory_row(outcome) for outcome in findings.outcomes if outcome.job.memory_limit is not None]
     return table(["Job", "peak memory:", "decoded picture:", "ratio:", "goal:", "verdict"], rows)
 
 
@@ -120,7 +150,8 @@ def shown_command(contestant, suffix):
     if not isinstance(line, str):
         program, *parts = [str(part) for part in line]
         line = " ".join([program.rsplit("/", 1)[-1], *map(quoted, parts)])
-    return line.format(source=f"in.{suffix}", png="in.png", target="out.bmp", scratch="tmp")
+    names = {"source": f"in.{suffix}", "png": "in.png", "target": "out.bmp", "scratch": "tmp", "before": "tivar"}
+    return line.format(**names)
 
 
 def job_section(findings, outcome):
@@ -213,9 +244,10 @@ def introduction(findings):
         f"After a warm-up come {findings.rounds} rounds. In each, everybody runs once, in an order that turns from "
         "round to round. A ratio is tivar's time over the other's in the same round, and the median of the rounds "
         f"counts; times are medians too. A tool that takes more than {SLOW_SECONDS} s and more than {SLOW_FACTOR} "
-        f"times as long as tivar runs in {SLOW_ROUNDS} rounds only. Nobody is held to one core. The size, depth and "
-        "encoding of every file are checked.\n"
+        f"times as long as tivar runs in {SLOW_ROUNDS} rounds only, and one that takes more than {ENDLESS_SECONDS} s "
+        "once. Nobody is held to one core. The size, depth and encoding of every file are checked.\n"
     )
+    yield f"\"{BEFORE}\" is commit {earlier.COMMIT}, built by the same compiler and measured in the same rounds.\n"
 
 
 def goals(findings):
@@ -234,6 +266,25 @@ def jobs(findings):
     yield "Memory is a multiple of the decoded picture.\n"
     for outcome in findings.outcomes:
         yield from job_section(findings, outcome)
+
+
+def small_pictures(findings):
+    yield "### Small pictures\n"
+    found = findings.many
+    rows = [[name, shown_time(median(taken)), len(taken)] for name, taken in found.seconds.items() if taken]
+    yield table(["Tool", "median:", "runs:"], rows)
+    yield (
+        f"{found.count} PNG files of {many.SIDE} x {many.SIDE} pixels become files of 4 bits, dithered, in one call. "
+        "Reading them and choosing their colours take about the same time each.\n"
+    )
+    lines = [line.format(source="in", target="out") for line in many.commands("tivar").values()]
+    yield "<details><summary>Commands</summary>\n"
+    yield "```console\n" + "\n".join(lines) + "\n```\n"
+    yield "</details>\n"
+    yield (
+        f"The start: the median of {findings.start.runs} runs over a PNG of {start.SIDE} x {start.SIDE} pixels. The "
+        "library of a format is loaded when a picture of that kind comes.\n"
+    )
 
 
 def quality_section(findings):
@@ -279,6 +330,6 @@ def machine(findings):
 def write(findings, path):
     chart_path = path.with_suffix(".svg")
     chart_path.write_text(chart(findings))
-    parts = [introduction(findings), goals(findings), jobs(findings)]
+    parts = [introduction(findings), goals(findings), jobs(findings), small_pictures(findings)]
     parts += [quality_section(findings), growth_section(findings, chart_path.name), machine(findings)]
     path.write_text("\n".join(line for part in parts for line in part))

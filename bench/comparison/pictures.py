@@ -11,7 +11,8 @@ from comparison.failure import Failure
 
 TILE = 512
 SUFFIXES = {".png", ".jpg", ".jpeg", ".ppm", ".bmp", ".tif", ".tiff"}
-MODES = {"ppm": "RGB", "pgm": "L", "png": "RGB"}
+MODES = {"ppm": "RGB", "pgm": "L", "png": "RGB", "jpg": "RGB"}
+QUALITY = 90  # of JPEG
 TURNS = (None, Image.Transpose.FLIP_LEFT_RIGHT, Image.Transpose.FLIP_TOP_BOTTOM, Image.Transpose.ROTATE_180)
 
 
@@ -28,7 +29,7 @@ class Picture:
     files: dict  # suffix -> path
 
     def decoded_bytes(self, suffix):
-        return self.width * self.height * (3 if suffix == "ppm" else 1)
+        return self.width * self.height * (1 if MODES[suffix] == "L" else 3)
 
 
 def landscape(megapixels):
@@ -69,10 +70,10 @@ def draw_chart(program, width, height):
 
 
 def make(maker, width, height, directory, suffixes=("ppm", "pgm", "png")):
-    """Draws a picture and saves it, in colour as PPM and PNG and in grey as PGM."""
+    """Draws a picture and saves it, in colour as PPM, PNG and JPEG and in grey as PGM."""
     image = maker.draw(width, height)
     picture = Picture(width, height, {})
     for suffix in suffixes:
         picture.files[suffix] = directory / f"picture-{width}x{height}.{suffix}"
-        image.convert(MODES[suffix]).save(picture.files[suffix])
+        image.convert(MODES[suffix]).save(picture.files[suffix], quality=QUALITY)
     return picture

@@ -37,7 +37,7 @@ def of(job, picture, places):
         return []
     data = places.scratch / "perf.data"
     target = places.scratch / "out.bmp"
-    command = fill_in(job.command(places.program), picture.files[job.source], target, places.scratch)
+    command = fill_in(job.command(places.program), picture.files[job.source], target, places)
     shares = Counter()
     for _ in range(RECORDINGS):
         recording = [perf, "record", "-q", "-F", str(FREQUENCY), "-o", data, "--", *command]

@@ -13,12 +13,14 @@ from statistics import median
 
 from comparison import bmp
 from comparison.failure import Failure
-from comparison.jobs import FASTEST, Job
+from comparison.jobs import BEFORE, FASTEST, Job
 
 # A peer as slow as this cannot be the fastest one; a few rounds place it well enough.
 SLOW_SECONDS = 5
 SLOW_FACTOR = 20
 SLOW_ROUNDS = 2
+# Of one that takes as long as this the warm-up is the run that counts.
+ENDLESS_SECONDS = 30
 
 KILOBYTE = 1024
 
@@ -30,6 +32,7 @@ class Contestant:
     bits: int = 0
     note: str = ""
     yardstick: bool = False
+    rival: bool = True
     problem: str = ""  # why it does not take part
     seconds: list = field(default_factory=list)
     warm_up: float = 0
@@ -60,10 +63,12 @@ class Outcome:
 
     def ratio(self, peer):
         """tivar's time over the peer's: the median of the rounds that both ran in."""
+        if is_endless(peer):
+            return median(self.tivar.seconds) / peer.warm_up
         return median(own / other for own, other in zip(self.tivar.seconds, peer.seconds))
 
     def fastest(self):
-        racing = [peer for peer in self.peers if peer.takes_part and not peer.yardstick]
+        racing = [peer for peer in self.peers if peer.takes_part and peer.rival]
         return max(racing, key=self.ratio, default=None)
 
     def memory_multiple(self, contestant):
@@ -76,11 +81,14 @@ class Outcome:
             yield goal, peer, Verdict(peer.name, self.ratio(peer), goal.limit) if peer else None
 
     def memory_verdict(self):
-        return Verdict("decoded picture", self.memory_multiple(self.tivar), self.job.memory_limit)
+        job = self.job
+        reached = self.tivar.peak_bytes / 1e6 if job.memory_in_megabytes else self.memory_multiple(self.tivar)
+        return Verdict("decoded picture", reached, job.memory_limit)
 
 
-def fill_in(command, source, target, scratch):
-    values = {"source": source, "png": source.with_suffix(".png"), "target": target, "scratch": scratch}
+def fill_in(command, source, target, places):
+    values = {"source": source, "png": source.with_suffix(".png"), "target": target}
+    values |= {"scratch": places.scratch, "before": places.before}
     if isinstance(command, str):
         return ["/bin/sh", "-c", command.format(**values)]
     return [str(part).format(**values) for part in command]
@@ -122,45 +130,49 @@ def run_once(command, scratch, limit):
 class Course:
     """Runs contestants of one job over one picture."""
 
-    def __init__(self, job, picture, scratch, limit):
+    def __init__(self, job, picture, places, limit):
         self.job = job
         self.picture = picture
-        self.scratch = scratch
+        self.places = places
         self.limit = limit
         self.source = picture.files[job.source]
-        self.target = scratch / "out.bmp"
+        self.target = places.scratch / "out.bmp"
 
     def run(self, contestant, prefix=()):
         # A new file for everybody: to overwrite one costs more.
         self.target.unlink(missing_ok=True)
-        command = fill_in(contestant.command, self.source, self.target, self.scratch)
-        seconds = run_once([*prefix, *command], self.scratch, self.limit)
+        command = fill_in(contestant.command, self.source, self.target, self.places)
+        seconds = run_once([*prefix, *command], self.places.scratch, self.limit)
         if not contestant.yardstick:
             self.check(contestant)
         return seconds
 
     def check(self, contestant):
         bits = contestant.bits or self.job.bits
-        picture = self.picture
-        problem = bmp.problem_of(self.target, picture.width, picture.height, bits, self.job.compression)
+        width, height = self.job.size or (self.picture.width, self.picture.height)
+        problem = bmp.problem_of(self.target, width, height, bits, self.job.compression)
         if problem:
             raise Failure(problem)
 
     def warm_up(self, contestant):
         """A first run, which does not count. time(1) tells its peak memory: of the largest process
         where there are several. Asked of this process the kernel would add this process's own."""
-        peak = self.scratch / "peak.txt"
+        peak = self.places.scratch / "peak.txt"
         contestant.warm_up = self.run(contestant, ["/usr/bin/time", "-f", "%M", "-o", peak])
         contestant.peak_bytes = int(peak.read_text().split()[-1]) * KILOBYTE
+        if is_endless(contestant):
+            contestant.seconds.append(contestant.warm_up)
 
 
-def contestants_of(job, program, versions):
-    tivar = Contestant("tivar", job.command(program))
+def contestants_of(job, places, versions):
+    tivar = Contestant("tivar", job.command(places.program))
     peers = []
     for peer in job.peers:
-        contestant = Contestant(peer.tool, peer.command, peer.bits, peer.note, peer.yardstick)
+        contestant = Contestant(peer.tool, peer.command, peer.bits, peer.note, peer.yardstick, peer.rival)
         if peer.command is None:
             contestant.problem = peer.note
+        elif peer.tool == BEFORE:
+            contestant.problem = "" if places.before else places.no_before
         elif versions[peer.tool] is None:
             contestant.problem = "not installed"
         peers.append(contestant)
@@ -180,8 +192,8 @@ def attempt(action, contestant):
 def compare_job(job, picture, places, plan, versions):
     if not Path("/usr/bin/time").exists():
         raise Failure("/usr/bin/time is missing; install the package time")
-    course = Course(job, picture, places.scratch, plan.time_limit)
-    tivar, peers = contestants_of(job, places.program, versions)
+    course = Course(job, picture, places, plan.time_limit)
+    tivar, peers = contestants_of(job, places, versions)
     everybody = [one for one in [tivar, *peers] if one.takes_part]
     for contestant in everybody:
         attempt(course.warm_up, contestant)
@@ -189,6 +201,10 @@ def compare_job(job, picture, places, plan, versions):
         run_round(course, tivar, everybody, number)
     course.target.unlink(missing_ok=True)
     return Outcome(job, tivar, peers, picture.decoded_bytes(job.source))
+
+
+def is_endless(contestant):
+    return contestant.warm_up > ENDLESS_SECONDS
 
 
 def is_slow(contestant, tivar):
@@ -199,7 +215,7 @@ def run_round(course, tivar, everybody, number):
     """Everybody once, in an order that turns with the rounds: nobody always comes after the same one."""
     turn = number % len(everybody)
     for contestant in everybody[turn:] + everybody[:turn]:
-        sits_out = number >= SLOW_ROUNDS and is_slow(contestant, tivar)
+        sits_out = is_endless(contestant) or (number >= SLOW_ROUNDS and is_slow(contestant, tivar))
         if not contestant.takes_part or sits_out:
             continue
         seconds = attempt(course.run, contestant)

@@ -642,6 +642,21 @@ def somebody(program, library):
         yield Path(place), run
 
 
+def test_what_a_worker_has_waiting_behind_a_failure_is_done_by_another(tivar):
+    """Where there are plenty of pictures, each worker has the next one at hand."""
+    folder = tivar.directory / "in"
+    for number in range(60):
+        draw(folder / f"{number:02}.png", number)
+    broken = {f"{number:02}.png" for number in range(0, 60, 3)}
+    for name in broken:
+        (folder / name).write_bytes((folder / name).read_bytes()[:-20])
+    result = tivar.run("export", "-r", "in", "-o", "out", "-j", 2)
+    lines = answer(result, 1, "40 written, 20 failed, 0 skipped")
+    assert {line.split(":")[1].strip() for line in lines} == {f"in/{name}" for name in broken}
+    whole = {f"{number:02}.bmp" for number in range(60)} - {name[:-3] + "bmp" for name in broken}
+    assert set(tree(tivar.directory / "out")) == whole
+
+
 def test_what_cannot_be_read_fails_and_the_rest_goes_on(somebody):
     place, run = somebody
     for name in ["album/a.png", "album/closed.png", "album/closed/b.png", "album/z.png"]:

@@ -466,6 +466,7 @@ Options parseOptions(int argc, char** argv) {
     refuseSharedInput(typed, options.jobs);
     applyTyped(typed, options.jobs.each);
     options.jobs.each.threads = threadsFor(options.jobs.atOnce);
+    options.jobs.each.reading.threads = options.jobs.each.threads;
     options.gallery.each.background = options.jobs.each.background;
     return options;
 }

@@ -1,7 +1,10 @@
 #include "export/direct_route.h"
 
+#include <fcntl.h>
+
 #include <array>
 #include <cerrno>
+#include <exception>
 #include <new>
 #include <span>
 #include <string>
@@ -25,7 +28,15 @@ struct Bytes {
     std::span<const uint8_t> head;  // goes before the pixels in place of the library's headers
     std::vector<uint8_t> own;       // those, as far as they have come
     int error = 0;                  // an errno value
+    bool begun = false;
 };
+
+// Room that is found at once costs less than room for block after block. Only a hint: the file
+// keeps its length, and what there is no room for fails as it is written.
+void reserveRoom(int file, uint32_t length) {
+    constexpr uint32_t kWorthwhile = 1u << 20;
+    if (length >= kWorthwhile) (void)::fallocate(file, FALLOC_FL_KEEP_SIZE, 0, length);
+}
 
 // The exchange of headers, once all of the library's are there; the rest of the bytes are pixels.
 bool exchangeHeaders(Bytes& taken, const uint8_t* bytes, size_t length) {
@@ -47,6 +58,9 @@ bool exchangeHeaders(Bytes& taken, const uint8_t* bytes, size_t length) {
 
 bool store(Bytes& taken, const uint8_t* bytes, size_t length) {
     if (taken.file >= 0) {
+        const bool first = !std::exchange(taken.begun, true);
+        if (first && length >= kBmpHeaderBytes)
+            reserveRoom(taken.file, little32(&bytes[kBmpFileSize]));
         taken.error = writeAll(taken.file, bytes, length);
         return taken.error == 0;
     }
@@ -123,6 +137,7 @@ std::vector<uint8_t> packed(const std::vector<Color>& colors) {
 struct View {
     std::vector<uint8_t> palette;
     TivarPicture picture{};
+    const std::exception_ptr* rowFailure = nullptr;  // of rows that are read on the way
 };
 
 View viewOf(const Image& image) {
@@ -138,6 +153,33 @@ View viewOf(const Image& image) {
     if (!isIndexed(image.format)) return view;
     picture.palette = view.palette.data();
     picture.palette_count = static_cast<uint32_t>(image.palette.size());
+    return view;
+}
+
+// Rows that are read as the library asks for them.
+struct Reading {
+    FileRows& rows;
+    std::exception_ptr failure{};
+};
+
+int32_t onRow(void* context, uint32_t y, void* row) noexcept {
+    Reading& reading = *static_cast<Reading*>(context);
+    try {
+        readRow(reading.rows, y, static_cast<uint8_t*>(row));
+        return 0;
+    } catch (...) {
+        reading.failure = std::current_exception();
+        return 1;
+    }
+}
+
+View viewOf(Reading& reading) {
+    View view = viewOf(reading.rows.outline);
+    view.picture.pixels = nullptr;
+    view.picture.stride = 0;
+    view.picture.read_row = onRow;
+    view.picture.context = &reading;
+    view.rowFailure = &reading.failure;
     return view;
 }
 
@@ -173,6 +215,7 @@ void run(const Library& library, const View& view, TivarOptions options, const O
         result = library.writeBmp(&view.picture, &options, &sink, &report);
     }
     throwIfInterrupted();
+    if (result == TIVAR_RESULT_ROW_FAILED) std::rethrow_exception(*view.rowFailure);
     if (result != TIVAR_RESULT_OK) failDirectly(report, taken, output);
 }
 
@@ -256,22 +299,42 @@ TivarOptions directOptions(const ExportRequest& request, const Image& image) {
     return options;
 }
 
-}  // namespace
-
-FileStart deliverDirectly(const Library& library, const ExportRequest& request, Image image,
-                          const Output& output, Progress& progress) {
+FileStart deliver(const Library& library, const ExportRequest& request, const Image& outline,
+                  const View& view, const Output& output, Progress& progress) {
     Bytes taken;
     if (!output.part.empty()) taken.file = output.file.number;
     taken.head = request.like.head;
-    const Image source = prepared(std::move(image), request);
-    TivarOptions options = directOptions(request, source);
+    TivarOptions options = directOptions(request, outline);
     const std::vector<uint8_t> palette = packed(request.colors.palette);
     setColors(options, request.colors, palette);
-    run(library, viewOf(source), options, output, progress, taken);
+    run(library, view, options, output, progress, taken);
     if (taken.file >= 0) return startOf(taken.file);
     const int error = writeAll(output.file.number, taken.memory.data(), taken.memory.size());
     if (error != 0) failErrno(output.name, error);
     return startOf(taken.memory.data(), taken.memory.size());
+}
+
+}  // namespace
+
+// A palette is chosen for all of a picture, and run lengths are counted before they are written.
+bool takesRowByRow(const ExportRequest& request, const Image& outline) {
+    const ColorRequest& colors = request.colors;
+    const uint16_t bits = depthOf(request, outline);
+    const bool chooses = bits <= 8 && colors.palette.empty() && (bits > 1 || colors.count != 0);
+    return !chooses && request.compression != Compression::Portable &&
+           !request.like.alpha.value_or(false);
+}
+
+FileStart deliverRows(const Library& library, const ExportRequest& request, FileRows& rows,
+                      const Output& output, Progress& progress) {
+    Reading reading{rows};
+    return deliver(library, request, rows.outline, viewOf(reading), output, progress);
+}
+
+FileStart deliverDirectly(const Library& library, const ExportRequest& request, Image image,
+                          const Output& output, Progress& progress) {
+    const Image source = prepared(std::move(image), request);
+    return deliver(library, request, source, viewOf(source), output, progress);
 }
 
 }  // namespace tool

@@ -131,15 +131,20 @@ Output openOutput(const Errand& errand) {
     return {job.target, errand.voice.standardOutput, job.existing != Existing::Refuse};
 }
 
+// The input's notices, and what stands before any output is opened.
+void settleInput(Errand& errand, const std::vector<Notice>& notices) {
+    errand.notices = notices;
+    const std::vector<Notice>& like = errand.request.like.notices;
+    errand.notices.insert(errand.notices.end(), like.begin(), like.end());
+    refuseOwnInput(errand.job.input, errand.job.target, "name another file with -o");
+}
+
 Image readInput(Errand& errand) {
     showStep(errand.progress, "reading");
     Image image = errand.job.image == nullptr
                       ? readStored(errand.job.input, readingFor(errand.request))
                       : copyOf(*errand.job.image);
-    errand.notices = std::move(image.notices);
-    const std::vector<Notice>& like = errand.request.like.notices;
-    errand.notices.insert(errand.notices.end(), like.begin(), like.end());
-    refuseOwnInput(errand.job.input, errand.job.target, "name another file with -o");
+    settleInput(errand, image.notices);
     return inWantedShape(std::move(image), errand.request);
 }
 
@@ -154,13 +159,35 @@ Exported finish(const Errand& errand, Output& output, const FileStart& start) {
     return {start.length, spent.count(), sizeInFile(start), headersIn(start.bytes).bits};
 }
 
-Exported runDirectly(Errand& errand) {
-    Image image = readInput(errand);
+// The input's rows, where they can be read as they are written.
+std::optional<FileRows> rowsOfInput(const Errand& errand) {
+    const ExportRequest& request = errand.request;
+    const bool asStored = keepsShape(request) && !request.reading.lenient;
+    if (errand.job.image != nullptr || !asStored) return {};
+    std::optional<FileRows> rows = pnmRows(errand.job.input, request.reading);
+    if (rows && !takesRowByRow(request, rows->outline)) return {};
+    return rows;
+}
+
+Output beginOutput(Errand& errand) {
     errand.begin = Clock::now();
     showStep(errand.progress, "exporting");
-    Output output = openOutput(errand);
+    return openOutput(errand);
+}
+
+Exported runDirectly(Errand& errand) {
+    const ExportRequest& request = errand.request;
+    if (std::optional<FileRows> rows = rowsOfInput(errand)) {
+        settleInput(errand, {});
+        Output output = beginOutput(errand);
+        const FileStart start =
+            deliverRows(errand.library, request, *rows, output, errand.progress);
+        return finish(errand, output, start);
+    }
+    Image image = readInput(errand);
+    Output output = beginOutput(errand);
     const FileStart start =
-        deliverDirectly(errand.library, errand.request, std::move(image), output, errand.progress);
+        deliverDirectly(errand.library, request, std::move(image), output, errand.progress);
     return finish(errand, output, start);
 }
 

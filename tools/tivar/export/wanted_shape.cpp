@@ -35,6 +35,10 @@ bool keepsAlpha(const ExportRequest& request, const Image& image) {
     return room && !request.background && hasAlpha(image);
 }
 
+bool keepsShape(const ExportRequest& request) {
+    return !hasShape(request) && request.reading.quarters == 0;
+}
+
 ReadRequest readingFor(const ExportRequest& request) {
     ReadRequest reading = request.reading;
     if (!hasShape(request)) return reading;

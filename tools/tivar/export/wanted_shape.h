@@ -8,6 +8,9 @@ namespace tool {
 // Files have an alpha of their own at 32 bits, unless a background is asked for.
 bool keepsAlpha(const ExportRequest& request, const Image& image);
 
+// Whether the picture goes as it is stored, pixel by pixel.
+bool keepsShape(const ExportRequest& request);
+
 // How to read a picture that is shaped then.
 ReadRequest readingFor(const ExportRequest& request);
 

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 
 #include "process/failure.h"
 #include "process/interrupt.h"
@@ -20,7 +21,7 @@ namespace {
 struct Worker {
     pid_t process = -1;
     Descriptor channel;
-    size_t task{};
+    std::deque<size_t> tasks{};  // the first is being done
 };
 
 // Told whole or not at all, whatever signal comes.
@@ -32,19 +33,24 @@ void answer(int channel, const Outcome& outcome) {
 [[noreturn]] void serve(int channel, const WorkOrder& order) {
     size_t task = 0;
     while (::read(channel, &task, sizeof task) == sizeof task) {
+        Fate fate{};
         try {
-            answer(channel, order.work(task));
+            const Outcome outcome = order.work(task);
+            fate = outcome.fate;
+            answer(channel, outcome);
         } catch (const Interrupted& interrupted) {
             std::_Exit(kSignalBase + interrupted.signal);
         }
         if (pendingSignal() != 0) std::_Exit(kSignalBase + pendingSignal());
+        // Nobody knows what a failure has left behind.
+        if (fate == Fate::Failed) break;
     }
     std::_Exit(kDone);
 }
 
 // The same number of bytes in one piece, which a channel has always room for.
 void give(Worker& worker, size_t task) {
-    worker.task = task;
+    worker.tasks.push_back(task);
     (void)writeAll(worker.channel.number, &task, sizeof task);  // if it is gone, that will be seen
 }
 
@@ -59,11 +65,25 @@ std::string describeEnd(int status) {
 
 struct Pool {
     const WorkOrder& order;
-    const std::vector<size_t>& tasks;
-    size_t next = 0;
+    std::deque<size_t> tasks;
     std::vector<Worker> workers{};
 
-    bool hasWork() const { return next != tasks.size() && pendingSignal() == 0; }
+    bool hasWork() const { return !tasks.empty() && pendingSignal() == 0; }
+
+    size_t next() {
+        const size_t task = tasks.front();
+        tasks.pop_front();
+        return task;
+    }
+
+    // The task that it is going to do and, as long as there are plenty, another one to go on with
+    // while this process hears of the first: a worker does not wait.
+    void feed(Worker& worker) {
+        constexpr size_t kPlenty = 8;
+        if (hasWork() && worker.tasks.empty()) give(worker, next());
+        const bool plenty = tasks.size() >= kPlenty * order.atOnce;
+        if (hasWork() && plenty && worker.tasks.size() < 2) give(worker, next());
+    }
 
     // No worker holds another one's channel open, so that each sees the end of its own.
     Worker hire() {
@@ -86,32 +106,32 @@ struct Pool {
         while (workers.size() < order.atOnce && hasWork()) {
             Worker worker = hire();
             if (worker.process < 0 && !workers.empty()) return;
-            const size_t task = tasks[next++];
             if (worker.process < 0) {
+                const size_t task = next();
                 order.tell(task, order.failed(task, std::strerror(errno), "try a smaller -j"));
             } else {
-                give(worker, task);
+                feed(worker);
                 workers.push_back(std::move(worker));
             }
         }
     }
 
-    // Whether the worker goes on. One that failed is followed by a fresh one, since nobody knows
-    // what the failure has left behind.
+    // Whether the worker goes on. One that failed is followed by a fresh one, which does what it
+    // has left.
     bool hear(Worker& worker) {
         Outcome outcome;
+        const size_t task = worker.tasks.front();
+        worker.tasks.pop_front();
         const bool told = receive(worker.channel.number, outcome);
         const bool well = told && outcome.fate != Fate::Failed;
-        if (told) order.tell(worker.task, std::move(outcome));
-        if (well && hasWork()) {
-            give(worker, tasks[next++]);
-            return true;
-        }
+        if (well) feed(worker);
+        if (told) order.tell(task, std::move(outcome));
+        if (well && !worker.tasks.empty()) return true;
         worker.channel = Descriptor();
+        tasks.insert(tasks.begin(), worker.tasks.begin(), worker.tasks.end());
         const int status = awaitWorker(worker.process);
         const std::string end = told ? "" : describeEnd(status);
-        if (!end.empty())
-            order.tell(worker.task, order.failed(worker.task, end, "try it on its own"));
+        if (!end.empty()) order.tell(task, order.failed(task, end, "try it on its own"));
         return false;
     }
 
@@ -131,7 +151,7 @@ struct Pool {
 }  // namespace
 
 void runInWorkers(const std::vector<size_t>& tasks, const WorkOrder& order) {
-    Pool pool{order, tasks};
+    Pool pool{order, {tasks.begin(), tasks.end()}};
     while (true) {
         pool.hireAll();
         if (pool.workers.empty()) return;

@@ -6,8 +6,21 @@
 #include <cstdlib>
 #include <utility>
 
+#include "picture/lazy_library.h"
+
 namespace tool {
 namespace {
+
+LazyLibrary g_lcms{TIVAR_LCMS2_LIBRARY, "colour-managed"};
+
+TIVAR_LAZY_FUNCTION(g_lcms, cmsCloseProfile);
+TIVAR_LAZY_FUNCTION(g_lcms, cmsCreateTransform);
+TIVAR_LAZY_FUNCTION(g_lcms, cmsCreate_sRGBProfile);
+TIVAR_LAZY_FUNCTION(g_lcms, cmsDeleteTransform);
+TIVAR_LAZY_FUNCTION(g_lcms, cmsDoTransform);
+TIVAR_LAZY_FUNCTION(g_lcms, cmsGetColorSpace);
+TIVAR_LAZY_FUNCTION(g_lcms, cmsOpenProfileFromMem);
+TIVAR_LAZY_FUNCTION(g_lcms, cmsSetLogErrorHandler);
 
 struct CloseProfile {
     void operator()(void* profile) const { cmsCloseProfile(profile); }

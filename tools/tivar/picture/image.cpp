@@ -114,15 +114,20 @@ void requireSize(const ReadRequest& request, PixelFormat format, uint64_t width,
     checkSize(request, width, height, sane ? rowBytes(width, bitsOf(format)) * height : UINT64_MAX);
 }
 
-Image newImage(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height) {
+Image outlineOf(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height) {
     requireSize(request, format, width, height);
-    const uint64_t bytes = rowBytes(width, bitsOf(format)) * height;
     Image image;
     image.format = format;
     image.width = static_cast<uint32_t>(width);
     image.height = static_cast<uint32_t>(height);
     image.whole = {image.width, image.height};
     image.stride = rowBytes(width, bitsOf(format));
+    return image;
+}
+
+Image newImage(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height) {
+    Image image = outlineOf(request, format, width, height);
+    const uint64_t bytes = image.stride * image.height;
     image.pixels.reset(static_cast<uint8_t*>(std::calloc(bytes + kSlack, 1)));
     if (image.pixels == nullptr) {
         fail("not enough memory for " + std::to_string(bytes) + " bytes",

@@ -62,6 +62,7 @@ struct ReadRequest {
     bool orient = true;
     bool lenient = false;  // damaged pictures as far as they go
     int quarters = 0;      // turned clockwise so often, once it is upright
+    unsigned threads = 1;  // of the reader, at most
     // How much of its sides is enough of a stored picture of that size and orientation, for readers
     // that decode a smaller one in less time; none = all of it.
     std::function<double(PixelSize stored, int orientation)> enough;
@@ -78,6 +79,9 @@ uint64_t rowBytes(uint64_t width, unsigned bits);
 
 // Sides or products beyond what is asked or possible are Failures.
 void requireSize(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height);
+
+// A picture without its pixels; sides or products beyond what is asked or possible are Failures.
+Image outlineOf(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height);
 
 // A zeroed picture; sides or products beyond what is asked or possible are Failures.
 Image newImage(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height);

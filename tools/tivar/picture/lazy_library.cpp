@@ -7,7 +7,7 @@
 namespace tool {
 
 void* loadLazily(const char* fileName, const std::string& what, const std::string& remedy) {
-    void* module = ::dlopen(fileName, RTLD_NOW | RTLD_LOCAL);
+    void* module = ::dlopen(fileName, RTLD_LAZY | RTLD_LOCAL);
     if (module == nullptr) {
         failWithoutDescriptors();
         fail(what, remedy);
@@ -27,6 +27,10 @@ void* addressIn(void* module, const char* fileName, const char* name) {
                "install the library that tivar was made for");
     }
     return address;
+}
+
+void require(LazyLibrary& library) {
+    if (library.module == nullptr) library.module = loadLazily(library.fileName, library.kind);
 }
 
 }  // namespace tool

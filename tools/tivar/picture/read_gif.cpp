@@ -7,11 +7,24 @@
 #include <string>
 
 #include "picture/decode_guard.h"
+#include "picture/lazy_library.h"
 #include "picture/readers.h"
 #include "process/failure.h"
 
 namespace tool {
 namespace {
+
+LazyLibrary g_gif{TIVAR_GIF_LIBRARY, "GIF"};
+
+TIVAR_LAZY_FUNCTION(g_gif, DGifCloseFile);
+TIVAR_LAZY_FUNCTION(g_gif, DGifExtensionToGCB);
+TIVAR_LAZY_FUNCTION(g_gif, DGifGetExtension);
+TIVAR_LAZY_FUNCTION(g_gif, DGifGetExtensionNext);
+TIVAR_LAZY_FUNCTION(g_gif, DGifGetImageDesc);
+TIVAR_LAZY_FUNCTION(g_gif, DGifGetLine);
+TIVAR_LAZY_FUNCTION(g_gif, DGifGetRecordType);
+TIVAR_LAZY_FUNCTION(g_gif, DGifOpen);
+TIVAR_LAZY_FUNCTION(g_gif, GifErrorString);
 
 constexpr int kNoIndex = -1;
 

@@ -1,16 +1,12 @@
 // JPEG: grey, red with green and blue, and printing inks, as they are stored.
 
-#include <cstdio>
-// jpeglib.h needs the declarations of cstdio.
-#include <jerror.h>
-#include <jpeglib.h>
-
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
 
 #include "picture/decode_guard.h"
 #include "picture/exif.h"
+#include "picture/jpeg_library.h"
 #include "picture/readers.h"
 #include "process/failure.h"
 
@@ -22,7 +18,7 @@ struct Reader {
     jpeg_error_mgr errors{};
     jpeg_progress_mgr progress{};
 
-    Reader() = default;
+    Reader() { require(g_jpeg); }
     ~Reader() { jpeg_destroy_decompress(&jpeg); }
     Reader(const Reader&) = delete;
 };

@@ -1,12 +1,11 @@
 // PNG: palettes and greys of up to 8 bits stay indices, deeper samples are rounded to 8 bits.
 
-#include <png.h>
-
 #include <new>
 #include <vector>
 
 #include "picture/decode_guard.h"
 #include "picture/exif.h"
+#include "picture/png_library.h"
 #include "picture/readers.h"
 
 namespace tool {

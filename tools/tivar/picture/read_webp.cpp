@@ -8,12 +8,29 @@
 #include <string>
 
 #include "picture/exif.h"
+#include "picture/lazy_library.h"
 #include "picture/readers.h"
 #include "process/failure.h"
 #include "process/input_file.h"
 
 namespace tool {
 namespace {
+
+// It brings libwebp, whose functions are found in it, too.
+LazyLibrary g_webp{TIVAR_WEBPDEMUX_LIBRARY, "WebP"};
+
+TIVAR_LAZY_FUNCTION(g_webp, WebPAnimDecoderDelete);
+TIVAR_LAZY_FUNCTION(g_webp, WebPAnimDecoderGetNext);
+TIVAR_LAZY_FUNCTION(g_webp, WebPAnimDecoderNewInternal);
+TIVAR_LAZY_FUNCTION(g_webp, WebPDecode);
+TIVAR_LAZY_FUNCTION(g_webp, WebPDemuxDelete);
+TIVAR_LAZY_FUNCTION(g_webp, WebPDemuxGetChunk);
+TIVAR_LAZY_FUNCTION(g_webp, WebPDemuxGetI);
+TIVAR_LAZY_FUNCTION(g_webp, WebPDemuxInternal);
+TIVAR_LAZY_FUNCTION(g_webp, WebPDemuxReleaseChunkIterator);
+TIVAR_LAZY_FUNCTION(g_webp, WebPFreeDecBuffer);
+TIVAR_LAZY_FUNCTION(g_webp, WebPGetFeaturesInternal);
+TIVAR_LAZY_FUNCTION(g_webp, WebPInitDecoderConfigInternal);
 
 struct DeleteDemuxer {
     void operator()(WebPDemuxer* demuxer) const { WebPDemuxDelete(demuxer); }
@@ -47,10 +64,10 @@ void takeChunks(const Demuxer& demuxer, Image& image) {
 // The decoder writes the rows from below.
 Image decodeStill(const std::vector<uint8_t>& bytes, const ReadRequest& request) {
     WebPDecoderConfig config{};
-    WebPInitDecoderConfig(&config);
-    if (WebPGetFeatures(bytes.data(), bytes.size(), &config.input) != VP8_STATUS_OK) {
-        failWebp("no header");
-    }
+    WebPInitDecoderConfigInternal(&config, WEBP_DECODER_ABI_VERSION);
+    const VP8StatusCode known = WebPGetFeaturesInternal(bytes.data(), bytes.size(), &config.input,
+                                                        WEBP_DECODER_ABI_VERSION);
+    if (known != VP8_STATUS_OK) failWebp("no header");
     const bool alpha = config.input.has_alpha != 0;
     Image image = newImage(request, alpha ? PixelFormat::Rgba : PixelFormat::Rgb,
                            static_cast<uint64_t>(config.input.width),
@@ -71,7 +88,7 @@ Image decodeAnimation(const std::vector<uint8_t>& bytes, PixelSize size,
                       const ReadRequest& request) {
     Image image = newImage(request, PixelFormat::Rgba, size.width, size.height);
     const WebPData data{bytes.data(), bytes.size()};
-    const Animation decoder(WebPAnimDecoderNew(&data, nullptr));
+    const Animation decoder(WebPAnimDecoderNewInternal(&data, nullptr, WEBP_DEMUX_ABI_VERSION));
     uint8_t* pixels = nullptr;
     int time = 0;
     if (decoder == nullptr || WebPAnimDecoderGetNext(decoder.get(), &pixels, &time) == 0) {
@@ -89,7 +106,7 @@ Image decodeAnimation(const std::vector<uint8_t>& bytes, PixelSize size,
 Image readWebp(std::FILE* file, const ReadRequest& request) {
     const std::vector<uint8_t> bytes = readAll(file);
     const WebPData data{bytes.data(), bytes.size()};
-    const Demuxer demuxer(WebPDemux(&data));
+    const Demuxer demuxer(WebPDemuxInternal(&data, 0, nullptr, WEBP_DEMUX_ABI_VERSION));
     if (demuxer == nullptr) failWebp("no complete file");
     const bool animated = WebPDemuxGetI(demuxer.get(), WEBP_FF_FRAME_COUNT) > 1;
     const PixelSize canvas{WebPDemuxGetI(demuxer.get(), WEBP_FF_CANVAS_WIDTH),

@@ -1,12 +1,9 @@
 // JPEG: colours, as finely in hue as in brightness.
 
-#include <cstdio>
-// jpeglib.h needs the declarations of cstdio.
-#include <jpeglib.h>
-
 #include <cerrno>
 
 #include "picture/decode_guard.h"
+#include "picture/jpeg_library.h"
 #include "picture/write_picture.h"
 
 namespace tool {
@@ -18,7 +15,7 @@ struct Writer {
     jpeg_compress_struct jpeg{};
     jpeg_error_mgr errors{};
 
-    Writer() = default;
+    Writer() { require(g_jpeg); }
     ~Writer() { jpeg_destroy_compress(&jpeg); }
     Writer(const Writer&) = delete;
 };

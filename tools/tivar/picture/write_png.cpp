@@ -1,11 +1,10 @@
 // PNG: palettes and indices as they are.
 
-#include <png.h>
-
 #include <cerrno>
 #include <new>
 
 #include "picture/decode_guard.h"
+#include "picture/png_library.h"
 #include "picture/write_picture.h"
 
 namespace tool {
