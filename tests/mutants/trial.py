@@ -14,6 +14,7 @@ MOST_MEMORY = 6 << 30
 LARGEST_FILE = 5 << 30  # tests have files, with holes, of more than 2 GiB
 NOBODY = 65534
 QUICK_SECONDS = 0.3
+LEAST_SECONDS = 3  # of the processor, beyond a few times what a test usually takes
 
 
 @dataclass
@@ -78,7 +79,7 @@ class Arena:
         usual = sum(test.seconds for test in tests)
         names = ":".join(test.name for test in tests)
         arguments = ["--gtest_fail_fast", "--gtest_color=no", f"--gtest_filter={names}"]
-        status, text = self.run(program, arguments, 3 + 4 * usual, 120 + 40 * usual)
+        status, text = self.run(program, arguments, LEAST_SECONDS + 4 * usual, 120 + 40 * usual)
         if status == 0 and "[  PASSED  ]" in text:
             return Outcome("", "passed")
         failed = re.findall(r"^\[  FAILED  \] ([\w/]+\.[\w/]+)", text, re.MULTILINE)

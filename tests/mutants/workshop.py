@@ -90,8 +90,9 @@ class Workshop:
         self.changed: dict[str, Path] = {}  # the units that were compiled, their objects
         self.made: dict[str, Path] = {}
 
-    def apply(self, mutant: Mutant) -> None:
-        """Compiles the units with the change in them."""
+    def apply(self, mutant: Mutant, keep_inline: bool) -> None:
+        """Compiles the units with the change in them; keep_inline has a header's functions in the objects whether the
+        units call them or not, for tests that do."""
         original = (self.build.root / mutant.file).read_bytes()
         changed = original[: mutant.start] + mutant.new.encode() + original[mutant.end :]
         self.changed, self.made = {}, {}
@@ -100,15 +101,17 @@ class Workshop:
         (self.directory / mutant.file).write_bytes(changed)
         try:
             for unit in sorted(set(self.build.includers[mutant.file])):
-                self.changed[unit] = self.compile(self.build.units[unit])
+                self.changed[unit] = self.compile(self.build.units[unit], keep_inline)
         finally:
             (self.directory / mutant.file).write_bytes(original)
 
-    def compile(self, unit: Unit) -> Path:
+    def compile(self, unit: Unit, keep_inline: bool) -> Path:
         output = self.directory / "objects" / (unit.source.replace("/", "-") + ".o")
         root = str(self.build.root)
         own = [word.replace(f"{root}/src", f"{self.directory}/src") for word in unit.command]
         own = [word.replace(f"{root}/include", f"{self.directory}/include") for word in own]
+        if keep_inline:
+            own += ["-fno-inline", "-fkeep-inline-functions"]
         own += ["-w", "-o", str(output), "-c", str(self.directory / unit.source)]
         try:
             done = subprocess.run(own, cwd=self.build.directory, capture_output=True, timeout=COMPILE_SECONDS, check=False)

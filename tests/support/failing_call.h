@@ -59,6 +59,9 @@ class FailingCall {
     std::function<void()> observer_;
 };
 
+// What write and pwrite answer then; 0 says that nothing was written, and no error.
+inline ssize_t failedWrite = -1;
+
 // Blocks that are allocated, by the code under test and by what the tests allocate through it, on
 // any thread.
 inline std::atomic<long> liveBlocks{0};
@@ -102,9 +105,10 @@ SUPPORT_WRAP(FILE*, fdopen, (int file, const char* mode), (file, mode), nullptr)
 SUPPORT_WRAP(size_t, fwrite, (const void* data, size_t size, size_t count, FILE* file),
              (data, size, count, file), 0)
 SUPPORT_WRAP(int, fflush, (FILE * file), (file), EOF)
-SUPPORT_WRAP(ssize_t, write, (int file, const void* data, size_t size), (file, data, size), -1)
+SUPPORT_WRAP(ssize_t, write, (int file, const void* data, size_t size), (file, data, size),
+             support::failedWrite)
 SUPPORT_WRAP(ssize_t, pwrite, (int file, const void* data, size_t size, off_t place),
-             (file, data, size, place), -1)
+             (file, data, size, place), support::failedWrite)
 SUPPORT_WRAP(int, link, (const char* from, const char* to), (from, to), -1)
 SUPPORT_WRAP(int, close, (int file), (file), (__real_close(file), -1))
 SUPPORT_WRAP(int, fchmod, (int file, mode_t mode), (file, mode), -1)
@@ -154,7 +158,8 @@ extern "C" __attribute__((used)) inline void __wrap_free(void* block) {
 extern "C" ssize_t __real_pwrite64(int file, const void* data, size_t size, off64_t place);
 extern "C" __attribute__((used)) inline ssize_t __wrap_pwrite64(int file, const void* data,
                                                                 size_t size, off64_t place) {
-    return support::FailingCall::due("pwrite") ? -1 : __real_pwrite64(file, data, size, place);
+    return support::FailingCall::due("pwrite") ? support::failedWrite
+                                               : __real_pwrite64(file, data, size, place);
 }
 
 extern "C" int __real_open(const char* name, int flags, ...);
