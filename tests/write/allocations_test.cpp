@@ -203,6 +203,25 @@ TEST(WriteFileCalls, OneThatWritesNothingSaysThatTheDiskIsFull) {
     }
 }
 
+TEST(WriteFileCalls, OneThatWritesAPartIsFollowedByTheRest) {
+    const support::TempDirectory directory;
+    const Drawn picture = drawNoise(TIVAR_RGB, 40, 30, 5);
+    for (const bool inPlace : {false, true}) {
+        const Source source(picture, inPlace ? Access::kInOrder : Access::kPacked);
+        Written written;
+        {
+            const support::FailingCall partly(inPlace ? "pwrite" : "write", 1,
+                                              Failure::kFromThenOn);
+            support::failedWrite = 7;
+            written = toFile(source.picture, noOptions(), directory.path("out.bmp"));
+            support::failedWrite = -1;
+            EXPECT_TRUE(partly.happened());
+        }
+        EXPECT_EQ(written.result, TIVAR_RESULT_OK);
+        EXPECT_EQ(written.bytes, toMemory(picture, noOptions()).bytes);
+    }
+}
+
 TEST(WriteFileCalls, EachThatFailsIsToldAndTheOldFileStays) {
     const support::TempDirectory directory;
     for (const FileWay& way : everyFileWay()) {
