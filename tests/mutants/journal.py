@@ -9,6 +9,7 @@ from pathlib import Path
 from mutations import Mutant
 
 NOTICED, SURVIVED, INVALID = "noticed", "survived", "does not build"
+EQUIVALENT = "equivalent"
 PENDING = "pending"  # not noticed by the quick tests of its room
 FLOOR = 97.0
 
@@ -75,23 +76,26 @@ class Figures:
         self.survivors: list[Result] = []
         self.mistaken: list[Result] = []
         for result in results:
-            outcome = result.outcome
-            if outcome in (SURVIVED, PENDING):
-                outcome = "equivalent" if result.key in equivalents else SURVIVED
-            if outcome == "equivalent":
-                pass
-            elif outcome == SURVIVED:
-                self.survivors.append(result)
-            else:
-                self.programs[result.program] += 1
-                self.tests[f"{result.program.removesuffix('_test')}: {result.test}"] += 1
-                self.hows[result.how] += 1
-                if result.key in equivalents:
+            listed = result.key in equivalents
+            if result.outcome == NOTICED:
+                outcome = NOTICED
+                self.add_noticed(result)
+                if listed:
                     self.mistaken.append(result)
+            elif listed:
+                outcome = EQUIVALENT
+            else:
+                outcome = SURVIVED
+                self.survivors.append(result)
             room = result.key.split(": ")[0].split("/")[1]
             for count in (self.rooms[room], self.rooms["all"], self.kinds[result.kind]):
                 count["mutants"] += 1
                 count[outcome] += 1
+
+    def add_noticed(self, result: Result) -> None:
+        self.programs[result.program] += 1
+        self.tests[f"{result.program.removesuffix('_test')}: {result.test}"] += 1
+        self.hows[result.how] += 1
 
     @property
     def rate(self) -> float:
@@ -119,13 +123,13 @@ HOWS = {
 
 
 def rate(count: Counter) -> float:
-    return 100.0 * count[NOTICED] / max(count["mutants"] - count["equivalent"], 1)
+    return 100.0 * count[NOTICED] / max(count["mutants"] - count[EQUIVALENT], 1)
 
 
 def table(title: str, rows: dict[str, Counter]) -> list[str]:
     lines = [f"{title:20} {'mutants':>8} {'noticed':>8} {'equivalent':>11} {'survivors':>10} {'rate':>8}"]
     for name, count in rows.items():
         lines.append(
-            f"{name:20} {count['mutants']:8} {count[NOTICED]:8} {count['equivalent']:11} {count[SURVIVED]:10} {rate(count):6.1f} %"
+            f"{name:20} {count['mutants']:8} {count[NOTICED]:8} {count[EQUIVALENT]:11} {count[SURVIVED]:10} {rate(count):6.1f} %"
         )
     return lines
