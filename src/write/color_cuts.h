@@ -1,7 +1,8 @@
 // Divides weighted colours into clusters: of all parts, the one is cut whose cut lessens the
-// squared error most, by a plane across its principal axis, where the two parts' error is least
-// (S. Wan, S. Wong, P. Prusinkiewicz, "An algorithm for multidimensional data clustering", 1988;
-// X. Wu, "Color quantization by dynamic programming and principal analysis", 1992).
+// squared error most, the first of several, by a plane across its principal axis, where the two
+// parts' error is least (S. Wan, S. Wong, P. Prusinkiewicz, "An algorithm for multidimensional data
+// clustering", 1988; X. Wu, "Color quantization by dynamic programming and principal analysis",
+// 1992).
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,8 @@
 #include "base/temp_name.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <filesystem>
 
 #include "support/failing_call.h"
@@ -29,6 +32,20 @@ TEST(TempFileName, WithoutANameTheResultIs0) {
     EXPECT_EQ(OXLGetTempFileName(0, "", 0, name), 0);
     EXPECT_STREQ(name, "unchanged");
     EXPECT_EQ(OXLGetTempFileName(0, "", 0, nullptr), 0);
+}
+
+// Where the standard input is closed, the file that proves the name unused has descriptor 0.
+TEST(TempFileName, ADescriptorOf0IsOneToo) {
+    const int input = dup(0);
+    close(0);
+    char name[144];
+    EXPECT_EQ(OXLGetTempFileName(0, "", 0, name), 1);
+    const bool closed = fcntl(0, F_GETFD) == -1;
+    if (input >= 0) {
+        dup2(input, 0);
+        close(input);
+    }
+    EXPECT_TRUE(closed);
 }
 
 }  // namespace

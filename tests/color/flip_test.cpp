@@ -152,6 +152,16 @@ TEST(Mirror, OfWrappedMemoryEndsWithThatMemory) {
     EXPECT_EQ(memory, (Bytes{21, 0, 0, 4, 5, 6, 7, 8, 9, 10, 11, 12, 0}));
 }
 
+// All four bytes of what lies behind the memory are zero, whatever was there in the call before.
+TEST(Mirror, OfFourBytePixelsReadsZerosBehindTheMemory) {
+    for (int again = 0; again < 3; ++again) {
+        Bytes memory = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 21};
+        const Block exact(GlobalPointerToHandle(memory.data(), 16));
+        flip(exact.handle, {32, 4, 1}, kHorizontally);
+        EXPECT_EQ(memory, (Bytes{0, 0, 0, 0, 13, 14, 15, 16, 9, 10, 11, 12, 5, 6, 7, 8, 21}));
+    }
+}
+
 TEST(Mirror, OfOtherDepthsExchangesRowsButNoPixels) {
     const Bytes rows = {1, 2, 3, 4, 5, 6, 7, 8};
     EXPECT_EQ(flipped(rows, {16, 2, 2}, kBoth), (Bytes{5, 6, 7, 8, 1, 2, 3, 4}));

@@ -233,6 +233,21 @@ TEST(ColorContext, WithoutItThereIsNoReduction) {
     EXPECT_EQ(table, Bytes(12, 0x55));
 }
 
+TEST(ColorContext, WithoutMemoryForItsHistogramThereIsNone) {
+    const MemHandle context = tivar::InitColorLib();
+    const Bytes row = colors({{1, 2, 3}});
+    uint16_t count = 4;
+    Bytes table(12, 0x55);
+    {
+        const CapturedText message(stdout);
+        const FailingCall failing("calloc");
+        EXPECT_EQ(tivar::direct_indexed(row.data(), 3, 1, 1, &count, 3, table.data(), context), -1);
+        EXPECT_TRUE(failing.happened());
+    }
+    EXPECT_EQ(table, Bytes(12, 0x55));
+    EXPECT_EQ(tivar::TermColorLib(context), 0);
+}
+
 // --- Steps ---
 
 ColorBox described(const std::vector<ColorEntry>& list, uint16_t first, uint16_t last) {

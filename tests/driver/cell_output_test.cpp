@@ -389,6 +389,7 @@ TEST(CellOutput, WritesWithTheDevicesSettingsWhateverRecordWasUsedMeanwhile) {
     settings.fileType = 332;
     OutputHost host(settings);
     const support::CurrentSettings other;
+    lpRaster->colorFormat = COLOR_FORMAT_4BIT;
     const Block image(Bytes{1, 2, 3, 4});
     RasterWriteCellData(image.handle, 4, 1, 0, 8, 0);
     EXPECT_EQ(lpRaster, host.settings.record);

@@ -372,6 +372,17 @@ TEST(WriteCellBits, BandsFollowEachOther) {
     }
 }
 
+// Rows of more than 256 KiB, of which no two are written at a time.
+TEST(WriteCellBits, LongRowsAreWrittenWhole) {
+    constexpr uint32_t kWidth = (1u << 18) + 4;
+    Bytes rows(2 * kWidth);
+    for (size_t i = 0; i < rows.size(); ++i) rows[i] = static_cast<uint8_t>(i % 251);
+    Writer writer({COLOR_FORMAT_8BIT});
+    ASSERT_EQ(writer.begin(kWidth, 2, 8), 1);
+    EXPECT_EQ(writer.write(Block(rows), kWidth, 2, 8), 0);
+    EXPECT_TRUE(slice(writer.finish(), 1078) == rows);
+}
+
 TEST(WriteCellBits, RedAndBlueAreExchangedInTheCallersRowsWithTheFlagOneAt24Bits) {
     const Bytes given = {1, 2, 3, 4, 5, 6, 90, 91, 7, 8, 9, 10, 11, 12, 92, 93};
     const Bytes exchanged = {3, 2, 1, 6, 5, 4, 90, 91, 9, 8, 7, 12, 11, 10, 92, 93};

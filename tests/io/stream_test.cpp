@@ -139,10 +139,11 @@ TEST(StreamOpen, AMemoryStreamNeedsABlock) {
 
 TEST(StreamExists, AFileIsThereOrNot) {
     const TempDirectory directory;
+    const size_t before = openFiles();
     const OxlStream there = oxlOpen(directory.write("file", "").c_str(), nullptr, OXL_EXISTS);
     EXPECT_NE(there, 0u);
     EXPECT_NE(there, kMissing);
-    const size_t before = openFiles();
+    EXPECT_EQ(openFiles(), before);
     EXPECT_EQ(oxlOpen(directory.path("missing").c_str(), nullptr, OXL_EXISTS), kMissing);
     EXPECT_EQ(oxlOpen("", nullptr, OXL_EXISTS), kMissing);
     EXPECT_EQ(oxlOpen(nullptr, nullptr, OXL_EXISTS), kMissing);

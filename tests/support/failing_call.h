@@ -59,6 +59,16 @@ class FailingCall {
     std::function<void()> observer_;
 };
 
+// What write and pwrite answer then: 0 says that nothing was written, and no error; so many bytes
+// at most are written for a number above.
+inline ssize_t failedWrite = -1;
+template <class Write>
+ssize_t failWrite(size_t size, Write&& writeFirst) {
+    if (failedWrite <= 0) return failedWrite;
+    return writeFirst(size < static_cast<size_t>(failedWrite) ? size
+                                                              : static_cast<size_t>(failedWrite));
+}
+
 // Blocks that are allocated, by the code under test and by what the tests allocate through it, on
 // any thread.
 inline std::atomic<long> liveBlocks{0};
@@ -102,9 +112,12 @@ SUPPORT_WRAP(FILE*, fdopen, (int file, const char* mode), (file, mode), nullptr)
 SUPPORT_WRAP(size_t, fwrite, (const void* data, size_t size, size_t count, FILE* file),
              (data, size, count, file), 0)
 SUPPORT_WRAP(int, fflush, (FILE * file), (file), EOF)
-SUPPORT_WRAP(ssize_t, write, (int file, const void* data, size_t size), (file, data, size), -1)
+SUPPORT_WRAP(ssize_t, write, (int file, const void* data, size_t size), (file, data, size),
+             support::failWrite(size, [&](size_t few) { return __real_write(file, data, few); }))
 SUPPORT_WRAP(ssize_t, pwrite, (int file, const void* data, size_t size, off_t place),
-             (file, data, size, place), -1)
+             (file, data, size, place), support::failWrite(size, [&](size_t few) {
+                 return __real_pwrite(file, data, few, place);
+             }))
 SUPPORT_WRAP(int, link, (const char* from, const char* to), (from, to), -1)
 SUPPORT_WRAP(int, close, (int file), (file), (__real_close(file), -1))
 SUPPORT_WRAP(int, fchmod, (int file, mode_t mode), (file, mode), -1)
@@ -154,7 +167,8 @@ extern "C" __attribute__((used)) inline void __wrap_free(void* block) {
 extern "C" ssize_t __real_pwrite64(int file, const void* data, size_t size, off64_t place);
 extern "C" __attribute__((used)) inline ssize_t __wrap_pwrite64(int file, const void* data,
                                                                 size_t size, off64_t place) {
-    return support::FailingCall::due("pwrite") ? -1 : __real_pwrite64(file, data, size, place);
+    const auto put = [&](size_t bytes) { return __real_pwrite64(file, data, bytes, place); };
+    return support::FailingCall::due("pwrite") ? support::failWrite(size, put) : put(size);
 }
 
 extern "C" int __real_open(const char* name, int flags, ...);

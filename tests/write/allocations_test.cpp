@@ -181,6 +181,47 @@ std::vector<FileWay> everyFileWay() {
              TIVAR_GREY, Access::kPacked}};
 }
 
+// Some file systems answer so when they are full.
+TEST(WriteFileCalls, OneThatWritesNothingSaysThatTheDiskIsFull) {
+    const support::TempDirectory directory;
+    const Drawn picture = drawNoise(TIVAR_RGB, 40, 30, 5);
+    for (const bool inPlace : {false, true}) {
+        const Source source(picture, inPlace ? Access::kInOrder : Access::kPacked);
+        TivarReport report = noReport();
+        {
+            const support::FailingCall failing(inPlace ? "pwrite" : "write", 1,
+                                               Failure::kFromThenOn);
+            support::failedWrite = 0;
+            EXPECT_EQ(tivar_write_bmp_file(&source.picture, nullptr,
+                                           directory.path("out.bmp").c_str(), 0, &report),
+                      TIVAR_RESULT_FILE_FAILED);
+            support::failedWrite = -1;
+            EXPECT_TRUE(failing.happened());
+        }
+        EXPECT_EQ(report.system_error, ENOSPC);
+        EXPECT_TRUE(directory.names().empty());
+    }
+}
+
+TEST(WriteFileCalls, OneThatWritesAPartIsFollowedByTheRest) {
+    const support::TempDirectory directory;
+    const Drawn picture = drawNoise(TIVAR_RGB, 40, 30, 5);
+    for (const bool inPlace : {false, true}) {
+        const Source source(picture, inPlace ? Access::kInOrder : Access::kPacked);
+        Written written;
+        {
+            const support::FailingCall partly(inPlace ? "pwrite" : "write", 1,
+                                              Failure::kFromThenOn);
+            support::failedWrite = 7;
+            written = toFile(source.picture, noOptions(), directory.path("out.bmp"));
+            support::failedWrite = -1;
+            EXPECT_TRUE(partly.happened());
+        }
+        EXPECT_EQ(written.result, TIVAR_RESULT_OK);
+        EXPECT_EQ(written.bytes, toMemory(picture, noOptions()).bytes);
+    }
+}
+
 TEST(WriteFileCalls, EachThatFailsIsToldAndTheOldFileStays) {
     const support::TempDirectory directory;
     for (const FileWay& way : everyFileWay()) {

@@ -178,6 +178,14 @@ TEST(Diffusion, LeavesEntriesOwnColorsAlone) {
     }
 }
 
+// Entries side by side at both ends of the levels.
+TEST(Diffusion, TellsTheLowestAndHighestLevelFromTheirNeighbours) {
+    const ColorTable greys = greysFrom({0, 1, 254, 255});
+    for (const int index : {0, 1, 2, 3})
+        EXPECT_EQ(diffused(flatColor(20, greys.entries[index]), greys, 8),
+                  Indices(400, static_cast<uint8_t>(index)));
+}
+
 // The longest run of the rarer of two indices in the rows and columns of a flat field.
 uint32_t longestRun(const Indices& indices, uint32_t side, uint8_t rare) {
     uint32_t longest = 0;

@@ -175,6 +175,15 @@ TEST_F(WriteFile, NamesAsLongAsTheyMayBeAreWritten) {
     expectFailed(std::string(5000, 'n'), ENAMETOOLONG);
 }
 
+// Cut short by one character it would be the null device, which takes everything.
+TEST_F(WriteFile, ANameOneCharacterTooLongIsNotCutShort) {
+    std::string name = "/dev/";
+    while (name.size() + 5 < PATH_MAX) name += "./";
+    name += "nullx";
+    ASSERT_EQ(name.size(), size_t{PATH_MAX});
+    expectFailed(name, ENAMETOOLONG);
+}
+
 TEST_F(WriteFile, PlacesThatAreNoneFail) {
     expectFailed(directory.path(), EISDIR);
     expectFailed(directory.path("missing/out.bmp"), ENOENT);

@@ -1,4 +1,6 @@
 // What headers and palettes say.
+#include "write/header.h"
+
 #include <gtest/gtest.h>
 
 #include "support/byte_list.h"
@@ -13,6 +15,27 @@ model::BmpFile fileOf(const Drawn& drawn, const TivarOptions& options) {
     model::BmpFile file = {};
     EXPECT_EQ(read(toMemory(drawn, options), file), "");
     return file;
+}
+
+TEST(WriteHeader, HasAsManyBytesAsItsFormSays) {
+    const Drawn drawn = drawNoise(TIVAR_RGB, 3, 2, 1);
+    const TivarPicture picture = recordOf(drawn);
+    for (const int32_t bits : {1, 4, 8, 16, 24}) {
+        for (const int32_t header : {TIVAR_HEADER_WINDOWS, TIVAR_HEADER_OS2, TIVAR_HEADER_V4}) {
+            TivarOptions options = optionsOf(bits);
+            options.header = header;
+            tivar::Job job;
+            if (tivar::checkJob(&picture, &options, job).result != TIVAR_RESULT_OK) continue;
+            tivar::ColorTable table = {};
+            table.count = 2;
+            const tivar::FileForm form = tivar::describeForm(job, table.count, false);
+            for (const uint8_t blank : {uint8_t{0xEE}, uint8_t{0x11}}) {
+                Bytes bytes(form.headerBytes + 8, blank);
+                tivar::putHeader(job, form, table, bytes.data());
+                EXPECT_EQ(Bytes(bytes.end() - 8, bytes.end()), Bytes(8, blank)) << bits;
+            }
+        }
+    }
 }
 
 TEST(WriteHeader, TheResolutionIsWhatWasAsked) {

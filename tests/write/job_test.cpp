@@ -258,6 +258,20 @@ TEST(WriteJob, PicturesThatContradictThemselvesAreRefused) {
     contradicts("picture.palette", [](Call& call) { call.picture.palette_count = 1; });
 }
 
+// Without a stride too, which then is a row's bytes.
+TEST(WriteJob, PicturesThatNoMemoryHoldsAreRefused) {
+    for (const ptrdiff_t stride : {ptrdiff_t{0}, PTRDIFF_MAX, PTRDIFF_MIN + 1}) {
+        expectRefusal(
+            TIVAR_RESULT_BAD_PICTURE, "picture.height",
+            [=](Call& call) {
+                call.picture.width = 0x7FFFFFFF;
+                call.picture.height = 0x7FFFFFFF;
+                call.picture.stride = sizeof(void*) == 4 ? 0 : stride;
+            },
+            TIVAR_RGBA);
+    }
+}
+
 TEST(WriteJob, OneRowNeedsNoStride) {
     for (const ptrdiff_t stride : {ptrdiff_t{1}, ptrdiff_t{-1}, PTRDIFF_MAX, PTRDIFF_MIN}) {
         expectAccepted([=](Call& call) {

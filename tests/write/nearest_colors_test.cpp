@@ -54,6 +54,22 @@ void expectNearest(const NearestColors& colors, const ColorTable& table, const u
         << +rgb[0] << ' ' << +rgb[1] << ' ' << +rgb[2] << " of " << table.count;
 }
 
+// Whoever needs a list that another thread is making does not wait for it.
+TEST(NearestColors, AreFoundWhileAnotherThreadMakesTheirList) {
+    constexpr uint32_t kBusy = 1;
+    constexpr size_t kRegions = 16 * 16 * 16;
+    const ColorTable table = tableOf(Kind::kNoise, 200, 5);
+    NearestColors colors;
+    ASSERT_TRUE(colors.prepare(table));
+    for (size_t i = 0; i < kRegions; ++i) colors.regions[i].state = kBusy;
+    Random random(6);
+    for (int i = 0; i < 3000; ++i) {
+        const uint8_t rgb[3] = {random.byte(), random.byte(), random.byte()};
+        expectNearest(colors, table, rgb);
+    }
+    for (size_t i = 0; i < kRegions; ++i) ASSERT_EQ(colors.regions[i].state, kBusy);
+}
+
 TEST(NearestColors, AreThoseThatALookThroughTheTableFinds) {
     for (const Kind kind : kKinds) {
         for (const uint32_t count : {1u, 2u, 3u, 5u, 16u, 17u, 255u, 256u}) {

@@ -1,9 +1,11 @@
 #include "write/palette.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <tivar/color.h>
 
 #include <array>
+#include <atomic>
 #include <string>
 
 #include "support/failing_call.h"
@@ -287,6 +289,22 @@ TEST(FilterPalette, IsWhatTheFilterInterfaceChooses) {
             EXPECT_EQ(watch.done, picture.height);
         }
     }
+}
+
+// Its counters are one thread's.
+TEST(FilterPalette, ReadsEveryRowOnTheCallersThread) {
+    static const pthread_t caller = pthread_self();
+    static std::atomic<int> elsewhere{0};
+    const auto read = [](const void*, uint32_t, uint8_t* scratch) -> const uint8_t* {
+        if (pthread_equal(pthread_self(), caller) == 0) ++elsewhere;
+        std::fill_n(scratch, 3 * 2000, uint8_t{7});
+        return scratch;
+    };
+    const tivar::ColorRows rows = {2000, 2000, read, nullptr};
+    Watch watch = support::unwatched();
+    ColorTable table{};
+    ASSERT_EQ(tivar::filterPalette(rows, 16, watch, table), PaletteResult::kDone);
+    EXPECT_EQ(elsewhere, 0);
 }
 
 TEST(FilterPalette, SaysThatThereIsNoMemoryAndLeaksNone) {
