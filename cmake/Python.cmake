@@ -24,4 +24,3 @@ install(DIRECTORY ${python_dir}/tivar DESTINATION ${packages_dir}
 install(FILES ${python_info}/tivar-${PROJECT_VERSION}.dist-info/METADATA
   DESTINATION ${packages_dir}/tivar-${PROJECT_VERSION}.dist-info
   COMPONENT python3-tivar EXCLUDE_FROM_ALL)
-list(APPEND tivar_components python3-tivar)

@@ -5,7 +5,7 @@ from pathlib import Path
 
 import pytest
 
-COMPLETION = Path(__file__).parents[2] / "packaging" / "tivar.bash-completion"
+COMPLETION = Path(__file__).parents[2] / "tools" / "tivar" / "bash-completion"
 SCRIPT = """
 source "$0"
 COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
