@@ -28,10 +28,11 @@ constexpr std::size_t kRoom = std::size_t{16} << 20;
 
 Drawn drawPicture(Input& input) {
     Drawn drawn = {static_cast<std::int32_t>(input.below(8)),
-                   1u + input.below(90),
-                   1u + input.below(40),
+                   1u + input.mostlySmall(90),
+                   1u + input.mostlySmall(40),
                    {},
                    {}};
+    drawn.height = fuzz::affordableRows(drawn.width, drawn.height);
     drawn.rows = fuzz::drawBytes(input, model::rowBytes(drawn.format, drawn.width) * drawn.height);
     if (!model::isIndexed(drawn.format)) return drawn;
     const std::uint32_t room = 1u << model::bitsOfFormat(drawn.format);
