@@ -15,7 +15,7 @@ MemHandle newBlock(const Bytes& bytes);
 
 // Of sides that make a large picture, one pair in sixteen stays; the others get fewer rows.
 constexpr std::uint32_t affordableRows(std::uint32_t width, std::uint32_t height) {
-    constexpr std::uint64_t kSmall = 300;
+    constexpr std::uint64_t kSmall = 200;
     if (std::uint64_t{width} * height <= kSmall || (width * 7 + height) % 16 == 0) return height;
     return width >= kSmall ? 1 : static_cast<std::uint32_t>(kSmall / width);
 }

@@ -22,7 +22,7 @@ ErrorRecord& recordAt(ErrorStack& stack, int32_t index) {
 ErrorStack& boundedErrors(EMData& device) {
     ErrorStack& stack = device.errors;
     stack.count = std::min(stack.count, kEntries);
-    stack.capacity = std::min(stack.capacity, kEntries);
+    stack.capacity = std::clamp(stack.capacity, 0, kEntries);
     return stack;
 }
 

@@ -71,7 +71,8 @@ bool runEverythingOnce() {
                             calls[static_cast<std::size_t>(kind)], seed);
         }
     }
-    std::fprintf(stderr, "%ld acts in call-backs, of %u runs\n", acts, seed - 1);
+    std::fprintf(stderr, "%zu symbols and %zu changes, %ld of %u acts in call-backs\n",
+                 host::symbols().size(), host::edits().size(), acts, seed - 1);
     for (int kind = 0; kind < host::kCallBacks; ++kind) {
         if (isReached[kind]) continue;
         std::fprintf(stderr, "call-back %d never came\n", kind);
