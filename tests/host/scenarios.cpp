@@ -108,6 +108,7 @@ void driveCommonRoute(World& world) {
     const MemHandle setup = world.settings.pick(world.input);
     serve(setup, world.input.oneIn(2));
     // Once more without an end in between, the output before is lost.
+    const Owned owned = Owned::of(setup);
     if (setup != 0 && recordOf(setup)->metafileStream != 0) world.lose();
     char name[8] = "";
     HostWord words[DRIVER_INIT_WORDS] = {};
@@ -119,7 +120,7 @@ void driveCommonRoute(World& world) {
     dd_entry32(0, DRV_DISPATCH, OpcodeBlock(OP_OPEN).data(), 0);
     dd_entry32(0, DRV_TERM, nullptr, 0);
     // A call-back may have put other settings there: those of this session go on for good.
-    if (setup != 0 && recordOf(setup) != nullptr && recordOf(setup)->metafileStream != 0) {
+    if (owned.isAlive() && recordOf(setup)->metafileStream != 0) {
         EditSetup(setup, 0);
         dd_entry32(0, DRV_TERM, nullptr, 0);
     }
