@@ -500,8 +500,10 @@ class Session {
 
     PlainCells makeCells() {
         PlainCells cells = {};
-        cells.cells = input_.oneIn(32) ? input_.wild() : 1 + input_.below(40);
-        cells.rows = input_.oneIn(32) ? input_.wild() : 1 + input_.below(24);
+        cells.cells = input_.oneIn(32) ? input_.wild() : 1 + input_.mostlySmall(40);
+        cells.rows = input_.oneIn(32) ? input_.wild() : 1 + input_.mostlySmall(24);
+        if (cells.rows <= 24 && cells.cells <= 40)
+            cells.rows = fuzz::affordableRows(cells.cells, cells.rows);
         cells.precision = precision();
         const bool isUpright = input_.oneIn(2);
         cells.firstY = isUpright ? 10 : input_.number();

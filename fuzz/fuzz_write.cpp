@@ -28,10 +28,11 @@ constexpr std::size_t kRoom = std::size_t{16} << 20;
 
 Drawn drawPicture(Input& input) {
     Drawn drawn = {static_cast<std::int32_t>(input.below(8)),
-                   1u + input.below(90),
-                   1u + input.below(40),
+                   1u + input.mostlySmall(90),
+                   1u + input.mostlySmall(40),
                    {},
                    {}};
+    drawn.height = fuzz::affordableRows(drawn.width, drawn.height);
     drawn.rows = fuzz::drawBytes(input, model::rowBytes(drawn.format, drawn.width) * drawn.height);
     if (!model::isIndexed(drawn.format)) return drawn;
     const std::uint32_t room = 1u << model::bitsOfFormat(drawn.format);
@@ -106,6 +107,28 @@ struct Sink {
     std::size_t room;
     Bytes bytes;
     bool failed;
+};
+
+// Progress and cancel, of which one at a time says stop.
+struct Questions {
+    static std::int32_t hear(void* context, std::int32_t percent) {
+        auto& self = *static_cast<Questions*>(context);
+        require(percent > self.told && percent <= 100, "progress goes on, up to 100");
+        self.told = percent;
+        return self.answer();
+    }
+    static std::int32_t ask(void* context) { return static_cast<Questions*>(context)->answer(); }
+
+    std::int32_t answer() {
+        require(!hasStopped, "nothing follows a stop");
+        hasStopped = ++asked == stopsAt;
+        return hasStopped ? 1 : 0;
+    }
+
+    std::uint32_t stopsAt;
+    std::uint32_t asked;
+    std::int32_t told;
+    bool hasStopped;
 };
 
 TivarPicture recordOf(const Drawn& drawn) {
@@ -213,10 +236,16 @@ void testOtherWay(Input& input, const Drawn& drawn, const TivarOptions& options,
     const TivarSink sink = {sizeof sink, Sink::take, &taken};
     TivarReport report = {};
     report.size = sizeof report;
+    const std::uint32_t failingOne = input.oneIn(4) ? 1u + input.below(12) : 0;
+    Questions questions = {input.oneIn(4) ? input.u8() : 0u, 0, -1, false};
+    TivarOptions asking = options;
+    asking.context = &questions;
+    if (input.oneIn(2)) asking.progress = Questions::hear;
+    if (input.oneIn(2)) asking.cancel = Questions::ask;
     std::int32_t result = 0;
     {
-        const fuzz::FailingAllocation failing(input.oneIn(4) ? 1u + input.below(12) : 0);
-        result = tivar_write_bmp(&picture, &options, &sink, &report);
+        const fuzz::FailingAllocation failing(failingOne);
+        result = tivar_write_bmp(&picture, &asking, &sink, &report);
     }
     requireEqual(report.result, result, "the result told");
     require((report.text[0] != 0) == (result != TIVAR_RESULT_OK), "a text for what failed");
@@ -224,6 +253,7 @@ void testOtherWay(Input& input, const Drawn& drawn, const TivarOptions& options,
     if (taken.failed) requireEqual<int>(result, TIVAR_RESULT_SINK_FAILED, "a sink that failed");
     if (rows.failsAt != 0 && rows.given == rows.failsAt)
         requireEqual<int>(result, TIVAR_RESULT_ROW_FAILED, "a row that failed");
+    require((result == TIVAR_RESULT_CANCELLED) == questions.hasStopped, "stopped when told so");
     if (result == TIVAR_RESULT_NO_MEMORY) require(fuzz::HeapWatch::refused(), "there was memory");
     require(taken.bytes.size() <= whole.bytes.size() &&
                 std::equal(taken.bytes.begin(), taken.bytes.end(), whole.bytes.begin()),

@@ -3,6 +3,7 @@
 paths. A seed is put together in the order in which the target takes it apart."""
 
 import pathlib
+import random
 import re
 import struct
 import sys
@@ -292,15 +293,15 @@ def struct_io():
 
 
 def write_some(count):
-    return Seed().u8(0).one_in(8).u8(count).add(drawing())
+    return Seed().u8(0).one_in(32).u8(count).add(drawing())
 
 
 def write_large(place):
-    return Seed().u8(0).one_in(8, True).u8(place).add(drawing(RUNS))
+    return Seed().u8(0).one_in(32, True).u8(place).add(drawing(RUNS))
 
 
 def read(count):
-    return Seed().u8(4).one_in(8).u8(count)
+    return Seed().u8(4).one_in(32).u8(count)
 
 
 def seek(whence, offset, back=False):
@@ -634,8 +635,15 @@ def palette():
         yield name, Seed().u8(pal).raw(b"RIFF" + struct.pack("<I", len(body)) + body)
 
 
+def host():
+    """Sequences of any acts: the host's choices are all alike."""
+    for i in range(24):
+        yield f"sequence-{i}", Seed().raw(random.Random(i).randbytes(160))
+
+
 def main():
-    targets = (filter_route, driver_route, struct_io, streams, profiles, color, bmp_output, write, bmp, palette)
+    targets = (filter_route, driver_route, struct_io, streams, profiles, color, bmp_output, write, bmp, palette,
+               host)
     for target in targets:
         directory = CORPUS / target.__name__
         directory.mkdir(parents=True, exist_ok=True)

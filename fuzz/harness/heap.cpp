@@ -1,11 +1,15 @@
 #include "harness/heap.h"
 
+#include <malloc.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <unordered_map>
 #include <utility>
 
 #include "harness/check.h"
+#include "harness/large_blocks.h"
 
 namespace fuzz {
 namespace {
@@ -28,8 +32,22 @@ bool refuses(std::size_t bytes) {
     return true;
 }
 
-void count(long blocks) {
-    if (g_heap.watching) g_heap.live += blocks;
+// Of C++ allocations, which do not come this way.
+using Ledger = std::unordered_map<const void*, std::uint64_t>;
+Ledger* g_ledger = nullptr;
+std::uint64_t g_serial = 0;
+
+void* gained(void* block) {
+    if (block == nullptr) return nullptr;
+    if (g_heap.watching) ++g_heap.live;
+    if (g_ledger != nullptr) (*g_ledger)[block] = ++g_serial;
+    return block;
+}
+
+void lost(const void* block) {
+    if (block == nullptr) return;
+    if (g_heap.watching) --g_heap.live;
+    if (g_ledger != nullptr) g_ledger->erase(block);
 }
 
 int lowestFreeDescriptor() {
@@ -55,6 +73,25 @@ HeapWatch::~HeapWatch() {
 
 bool HeapWatch::refused() {
     return g_heap.refused;
+}
+
+HeapLedger::HeapLedger() {
+    g_ledger = new Ledger;
+}
+
+HeapLedger::~HeapLedger() {
+    delete std::exchange(g_ledger, nullptr);
+}
+
+std::uint64_t HeapLedger::serialOf(const void* block) {
+    const auto found = g_ledger->find(block);
+    return found == g_ledger->end() ? 0 : found->second;
+}
+
+std::size_t HeapLedger::freeAll() {
+    const Ledger left = *g_ledger;
+    for (const auto& [block, serial] : left) std::free(const_cast<void*>(block));
+    return left.size();
 }
 
 FailingAllocation::FailingAllocation(std::uint32_t nth) {
@@ -85,26 +122,38 @@ void* __wrap_realloc(void* block, std::size_t size);
 void __wrap_free(void* block);
 
 void* __wrap_malloc(std::size_t size) {
-    void* block = fuzz::refuses(size) ? nullptr : __real_malloc(size);
-    if (block != nullptr) fuzz::count(1);
-    return block;
+    if (fuzz::refuses(size)) return nullptr;
+    return fuzz::gained(fuzz::isLarge(size) ? fuzz::takeLarge(size) : __real_malloc(size));
 }
 
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-    void* block = fuzz::refuses(count * size) ? nullptr : __real_calloc(count, size);
-    if (block != nullptr) fuzz::count(1);
-    return block;
+    const std::size_t bytes = count * size;
+    if (fuzz::refuses(bytes)) return nullptr;
+    if (!fuzz::isLarge(bytes)) return fuzz::gained(__real_calloc(count, size));
+    void* block = fuzz::takeLarge(bytes);
+    return fuzz::gained(block == nullptr ? nullptr : std::memset(block, 0, bytes));
 }
 
 void* __wrap_realloc(void* block, std::size_t size) {
     if (fuzz::refuses(size)) return nullptr;
-    void* moved = __real_realloc(block, size);
-    if (block == nullptr && moved != nullptr) fuzz::count(1);
-    return moved;
+    void* moved = nullptr;
+    if (fuzz::largeSize(block) == 0 && !fuzz::isLarge(size)) {
+        moved = __real_realloc(block, size);
+        if (moved == nullptr) return nullptr;
+    } else {
+        moved = fuzz::isLarge(size) ? fuzz::takeLarge(size) : __real_malloc(size);
+        if (moved == nullptr) return nullptr;
+        const std::size_t large = fuzz::largeSize(block);
+        const std::size_t held = large != 0 ? large : malloc_usable_size(block);
+        std::memcpy(moved, block, std::min(held, size));
+        if (!fuzz::giveBackLarge(block)) __real_free(block);
+    }
+    fuzz::lost(block);
+    return fuzz::gained(moved);
 }
 
 void __wrap_free(void* block) {
-    if (block != nullptr) fuzz::count(-1);
-    __real_free(block);
+    fuzz::lost(block);
+    if (!fuzz::giveBackLarge(block)) __real_free(block);
 }
 }

@@ -10,7 +10,7 @@ namespace fuzz {
 
 // Blocks above this size cannot be had. It holds everything that the library needs for the pictures
 // that are compared, and keeps what the others cost in bounds.
-constexpr std::uint32_t kLargestBlock = 3u << 20;
+constexpr std::uint32_t kLargestBlock = 1u << 20;
 
 // For the life of the guard, what is allocated must be freed again, and files opened be closed.
 class HeapWatch {
@@ -25,6 +25,20 @@ class HeapWatch {
 
   private:
     int descriptor_;
+};
+
+// For the life of the guard, which blocks there are is known: for a host that loses sight of its own.
+class HeapLedger {
+  public:
+    HeapLedger();
+    ~HeapLedger();
+    HeapLedger(const HeapLedger&) = delete;
+    HeapLedger& operator=(const HeapLedger&) = delete;
+
+    // Tells a block from others that were at its place before it; 0 = there is none now.
+    static std::uint64_t serialOf(const void* block);
+    // Frees what is left, as nobody does any more; how many blocks that were.
+    static std::size_t freeAll();
 };
 
 // The nth allocation of the guard's life fails; 0 = none.

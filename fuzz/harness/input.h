@@ -40,6 +40,12 @@ class Input {
 
     // 0 to count - 1, from one byte.
     std::uint32_t below(std::uint32_t count) { return u8() % count; }
+    // The same, mostly a small number: what is large takes long and tells little more.
+    std::uint32_t mostlySmall(std::uint32_t count) {
+        constexpr std::uint32_t kSmall = 12;
+        const std::uint32_t byte = u8();
+        return byte < count ? byte : byte % kSmall;
+    }
     bool oneIn(std::uint32_t count) { return below(count) == count - 1; }
 
     template <class T, std::size_t N>

@@ -16,7 +16,7 @@ enum Style { kFromInput, kNoise, kRuns, kFewValues, kGreyTriples, kNearGreyTripl
 
 std::size_t bytesOf(const Picture& picture) {
     const std::uint64_t stride = (std::uint64_t{picture.width} * picture.bits + 31) / 32 * 4;
-    return static_cast<std::size_t>(std::min<std::uint64_t>(stride * picture.height, 1u << 16));
+    return static_cast<std::size_t>(std::min<std::uint64_t>(stride * picture.height, 1u << 13));
 }
 
 std::size_t tableBytesOf(const Picture& picture) {
@@ -24,7 +24,7 @@ std::size_t tableBytesOf(const Picture& picture) {
 }
 
 std::uint16_t makeSide(Input& input) {
-    return input.oneIn(32) ? input.u16() : static_cast<std::uint16_t>(input.below(72));
+    return input.oneIn(32) ? input.u16() : static_cast<std::uint16_t>(input.mostlySmall(72));
 }
 
 // Mostly whole, else shorter or longer.
@@ -73,7 +73,7 @@ Picture makePicture(Input& input) {
     Picture picture = {};
     picture.bits = input.oneIn(64) ? input.u16() : input.pick(depths);
     picture.width = makeSide(input);
-    picture.height = makeSide(input);
+    picture.height = static_cast<std::uint16_t>(affordableRows(picture.width, makeSide(input)));
     picture.hasPixels = !input.oneIn(64);
     picture.hasTable = !input.oneIn(picture.bits > 8 ? 2 : 16);
     picture.pixels = drawBytes(input, bytesOf(picture));
@@ -87,8 +87,9 @@ Picture makeSoundPicture(Input& input) {
     constexpr std::uint16_t depths[] = {24, 8, 4, 1};
     Picture picture = {};
     picture.bits = input.pick(depths);
-    picture.width = static_cast<std::uint16_t>(1 + input.below(80));
-    picture.height = static_cast<std::uint16_t>(1 + input.below(48));
+    picture.width = static_cast<std::uint16_t>(1 + input.mostlySmall(80));
+    picture.height =
+        static_cast<std::uint16_t>(affordableRows(picture.width, 1 + input.mostlySmall(48)));
     picture.hasPixels = true;
     picture.hasTable = picture.bits <= 8;
     picture.pixels = drawBytes(input, bytesOf(picture));
@@ -129,8 +130,9 @@ model::Description makeDescription(Input& input, const Picture& picture, bool sa
     description.height = picture.height;
     if (input.oneIn(2)) return description;
     if (sane || input.oneIn(2)) {
-        description.width = static_cast<int>(1 + input.below(100));
-        description.height = static_cast<int>(1 + input.below(60));
+        description.width = static_cast<int>(1 + input.mostlySmall(100));
+        description.height = static_cast<int>(affordableRows(
+            static_cast<std::uint32_t>(description.width), 1 + input.mostlySmall(60)));
         return description;
     }
     description.resolution = input.oneIn(4) ? input.i16() : input.u8();
@@ -186,7 +188,7 @@ Extent negotiatedExtent(model::Settings settings, const model::Description& desc
 }
 
 bool isAffordable(const Picture& picture, const Extent& extent) {
-    constexpr std::uint64_t most = 1u << 13;
+    constexpr std::uint64_t most = 1u << 12;
     return std::uint64_t{picture.width} * picture.height <= most &&
            std::uint64_t{extent.width} * extent.height <= most && extent.width <= most &&
            extent.height <= most && picture.isModelled();

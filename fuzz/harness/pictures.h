@@ -13,6 +13,13 @@ namespace fuzz {
 // A block of the host's, which can always be had.
 MemHandle newBlock(const Bytes& bytes);
 
+// Of sides that make a large picture, one pair in sixteen stays; the others get fewer rows.
+constexpr std::uint32_t affordableRows(std::uint32_t width, std::uint32_t height) {
+    constexpr std::uint64_t kSmall = 200;
+    if (std::uint64_t{width} * height <= kSmall || (width * 7 + height) % 16 == 0) return height;
+    return width >= kSmall ? 1 : static_cast<std::uint32_t>(kSmall / width);
+}
+
 // Bytes in one of several styles: of the input over and over, noise, runs, a few values, greys.
 Bytes drawBytes(Input& input, std::size_t count);
 
@@ -46,7 +53,7 @@ model::Description makeDescription(Input& input, const Picture& picture, bool sa
 // A settings record in a block of its own.
 struct SettingsBlock {
     explicit SettingsBlock(const model::Settings& settings);
-    ~SettingsBlock() { GlobalFree(handle); }
+    ~SettingsBlock() { DestroySetup(handle); }
     SettingsBlock(const SettingsBlock&) = delete;
     SettingsBlock& operator=(const SettingsBlock&) = delete;
 

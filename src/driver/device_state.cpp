@@ -184,9 +184,11 @@ int32_t AllocGlobal() {
 }
 
 int32_t FreeGlobal() {
-    const EMData* device = lpEMData;
+    EMData* device = lpEMData;
     if (device == nullptr) return 0;
+    // A state whose handle the host took away stays behind: nothing of it is freed twice.
     GlobalFree(device->imageMemory);
+    device->imageMemory = 0;
     GlobalUnlock(hEMData);
     GlobalFree(hEMData);
     hEMData = 0;
@@ -239,6 +241,8 @@ int32_t RASTER_termdvr() {
     if (!device.current()) return 0;
     GlobalUnlock(device->hReply);
     GlobalFree(device->hReply);
+    device->hReply = 0;
+    device->lpReply = nullptr;
     return FreeGlobal();
 }
 

@@ -15,18 +15,17 @@ constexpr size_t kFirstReportBytes = offsetof(TivarReport, bytes) + sizeof(Tivar
 
 }  // namespace
 
-bool isReport(const TivarReport* report) {
-    return report == nullptr ||
-           (report->size >= kFirstReportBytes && report->size <= kMostRecordBytes);
+bool beginReport(TivarReport& report, const TivarReport* to) {
+    if (to == nullptr) return true;
+    report.size = to->size;
+    return report.size >= kFirstReportBytes && report.size <= kMostRecordBytes;
 }
 
 int32_t tell(TivarReport* to, const TivarReport& report) {
     if (to == nullptr) return report.result;
-    const uint32_t size = to->size;
-    const size_t known = std::min<size_t>(size, sizeof report);
+    const size_t known = std::min<size_t>(report.size, sizeof report);
     std::memcpy(to, &report, known);
-    std::memset(reinterpret_cast<uint8_t*>(to) + known, 0, size - known);
-    to->size = size;
+    std::memset(reinterpret_cast<uint8_t*>(to) + known, 0, report.size - known);
     return report.result;
 }
 

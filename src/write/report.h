@@ -8,10 +8,11 @@
 
 namespace tivar {
 
-// Whether the caller's report can be filled: it is null or has a size that a release had.
-bool isReport(const TivarReport* report);
+// Notes the size of the caller's report, which call-backs may change. False when it cannot be
+// filled: it is neither null nor of a size that a release had.
+bool beginReport(TivarReport& report, const TivarReport* to);
 
-// Fills as much of the caller's report as its size says; null is allowed. Returns the result.
+// Fills as much of the caller's report as its size said; null is allowed. Returns the result.
 int32_t tell(TivarReport* to, const TivarReport& report);
 
 // Sets result, field and text; why completes "FIELD: ...".

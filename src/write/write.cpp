@@ -74,8 +74,8 @@ using namespace tivar;
 
 int32_t tivar_write_bmp(const TivarPicture* picture, const TivarOptions* options,
                         const TivarSink* sink, TivarReport* report) {
-    if (!isReport(report)) return TIVAR_RESULT_BAD_CALL;
     Call call = {};
+    if (!beginReport(call.report, report)) return TIVAR_RESULT_BAD_CALL;
     TivarSink own = {};
     if (!accept(call, picture, options, checkSink(sink, own))) return tell(report, call.report);
     fail(call.report, writeFile(call.session, sinkTarget(own)), 0);
@@ -85,8 +85,8 @@ int32_t tivar_write_bmp(const TivarPicture* picture, const TivarOptions* options
 
 int32_t tivar_write_bmp_file(const TivarPicture* picture, const TivarOptions* options,
                              const char* name, uint32_t flags, TivarReport* report) {
-    if (!isReport(report)) return TIVAR_RESULT_BAD_CALL;
     Call call = {};
+    if (!beginReport(call.report, report)) return TIVAR_RESULT_BAD_CALL;
     Refusal refusal = kAccepted;
     if (name == nullptr || *name == '\0') refusal = {TIVAR_RESULT_BAD_CALL, "name", "it is empty"};
     if ((flags & ~uint32_t{TIVAR_FILE_SYNC | TIVAR_FILE_NEW}) != 0)
@@ -105,8 +105,8 @@ int32_t tivar_write_bmp_memory(const TivarPicture* picture, const TivarOptions* 
                                void** bytes, size_t* length, TivarReport* report) {
     if (bytes != nullptr) *bytes = nullptr;
     if (length != nullptr) *length = 0;
-    if (!isReport(report)) return TIVAR_RESULT_BAD_CALL;
     Call call = {};
+    if (!beginReport(call.report, report)) return TIVAR_RESULT_BAD_CALL;
     Refusal refusal = kAccepted;
     if (bytes == nullptr) refusal = {TIVAR_RESULT_BAD_CALL, "bytes", "it is null"};
     if (length == nullptr) refusal = {TIVAR_RESULT_BAD_CALL, "length", "it is null"};

@@ -48,6 +48,23 @@ TEST(ErrorStack, PushStampsTheCurrentSequence) {
     EXPECT_EQ(device.errors.lastCode, -1);
 }
 
+TEST(ErrorStack, NumbersOfTheHostsBeyondTheEntriesCountAsTheirNumber) {
+    Device device;
+    device.errors.count = INT32_MAX;
+    device.errors.capacity = INT32_MAX;
+    device.errors.overflowCount = INT32_MAX;
+    device.deviceState = DEV_CLOSED;
+    tivar::push_er(303);
+    EXPECT_EQ(device.errors.count, 10);
+    EXPECT_EQ(device.errors.overflowCount, INT32_MAX);
+    expectRecord(device.errors.entries[9], 0, 303);
+    EXPECT_EQ(device.deviceState, DEV_CLOSED) << "nothing behind the stack is touched";
+    device.errors.capacity = INT32_MIN;
+    device.errors.count = INT32_MIN;
+    tivar::push_er(901);
+    expectRecord(device.errors.firstRecord, 0, 901);
+}
+
 TEST(ErrorStack, StackWithCapacityGrowsAndKeepsTheFirstRecord) {
     Device device;
     device.errors.capacity = 10;

@@ -386,6 +386,12 @@ const std::vector<Row>& rows() {
          }},
         {"DRV_INIT", [](World& world) { world.initialiseDevice(world.other); }, Harm::kDevice},
         {"DRV_TERM", [](World& world) { world.terminateDevice(); }, Harm::kDevice},
+        {"DRV_TERM without the device's handle",
+         [](World& world) {
+             hEMData = 0;
+             world.terminateDevice();
+         },
+         Harm::kDevice},
         {"DRV_INIT and DRV_TERM",
          [](World& world) {
              world.initialiseDevice(world.other);

@@ -123,6 +123,18 @@ TEST(ReplyBuffer, SmallerBufferOfASecondInitialisationTakesNothingAndThePosition
     EXPECT_EQ(support::liveBlocks, blocks);
 }
 
+TEST(ReplyBuffer, NumbersOfTheHostsDoNotLeadOutOfTheBuffer) {
+    const ReplyHost host(8);
+    append({1, 2, 3});
+    lpEMData->replySize = UINT32_MAX;
+    append(Bytes(20, 4));
+    EXPECT_EQ(lpEMData->replyPosition, 8u);
+    EXPECT_EQ(support::blockContents(lpEMData->hReply), (Bytes{1, 2, 3, 4, 4, 4, 4, 4}));
+    lpEMData->replyPosition = UINT32_MAX - 1;
+    append({5});
+    EXPECT_EQ(lpEMData->replyPosition, UINT32_MAX - 1);
+}
+
 TEST(ReplyBuffer, PositionBehindTheEndBecomesTheSizeWithoutABufferToo) {
     const ReplyHost host(8);
     lpEMData->replyPosition = 9;

@@ -198,6 +198,37 @@ TEST(Write, ReportsMayBeLeftOutOfEveryCall) {
     EXPECT_EQ(directory.read("out.bmp"), std::string(sink.bytes.begin(), sink.bytes.end()));
 }
 
+// What a sink does to the report while the file is written.
+struct MeddlingSink {
+    static size_t take(void* context, const void*, size_t length) {
+        auto& self = *static_cast<MeddlingSink*>(context);
+        self.report.size = self.size;
+        std::memset(self.report.text, 'x', sizeof self.report.text);
+        return length;
+    }
+
+    uint32_t size;
+    TivarReport report;
+    uint8_t behind[64];
+};
+
+TEST(Write, AReportHasTheSizeThatItHadWhenTheCallBegan) {
+    const Drawn picture = drawNoise(TIVAR_BGR, 5, 4, 3);
+    const TivarPicture record = recordOf(picture);
+    for (const uint32_t size :
+         {0u, 1u, static_cast<uint32_t>(sizeof(TivarReport)) + 64, 4096u, UINT32_MAX}) {
+        MeddlingSink sink = {size, {}, {}};
+        sink.report.size = sizeof sink.report;
+        std::memset(sink.behind, 0xEE, sizeof sink.behind);
+        const TivarSink sinkRecord = {sizeof sinkRecord, MeddlingSink::take, &sink};
+        EXPECT_EQ(tivar_write_bmp(&record, nullptr, &sinkRecord, &sink.report), TIVAR_RESULT_OK);
+        EXPECT_EQ(sink.report.size, sizeof sink.report);
+        EXPECT_EQ(sink.report.bytes, 54u + 16 * 4);
+        EXPECT_STREQ(sink.report.text, "");
+        for (const uint8_t byte : sink.behind) ASSERT_EQ(byte, 0xEE) << size;
+    }
+}
+
 // The smallest file of each kind, byte for byte, worked out by hand from the format's description.
 TEST(Write, FilesWorkedOutByHand) {
     const Drawn color = {TIVAR_RGB, 1, 1, {1, 2, 3}, {}};

@@ -1,0 +1,75 @@
+#include "host/sequence.h"
+
+#include <signal.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "harness/check.h"
+#include "harness/heap.h"
+#include "harness/scratch.h"
+
+namespace host {
+
+Doing g_doing = {"", "", 0};
+
+namespace {
+
+// The histogram of a palette's choice fits, and not much of a picture: there are many in a sequence.
+constexpr std::size_t kLargestBlock = 300000;
+
+void tell(int signal) {
+    char text[200];
+    const int length = std::snprintf(text, sizeof text, "%s: %s, %s, %d\n",
+                                     signal == SIGALRM ? "does not come back" : "ended",
+                                     g_doing.what, g_doing.act, g_doing.number);
+    if (write(STDERR_FILENO, text, static_cast<std::size_t>(length)) < 0) _exit(2);
+    _exit(1);
+}
+
+}  // namespace
+
+void settleDown() {
+    static bool isDone = false;
+    if (isDone) return;
+    isDone = true;
+    const std::string directory = fuzz::scratchPath("");
+    fuzz::require(chdir(directory.c_str()) == 0, "the directory is there");
+    setenv("TMPDIR", directory.c_str(), 1);
+    unsetenv("INIDIR");
+    unsetenv("DISPLAYINFO");
+    signal(SIGALRM, tell);
+    signal(SIGABRT, tell);
+}
+
+long playOnce(const Bytes& bytes) {
+    settleDown();
+    Input input(bytes.data(), bytes.size());
+    const fuzz::HeapWatch watch(kLargestBlock);
+    const fuzz::HeapLedger ledger;
+    World world(input);
+    world.play();
+    return world.reached;
+}
+
+long obeyOnce(Act scenario, const Order& order, const Bytes& bytes) {
+    Input input(bytes.data(), bytes.size());
+    const fuzz::HeapWatch watch(kLargestBlock);
+    const fuzz::HeapLedger ledger;
+    World world(input);
+    world.obey(scenario, order);
+    return world.reached;
+}
+
+std::vector<int> watchOnce(Act scenario) {
+    const Bytes none;
+    Input input(none.data(), 0);
+    const fuzz::HeapWatch watch(kLargestBlock);
+    const fuzz::HeapLedger ledger;
+    World world(input);
+    return world.watch(scenario);
+}
+
+}  // namespace host

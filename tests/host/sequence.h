@@ -1,0 +1,26 @@
+// One run of the misbehaving host, in surroundings of its own, after which nothing may be left.
+#pragma once
+
+#include "host/world.h"
+
+namespace host {
+
+// What runs, for the message when it does not come back.
+struct Doing {
+    const char* what;
+    const char* act;
+    int number;
+};
+extern Doing g_doing;
+
+// Profiles and files have a directory of their own, and the library's messages go nowhere.
+void settleDown();
+
+// Acts inside call-backs.
+long playOnce(const Bytes& bytes);
+long obeyOnce(Act scenario, const Order& order, const Bytes& bytes);
+
+// How often each call-back comes.
+std::vector<int> watchOnce(Act scenario);
+
+}  // namespace host
