@@ -81,7 +81,6 @@ void readHeader(const Reader& reader, std::FILE* file, Layout& layout) {
     layout.transparentKey = png_get_valid(reader.png, reader.info, PNG_INFO_tRNS) != 0;
     chooseFormat(reader, layout);
     layout.passes = png_set_interlace_handling(reader.png);
-    png_read_update_info(reader.png, reader.info);
 }
 
 void takePalette(const Reader& reader, Image& picture) {
@@ -142,6 +141,9 @@ Image readPng(std::FILE* file, const ReadRequest& request) {
     const Reader reader(guard);
     Layout layout;
     guarded(guard, [&] { readHeader(reader, file, layout); });
+    // Before libpng obtains memory for a row, however long.
+    requireSize(request, layout.format, layout.width, layout.height);
+    guarded(guard, [&] { png_read_update_info(reader.png, reader.info); });
     Image picture = newImage(request, layout.format, layout.width, layout.height);
     takeColors(reader, layout, picture);
     tolerating(request, picture,
