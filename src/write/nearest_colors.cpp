@@ -234,7 +234,7 @@ constexpr int kKeyShift = 8;
 #ifdef TIVAR_SSE2
 
 inline uint32_t loadPixel(const uint8_t* rgb) {
-    uint16_t low;
+    uint16_t low = 0;
     std::memcpy(&low, rgb, sizeof low);
     return low | static_cast<uint32_t>(rgb[2]) << 16;
 }

@@ -25,6 +25,7 @@ struct Reader {
     Reader() = default;
     ~Reader() { jpeg_destroy_decompress(&jpeg); }
     Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
 };
 
 [[noreturn]] void leaveLimited(j_common_ptr common, const char* message) {
@@ -133,6 +134,7 @@ struct ProfileBytes {
     ProfileBytes() = default;
     ~ProfileBytes() { std::free(data); }
     ProfileBytes(const ProfileBytes&) = delete;
+    ProfileBytes& operator=(const ProfileBytes&) = delete;
 };
 
 int orientationOf(const jpeg_decompress_struct& jpeg) {

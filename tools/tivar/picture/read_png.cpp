@@ -43,6 +43,7 @@ struct Reader {
     }
     ~Reader() { png_destroy_read_struct(&png, &info, nullptr); }
     Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
 };
 
 // Greys of 8 bits need no table unless one of them is transparent.

@@ -21,6 +21,7 @@ struct Writer {
     Writer() = default;
     ~Writer() { jpeg_destroy_compress(&jpeg); }
     Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
 };
 
 [[noreturn]] void leaveWithMessage(j_common_ptr common) {
