@@ -1,6 +1,6 @@
-// Small exports one after another in one process, by every door and to every kind of target, and what
-// the process has piled up meanwhile: soak COUNT SAMPLES DIRECTORY prints a line of figures for each
-// sample. An export that differs from the first of its kind ends it with 1.
+// Small exports one after another in one process, by every door and to every kind of target, and
+// what the process has piled up meanwhile: soak COUNT SAMPLES DIRECTORY prints a line of figures
+// for each sample. An export that differs from the first of its kind ends it with 1.
 #include <malloc.h>
 #include <tivar/tivar.h>
 #include <tivar/write.h>
