@@ -63,7 +63,9 @@ class Panel:
     y_title: str
     x_values: list
     lines: list
-    logarithmic: bool  # the y axis; the x axis always is
+    logarithmic: bool  # the y axis
+    x_logarithmic: bool = True
+    x_ticks: list | None = None  # other values than those of the points, which then have no dots
 
 
 def linear_ticks(highest):
@@ -113,7 +115,8 @@ class Frame:
 
     def x_of(self, value):
         room = self.right - self.left - 2 * INSET
-        return self.left + INSET + room * fraction(value, self.panel.x_values[0], self.panel.x_values[-1], True)
+        values = self.panel.x_ticks or self.panel.x_values
+        return self.left + INSET + room * fraction(value, values[0], values[-1], self.panel.x_logarithmic)
 
     def y_of(self, value):
         share = fraction(value, self.ticks[0], self.ticks[-1], self.panel.logarithmic)
@@ -126,7 +129,7 @@ class Frame:
             y = self.y_of(tick)
             yield f'<line class="grid" x1="{self.left:.1f}" y1="{y:.1f}" x2="{self.right:.1f}" y2="{y:.1f}"/>'
             yield text("faint", self.left - 8, y + 4, f"{tick:g}", "end")
-        for value in self.panel.x_values:
+        for value in self.panel.x_ticks or self.panel.x_values:
             yield text("faint", self.x_of(value), self.bottom + 20, f"{value:g}", "middle")
         yield text("faint", (self.left + self.right) / 2, self.bottom + 42, self.panel.x_title, "middle")
 
@@ -137,7 +140,7 @@ class Frame:
             path = " ".join(f"{x:.1f},{y:.1f}" for x, y in points)
             dashes = ' stroke-dasharray="6 4"' if line.dashed else ""
             yield f'<polyline class="stroke{i}"{dashes} points="{path}"/>'
-            for x, y in points:
+            for x, y in [] if self.panel.x_ticks else points:
                 yield f'<circle class="fill{i}" cx="{x:.1f}" cy="{y:.1f}" r="3.5"/>'
             yield text(f"fill{i}", self.right, name_y + 4, line.name)
 

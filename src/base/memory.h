@@ -51,6 +51,8 @@ template <class T>
 struct Pinned : Locked<T> {
     explicit Pinned(MemHandle block) : Locked<T>(block) { pinBlock(block); }
     ~Pinned() { unpinBlock(this->handle); }
+    Pinned(const Pinned&) = delete;
+    Pinned& operator=(const Pinned&) = delete;
 
     // Whether the block was freed meanwhile; false where there was none from the start.
     bool gone() const { return this->handle != 0 && isGone(this->handle); }

@@ -10,7 +10,7 @@ namespace tivar {
 namespace {
 
 uint64_t load(const uint8_t* bytes) {
-    uint64_t word;
+    uint64_t word = 0;
     std::memcpy(&word, bytes, sizeof word);
     return word;
 }

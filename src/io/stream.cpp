@@ -338,7 +338,7 @@ int32_t oxlCopy(const char* sourceName, const char* targetName) {
     const OxlStream target = oxlOpen(targetName, nullptr, OXL_CREATE | OXL_WRITE);
     int64_t difference = 0;
     uint8_t buffer[4096];
-    for (int32_t count; (count = oxlRead(source, buffer, sizeof buffer)) >= 1;)
+    for (int32_t count = 0; (count = oxlRead(source, buffer, sizeof buffer)) >= 1;)
         difference += oxlWrite(target, buffer, count) - count;
     oxlClose(source);
     oxlClose(target);

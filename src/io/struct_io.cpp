@@ -222,6 +222,7 @@ int32_t oxlReadStruct(OxlStream stream, const char* format, void* destination, i
 
 int32_t oxlWriteStruct(OxlStream stream, const char* format, const void* source, int32_t count) {
     // A writing transfer only reads its memory.
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
     auto* memory = static_cast<uint8_t*>(const_cast<void*>(source));
     return transferRecords({stream, memory, false, 0, 1, 0, false}, format, count);
 }

@@ -111,7 +111,7 @@ struct ColorFlight {
 
     // With what the byte behind the pixel makes of the lane that nobody reads.
     static void storePixel(const uint8_t* color, uint64_t* pixel) {
-        int32_t bytes;
+        int32_t bytes = 0;
         std::memcpy(&bytes, color, sizeof bytes);
         const __m128i lanes = _mm_unpacklo_epi8(_mm_cvtsi32_si128(bytes), _mm_setzero_si128());
         _mm_storel_epi64(reinterpret_cast<__m128i*>(pixel), _mm_slli_epi16(lanes, 4));

@@ -27,7 +27,7 @@ constexpr uint32_t kMostHeaderBytes = 14 + 108 + 256 * 4;
 FileForm describeForm(const Job& job, uint32_t colors, bool encoded);
 
 // Puts form.headerBytes bytes.
-void putHeader(const Job& job, const FileForm& form, const ColorTable& table, uint8_t* bytes);
+void putHeader(const Job& job, const FileForm& form, const ColorTable& table, uint8_t* to);
 
 inline uint64_t fileBytes(const FileForm& form) {
     return form.headerBytes + form.pixelBytes;

@@ -20,7 +20,7 @@ inline void storeLanes(void* to, __m128i lanes) {
 
 // The low byte of each 16-bit lane, the first lane's lowest.
 inline uint64_t lowBytes(__m128i lanes) {
-    uint64_t bytes;
+    uint64_t bytes = 0;
     _mm_storel_epi64(reinterpret_cast<__m128i*>(&bytes), _mm_packus_epi16(lanes, lanes));
     return bytes;
 }

@@ -18,9 +18,9 @@ struct RowColors {
 void prepareColors(RowColors& colors, const Job& job);
 
 // Red, green, blue of every pixel: in scratch, or the row itself.
-const uint8_t* colorsOf(const RowColors& colors, const uint8_t* row, uint8_t* scratch);
+const uint8_t* colorsOf(const RowColors& how, const uint8_t* row, uint8_t* scratch);
 
 // An index a byte, of pictures of indices and of greys.
-const uint8_t* indicesOf(const RowColors& colors, const uint8_t* row, uint8_t* scratch);
+const uint8_t* indicesOf(const RowColors& how, const uint8_t* row, uint8_t* scratch);
 
 }  // namespace tivar

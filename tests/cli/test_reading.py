@@ -11,28 +11,11 @@ import bmp_build
 import drawing
 import pytest
 from conftest import fails
+from hostile import coefficients_jpeg, scanning_jpeg
 from icc import WIDE, display_profile
 from PIL import Image, ImageCms
 
 # --- Limits --------------------------------------------------------------------------------------
-
-
-def jpeg_segment(marker, body):
-    return struct.pack(">BBH", 0xFF, marker, len(body) + 2) + body
-
-
-def scanning_jpeg(side, scans):
-    """A grey progressive picture in which every scan says nothing about all blocks, in 12 bytes."""
-    frame = struct.pack(">BHHBBBB", 8, side, side, 1, 1, 0x11, 0)
-    quantization = b"\0" + bytes([1]) * 64
-    end_of_bands = b"\x10\1" + bytes(15) + b"\xe0"  # one code, for 16384 blocks and more
-    same_grey = b"\0\1" + bytes(15) + b"\0"  # one code, for a block as light as the one before
-    first = jpeg_segment(0xDA, bytes([1, 1, 0, 0, 0, 0])) + bytes((side // 8) ** 2 // 8)
-    scan = jpeg_segment(0xDA, bytes([1, 1, 0, 1, 63, 0])) + b"\0\1"
-    return (
-        b"\xff\xd8" + jpeg_segment(0xDB, quantization) + jpeg_segment(0xC2, frame)
-        + jpeg_segment(0xC4, end_of_bands + same_grey) + first + scan * scans + b"\xff\xd9"
-    )
 
 
 def test_a_picture_of_a_thousand_scans_is_refused_at_once(tivar):
@@ -50,13 +33,7 @@ def little_memory():
 
 def test_the_memory_of_a_progressive_picture_is_bounded(tivar, sanitized):
     """65500 x 4000 pixels in three colours, whose coefficients alone are 1.5 GB."""
-    frame = struct.pack(">BHHB", 8, 4000, 65500, 3) + bytes([1, 0x11, 0, 2, 0x11, 0, 3, 0x11, 0])
-    data = (
-        b"\xff\xd8" + jpeg_segment(0xDB, b"\0" + bytes([1]) * 64) + jpeg_segment(0xC2, frame)
-        + jpeg_segment(0xC4, b"\0\1" + bytes(15) + b"\0")
-        + jpeg_segment(0xDA, bytes([3, 1, 0, 2, 0, 3, 0, 0, 0, 0])) + bytes(100) + b"\xff\xd9"
-    )
-    (tivar.directory / "in.jpg").write_bytes(data)
+    (tivar.directory / "in.jpg").write_bytes(coefficients_jpeg(65500, 4000))
     result = tivar.run("export", "in.jpg", "-o", "out.bmp", limits=None if sanitized else little_memory)
     fails(result, 1, "in.jpg", "needs more memory", "--limit-pixels")
 

@@ -148,6 +148,7 @@ Image embeddedImage(const BmpFile& file, const ReadRequest& request) {
     const auto pixels = pixelBytes(file);
     if (pixels.empty()) fail("has no pixels", "get a complete copy of it");
     // Only read, although the function is also one for writing.
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
     const OpenFile stream(::fmemopen(const_cast<uint8_t*>(pixels.data()), pixels.size(), "rb"));
     if (stream == nullptr) failErrno("", errno);
     return file.form == BmpForm::Jpeg ? readJpeg(stream.get(), request)

@@ -9,7 +9,7 @@
 namespace tool {
 
 // The file stands at its first byte.
-Image readBmp(std::FILE* file, const ReadRequest& request);
+Image readBmp(std::FILE* stream, const ReadRequest& request);
 
 Image imageOf(const BmpFile& file, const ReadRequest& request);
 

@@ -63,9 +63,11 @@ bool parseWhole(std::string_view text, Number& number) {
 
 // One side, in pixels; 0 when the text is no usable number.
 uint32_t parseSide(std::string_view text, bool inches, int resolution) {
-    uint32_t pixels = 0;
+    if (!inches) {
+        uint32_t pixels = 0;
+        return parseWhole(text, pixels) && pixels <= kLargestSide ? pixels : 0;
+    }
     double length = 0;
-    if (!inches) return parseWhole(text, pixels) && pixels <= kLargestSide ? pixels : 0;
     if (!parseWhole(text, length) || !(length > 0) || length > kLargestSide) return 0;
     const double exact = std::round(length * resolution);
     return exact <= kLargestSide ? static_cast<uint32_t>(exact) : 0;

@@ -21,6 +21,7 @@ struct DriverSession {
     // Closes what is still open, frees the memory that nobody took and terminates the driver.
     ~DriverSession();
     DriverSession(const DriverSession&) = delete;
+    DriverSession& operator=(const DriverSession&) = delete;
 };
 
 // The code of the error that the operation met, or 0.

@@ -22,7 +22,7 @@ namespace {
 // The file stands at its first byte again.
 std::string peek(std::FILE* file) {
     std::string start;
-    for (int byte; start.size() < kSignatureBytes && (byte = std::getc(file)) != EOF;) {
+    for (int byte = 0; start.size() < kSignatureBytes && (byte = std::getc(file)) != EOF;) {
         start += static_cast<char>(byte);
     }
     if (std::ferror(file) != 0) failErrno("", errno);

@@ -13,6 +13,7 @@ class References {
     References(const Library& library, const Image& source, Color background);
     References(const References&) = delete;
     References& operator=(const References&) = delete;
+    ~References() = default;
 
     [[nodiscard]] const PixelRows& own() const { return own_; }
     [[nodiscard]] const PixelRows& even() const { return even_; }

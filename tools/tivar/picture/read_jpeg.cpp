@@ -21,6 +21,7 @@ struct Reader {
     Reader() { require(g_jpeg); }
     ~Reader() { jpeg_destroy_decompress(&jpeg); }
     Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
 };
 
 [[noreturn]] void leaveLimited(j_common_ptr common, const char* message) {
@@ -129,6 +130,7 @@ struct ProfileBytes {
     ProfileBytes() = default;
     ~ProfileBytes() { std::free(data); }
     ProfileBytes(const ProfileBytes&) = delete;
+    ProfileBytes& operator=(const ProfileBytes&) = delete;
 };
 
 int orientationOf(const jpeg_decompress_struct& jpeg) {

@@ -42,6 +42,7 @@ struct Reader {
     }
     ~Reader() { png_destroy_read_struct(&png, &info, nullptr); }
     Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
 };
 
 // Greys of 8 bits need no table unless one of them is transparent.
@@ -80,7 +81,6 @@ void readHeader(const Reader& reader, std::FILE* file, Layout& layout) {
     layout.transparentKey = png_get_valid(reader.png, reader.info, PNG_INFO_tRNS) != 0;
     chooseFormat(reader, layout);
     layout.passes = png_set_interlace_handling(reader.png);
-    png_read_update_info(reader.png, reader.info);
 }
 
 void takePalette(const Reader& reader, Image& picture) {
@@ -141,6 +141,9 @@ Image readPng(std::FILE* file, const ReadRequest& request) {
     const Reader reader(guard);
     Layout layout;
     guarded(guard, [&] { readHeader(reader, file, layout); });
+    // Before libpng obtains memory for a row, however long.
+    requireSize(request, layout.format, layout.width, layout.height);
+    guarded(guard, [&] { png_read_update_info(reader.png, reader.info); });
     Image picture = newImage(request, layout.format, layout.width, layout.height);
     takeColors(reader, layout, picture);
     tolerating(request, picture,

@@ -18,6 +18,7 @@ struct Writer {
     Writer() { require(g_jpeg); }
     ~Writer() { jpeg_destroy_compress(&jpeg); }
     Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
 };
 
 [[noreturn]] void leaveWithMessage(j_common_ptr common) {

@@ -27,6 +27,7 @@ struct Writer {
     }
     ~Writer() { png_destroy_write_struct(&png, &info); }
     Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
 };
 
 int colorTypeOf(const PixelRows& rows) {

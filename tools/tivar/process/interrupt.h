@@ -26,6 +26,7 @@ struct DeferSignals {
     DeferSignals();
     ~DeferSignals();
     DeferSignals(const DeferSignals&) = delete;
+    DeferSignals& operator=(const DeferSignals&) = delete;
 };
 
 // While it lives, signals are neither remembered nor answered.
@@ -34,6 +35,7 @@ struct BlockSignals {
     BlockSignals();
     ~BlockSignals();
     BlockSignals(const BlockSignals&) = delete;
+    BlockSignals& operator=(const BlockSignals&) = delete;
 };
 
 // The file that goes when the process ends by a signal; "" = none.

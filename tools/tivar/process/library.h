@@ -56,6 +56,8 @@ struct Block {
 
     Block() = default;
     Block(const Library& owner, MemHandle taken) : library(&owner), handle(taken) {}
+    Block(const Block&) = delete;
+    Block& operator=(const Block&) = delete;
     Block(Block&& other) noexcept
         : library(other.library), handle(std::exchange(other.handle, MemHandle{})) {}
     Block& operator=(Block&& other) noexcept {

@@ -16,6 +16,7 @@ struct LibraryVoice {
     LibraryVoice();
     ~LibraryVoice();
     LibraryVoice(const LibraryVoice&) = delete;
+    LibraryVoice& operator=(const LibraryVoice&) = delete;
 
     // The first line printed so far; "" = silence.
     std::string firstLine() const;

@@ -25,6 +25,7 @@ struct Output {
            bool mayReplaceFile = true);
     ~Output();  // removes an unfinished file
     Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
 };
 
 // The file that a chain of symbolic links ends at, which need not exist.

@@ -14,6 +14,7 @@ struct Progress {
     Progress(const std::string& inputName, bool isQuiet, bool onlyOne);
     ~Progress();
     Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
 };
 
 void showStep(Progress& progress, const std::string& step);

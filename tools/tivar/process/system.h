@@ -21,6 +21,8 @@ struct Descriptor {
 
     Descriptor() = default;
     explicit Descriptor(int opened) : number(opened) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
     Descriptor(Descriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
     Descriptor& operator=(Descriptor&& other) noexcept {
         std::swap(number, other.number);

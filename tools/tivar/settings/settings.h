@@ -17,6 +17,7 @@ struct Settings {
     Settings(const Library& loaded, const std::string& profileName, const std::string& mode);
     ~Settings();
     Settings(const Settings&) = delete;
+    Settings& operator=(const Settings&) = delete;
 };
 
 // Whether the mode's section has the key Driver, without which nothing is read from it.
