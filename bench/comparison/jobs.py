@@ -174,10 +174,10 @@ JOBS = [
         8,
         [Goal(FASTEST, 0.2)],
         3.5,
-        "Bound by one look a pixel into a memory of the colours met before (`matchColors`), which is larger than "
-        "the first-level cache, and by the histogram (`direct_indexed`), which adds one at a place that depends "
-        "on the pixel. Sorting and cutting (`AdjustHeap`) and the lists of candidate colours (`buildList`) cost "
-        "about the same whatever the size.",
+        "Bound by two looks a pixel into the answers of its cell of colour space (`lookUp`), which are more than "
+        "the first-level cache holds, by the histogram (`RowCounter`), which adds one at a place that depends "
+        "on the pixel, and by the kernel's part of reading and writing. Sorting and cutting (`AdjustHeap`) and "
+        "finding the answers (`buildList`, `weighCell`) cost about the same whatever the size.",
         TO_256_COLORS,
     ),
     Job(
@@ -231,8 +231,9 @@ JOBS = [
         8,
         [Goal("FFmpeg", 0.15), Goal("pngquant", 0.03)],
         DIRECT_MEMORY,
-        "About equal parts: counting the colours of every pixel (`addPixel`), looking up the nearest entry (`mapRow`), "
-        "and reading the picture. Cuts and k-means work on the histogram and cost the same whatever the size.",
+        "About equal parts: counting the colours of every pixel (`Histogram::addRow`), looking up the nearest entry "
+        "(`mapRow`), reading and writing, and the cuts and k-means, which work on the histogram and cost the same "
+        "whatever the size.",
         [*TO_256_COLORS, pngquant("--nofs", "256")],
         direct=True,
     ),
