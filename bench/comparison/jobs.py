@@ -211,10 +211,10 @@ JOBS = [
         8,
         [Goal(BEFORE, 0.45), Goal("FFmpeg", 0.05)],
         3.5,
-        "Bound by one look a pixel into a memory of the colours met before (`matchColors`), which is larger than "
-        "the first-level cache, and by the histogram (`direct_indexed`), which adds one at a place that depends "
-        "on the pixel. Sorting and cutting (`AdjustHeap`) and the lists of candidate colours (`buildList`) cost "
-        "about the same whatever the size.",
+        "Bound by two looks a pixel into the answers of its cell of colour space (`lookUp`), which are more than "
+        "the first-level cache holds, by the histogram (`RowCounter`), which adds one at a place that depends "
+        "on the pixel, and by the kernel's part of reading and writing. Sorting and cutting (`AdjustHeap`) and "
+        "finding the answers (`buildList`, `weighCell`) cost about the same whatever the size.",
         [*TO_256_COLORS, before(8)],
     ),
     Job(
@@ -223,9 +223,8 @@ JOBS = [
         4,
         [Goal(BEFORE, 0.4), Goal("ImageMagick", 0.09)],
         3.5,
-        "Bound by the diffusion (`ditherColorRows`): a pixel's colour is known only after its left neighbour's "
-        "error, so every pixel waits for a search and the arithmetic behind it. Two rows in flight hide a part "
-        "of that; reading, histogram and writing are small beside it.",
+        "Bound by the diffusion (`diffuseToFew`) and, about as much, by the kernel's part of reading and writing. Eight "
+        "rows in flight hide that a pixel waits for its left neighbour's error; all 16 entries are weighed at once.",
         [*TO_16_COLORS, TO_16_BY_NETPBM, before(4)],
     ),
     Job(
@@ -234,8 +233,8 @@ JOBS = [
         1,
         [Goal(BEFORE, 0.45), Goal("netpbm", 0.3)],
         3.5,
-        "Bound by the same chain as at 4 bits, over greys (`ditherGreyRows`): the search is a look into a table "
-        "of 256 levels, and what remains is the wait for that look and a clamped sum a pixel.",
+        "Bound by the kernel's part of reading the picture and by the diffusion over greys (`diffuseGreys`), sixteen rows "
+        "in flight, whose entries follow from comparisons instead of looks into a table.",
         [*TO_BLACK_AND_WHITE, before(1)],
     ),
     Job(
@@ -280,8 +279,9 @@ JOBS = [
         8,
         [Goal("FFmpeg", 0.15), Goal("pngquant", 0.03)],
         DIRECT_MEMORY,
-        "About equal parts: counting the colours of every pixel (`addPixel`), looking up the nearest entry (`mapRow`), "
-        "and reading the picture. Cuts and k-means work on the histogram and cost the same whatever the size.",
+        "About equal parts: counting the colours of every pixel (`Histogram::addRow`), looking up the nearest entry "
+        "(`mapRow`), reading and writing, and the cuts and k-means, which work on the histogram and cost the same "
+        "whatever the size.",
         [*without(TO_256_COLORS, "GraphicsMagick", "netpbm"), pngquant("--nofs", "256")],
         direct=True,
     ),

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "write/own_colors.h"
 #include "write/palette.h"
@@ -202,11 +203,13 @@ uint32_t rowAt(const Job& job, uint32_t place) {
 
 int32_t prepareBlock(Session& session) {
     // What one thread makes stays in the cache; what several make is worth starting them.
-    const uint64_t blockBytes = session.threads > 1 ? 1u << 22 : 1u << 18;
+    const uint64_t blockBytes = session.threads > 1 ? 1u << 21 : 1u << 18;
     const uint64_t groups = blockBytes / (session.form.rowBytes * session.groupRows);
     const uint64_t rows = std::max<uint64_t>(groups, 1) * session.groupRows;
     session.blockRows = static_cast<uint32_t>(std::min<uint64_t>(rows, session.job.picture.height));
-    const bool obtained = session.block.obtain(session.form.rowBytes * session.blockRows);
+    // Of several threads one block is put while the next is made.
+    const uint64_t blocks = session.threads > 1 ? 2 : 1;
+    const bool obtained = session.block.obtain(session.form.rowBytes * session.blockRows * blocks);
     return obtained ? kOk : int32_t{TIVAR_RESULT_NO_MEMORY};
 }
 
@@ -225,19 +228,6 @@ uint8_t* rowInBlock(const Session& session, uint32_t i) {
     return session.block.data + session.form.rowBytes * i;
 }
 
-void makeRowsTogether(Session& session, const BlockRows& rows) {
-    auto make = [&](int worker, uint32_t first, uint32_t last) {
-        for (uint32_t i = first; i < last; ++i) {
-            const uint32_t y = pictureRow(rows, i);
-            RowGroup group = {1, {y}, {memoryRow(session.source, y)}};
-            uint8_t* out = rowInBlock(session, i);
-            makeRows(session, static_cast<uint32_t>(worker), group, &out);
-        }
-    };
-    const uint32_t grain = std::max(kPixelsOfPart / session.job.picture.width, 1u);
-    forParts(rows.count, grain, session.threads, make);
-}
-
 int32_t makeRowsInTurn(Session& session, const BlockRows& rows, bool backwards) {
     for (uint32_t n = 0; n < rows.count;) {
         RowGroup group = {};
@@ -253,27 +243,72 @@ int32_t makeRowsInTurn(Session& session, const BlockRows& rows, bool backwards) 
     return kOk;
 }
 
-int32_t makeBlock(Session& session, const BlockRows& rows, bool backwards) {
-    if (session.threads == 1) return makeRowsInTurn(session, rows, backwards);
-    for (uint32_t i = 0; i < rows.count; ++i)
-        if (!goOn(session.watch)) return TIVAR_RESULT_CANCELLED;
-    makeRowsTogether(session, rows);
-    return kOk;
-}
-
-int32_t putRawRows(Session& session, Output& output) {
+int32_t putRowsInTurn(Session& session, Output& output) {
     const uint32_t height = session.job.picture.height;
     const int32_t step = session.job.options.row_order == TIVAR_TOP_DOWN ? 1 : -1;
     for (uint32_t place = 0; place < height;) {
         const uint32_t count = std::min(session.blockRows, height - place);
         const BlockRows rows = {count, rowAt(session.job, place), step};
-        int32_t result = makeBlock(session, rows, false);
+        int32_t result = makeRowsInTurn(session, rows, false);
         if (result != kOk) return result;
         result =
             put(output, session.block.data, static_cast<size_t>(session.form.rowBytes * count));
         if (result != kOk) return result;
         place += count;
         if (!advance(session.watch, count)) return TIVAR_RESULT_CANCELLED;
+    }
+    return kOk;
+}
+
+// Rows in the file's order that are made and not put yet.
+struct MadeRows {
+    const uint8_t* bytes;
+    uint32_t count;
+};
+
+int32_t putMadeRows(Session& session, Output& output, const MadeRows& made) {
+    const uint64_t length = session.form.rowBytes * made.count;
+    return made.count == 0 ? kOk : put(output, made.bytes, static_cast<size_t>(length));
+}
+
+// Makes count rows from place on in the file; the caller's thread puts those made before meanwhile.
+int32_t makeWhilePutting(Session& session, Output& output, const MadeRows& made, uint32_t place,
+                         uint32_t count, uint8_t* out) {
+    const uint32_t grain = std::max(kPixelsOfPart / session.job.picture.width, 1u);
+    int32_t result = kOk;
+    // The first part is the caller's.
+    auto work = [&](int worker, uint32_t part, uint32_t) {
+        if (part == 0) {
+            result = putMadeRows(session, output, made);
+            return;
+        }
+        const uint32_t first = (part - 1) * grain;
+        for (uint32_t i = first; i < count && i < first + grain; ++i) {
+            const uint32_t y = rowAt(session.job, place + i);
+            RowGroup group = {1, {y}, {memoryRow(session.source, y)}};
+            uint8_t* row = out + session.form.rowBytes * i;
+            makeRows(session, static_cast<uint32_t>(worker), group, &row);
+        }
+    };
+    forParts(1 + (count + grain - 1) / grain, 1, session.threads, work);
+    return result;
+}
+
+int32_t putRowsTogether(Session& session, Output& output) {
+    const uint32_t height = session.job.picture.height;
+    uint8_t* out = session.block.data;
+    uint8_t* other = out + session.form.rowBytes * session.blockRows;
+    MadeRows made = {};
+    for (uint32_t place = 0; place < height || made.count > 0;) {
+        const uint32_t count = std::min(session.blockRows, height - place);
+        for (uint32_t i = 0; i < count; ++i)
+            if (!goOn(session.watch)) return TIVAR_RESULT_CANCELLED;
+        const int32_t result = makeWhilePutting(session, output, made, place, count, out);
+        if (result != kOk) return result;
+        if (made.count > 0 && !advance(session.watch, made.count)) return TIVAR_RESULT_CANCELLED;
+        made = {out, count};
+        place += count;
+        std::swap(out, other);
     }
     return kOk;
 }
@@ -285,7 +320,7 @@ int32_t placeRawRows(Session& session, const Target& target) {
         const uint32_t count = std::min(session.blockRows, height - y);
         y += count;
         const BlockRows rows = {count, y - 1, -1};
-        int32_t result = makeBlock(session, rows, true);
+        int32_t result = makeRowsInTurn(session, rows, true);
         if (result != kOk) return result;
         const uint64_t place = session.form.headerBytes + session.form.rowBytes * (height - y);
         result = target.writeAt(target.context, place, session.block.data,
@@ -380,7 +415,8 @@ int32_t putHeaders(Session& session, Output& output) {
 int32_t writeRaw(Session& session, const Target& target, Output& output) {
     int32_t result = prepareBlock(session);
     if (result != kOk) return result;
-    if (!placesRows(session.job, target)) return putRawRows(session, output);
+    if (session.threads > 1) return putRowsTogether(session, output);
+    if (!placesRows(session.job, target)) return putRowsInTurn(session, output);
     result = flush(output);
     return result != kOk ? result : placeRawRows(session, target);
 }

@@ -93,6 +93,46 @@ TEST(WriteThreads, AnyNumberWithinACallGivesTheSameBytes) {
     }
 }
 
+// Rows are put while further ones are made, in blocks of about 2 MB.
+TEST(WriteThreads, AnyNumberOfBlocksGivesTheSameBytes) {
+    for (const uint32_t height : {699u, 700u, 1401u, 2100u}) {
+        const Drawn drawn = drawNoise(TIVAR_RGB, 999, height, height);
+        for (const int32_t order : {TIVAR_BOTTOM_UP, TIVAR_TOP_DOWN}) {
+            TivarOptions options = optionsOf(24);
+            options.row_order = order;
+            const Bytes wanted = toMemory(drawn, options).bytes;
+            for (const int32_t threads : {2, 5}) {
+                options.threads = threads;
+                EXPECT_TRUE(toMemory(drawn, options).bytes == wanted) << height;
+            }
+        }
+    }
+}
+
+TEST(WriteThreads, ASinkThatFailsAtAnyBlockEndsTheCall) {
+    struct Sink {
+        static size_t write(void* context, const void*, size_t length) {
+            auto* self = static_cast<Sink*>(context);
+            self->taken += length;
+            return self->taken > self->room ? 0 : length;
+        }
+        size_t room;
+        size_t taken = 0;
+    };
+    const Drawn drawn = drawNoise(TIVAR_RGB, 999, 2100, 1);
+    Source source(drawn, Access::kPacked);
+    TivarOptions options = optionsOf(24);
+    options.threads = 4;
+    constexpr size_t kFile = 54 + 3000 * 2100;
+    for (const size_t room : {size_t{0}, size_t{3000000}, kFile - 1, kFile}) {
+        Sink sink{room};
+        const TivarSink record = {sizeof record, Sink::write, &sink};
+        EXPECT_EQ(tivar_write_bmp(&source.picture, &options, &record, nullptr),
+                  room < kFile ? TIVAR_RESULT_SINK_FAILED : TIVAR_RESULT_OK)
+            << room;
+    }
+}
+
 TEST(WriteThreads, CallBacksComeOnTheThreadOfTheCall) {
     struct Caller {
         static void check(void* context) {
