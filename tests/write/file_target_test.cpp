@@ -8,6 +8,7 @@
 #include <csignal>
 
 #include "support/child_process.h"
+#include "support/environment.h"
 #include "support/open_files.h"
 #include "write/write_kit.h"
 
@@ -84,6 +85,15 @@ TEST_F(WriteFile, ASymbolicLinkStaysAndLeadsToTheNewFile) {
         EXPECT_FALSE(std::filesystem::is_symlink(directory.path("there/target.bmp")));
         std::filesystem::remove(directory.path("there/target.bmp"));
     }
+}
+
+// Their names, and where they lead, have no directory.
+TEST_F(WriteFile, ALinkInTheWorkingDirectoryIsFollowed) {
+    symlink("target.bmp", directory.path("link.bmp").c_str());
+    const support::WorkingDirectory here(directory.path());
+    EXPECT_EQ(put("link.bmp").bytes, wanted);
+    EXPECT_TRUE(std::filesystem::is_symlink("link.bmp"));
+    EXPECT_EQ(directory.names(), (std::set<std::string>{"link.bmp", "target.bmp"}));
 }
 
 TEST_F(WriteFile, ChainsOfLinksAreFollowedAndRingsAreNot) {

@@ -142,9 +142,12 @@ TEST(WriteJob, RecordsThatAreTooSmallAreBadCalls) {
 }
 
 // Nothing of a record behind its stated size is touched, nothing of a report's at all.
-TEST(WriteJob, AReportThatIsTooSmallIsABadCall) {
+TEST(WriteJob, AReportOfAWrongSizeIsABadCall) {
+    const support::TempDirectory directory;
     Call call;
-    for (const uint32_t size : {0u, 4u, kFirstReport - 1}) {
+    Sink sink;
+    const TivarSink record = sink.record();
+    for (const uint32_t size : {0u, 4u, kFirstReport - 1, 4097u, UINT32_MAX}) {
         TivarReport report = noReport();
         const TivarReport before = report;
         report.size = size;
@@ -152,11 +155,17 @@ TEST(WriteJob, AReportThatIsTooSmallIsABadCall) {
         size_t length = 0;
         EXPECT_EQ(tivar_write_bmp_memory(&call.picture, nullptr, &bytes, &length, &report),
                   TIVAR_RESULT_BAD_CALL);
+        EXPECT_EQ(tivar_write_bmp(&call.picture, nullptr, &record, &report), TIVAR_RESULT_BAD_CALL);
+        EXPECT_EQ(tivar_write_bmp_file(&call.picture, nullptr, directory.path("out.bmp").c_str(), 0,
+                                       &report),
+                  TIVAR_RESULT_BAD_CALL);
         EXPECT_EQ(std::memcmp(reinterpret_cast<const char*>(&report) + 4,
                               reinterpret_cast<const char*>(&before) + 4, sizeof report - 4),
                   0);
         EXPECT_EQ(bytes, nullptr);
     }
+    EXPECT_TRUE(sink.bytes.empty());
+    EXPECT_TRUE(directory.names().empty());
 }
 
 // A record of a later release: this one's, and fields behind it.
@@ -420,6 +429,7 @@ TEST(WriteJob, OptionsThatExcludeEachOtherAreRefused) {
             contradicts("options.colors", bits, [=](Call& call) { call.options.colors = colors; });
         contradicts("options.max_colors", bits, [](Call& call) { call.options.max_colors = 2; });
         contradicts("options.palette", bits, [](Call& call) { call.options.palette = kPalette; });
+        contradicts("options.palette", bits, [](Call& call) { call.options.palette_count = 2; });
         contradicts("options.palette_length", bits,
                     [](Call& call) { call.options.palette_length = TIVAR_PALETTE_FULL; });
     }
@@ -429,6 +439,7 @@ TEST(WriteJob, OptionsThatExcludeEachOtherAreRefused) {
     for (const int32_t bits : {1, 4, 8}) {
         contradicts("options.palette", bits,
                     [](Call& call) { call.options.colors = TIVAR_COLORS_GIVEN; });
+        contradicts("options.palette", bits, [](Call& call) { call.options.palette_count = 2; });
         contradicts("options.max_colors", bits, [](Call& call) {
             call.options.colors = TIVAR_COLORS_GIVEN;
             call.options.palette = kPalette;
