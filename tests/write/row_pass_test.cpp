@@ -1,6 +1,8 @@
 #include "write/row_pass.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <sched.h>
 
 #include <vector>
 
@@ -49,6 +51,31 @@ TEST(RowPass, EveryRowIsDoneOnceWhateverTheThreads) {
         EXPECT_EQ(host.told.back(), 100);
         EXPECT_TRUE(std::is_sorted(host.told.begin(), host.told.end()));
     }
+}
+
+TEST(RowPass, TheHostIsCalledOnItsOwnThread) {
+    struct Calls {
+        pthread_t caller = pthread_self();
+        std::atomic<int> elsewhere{0};
+        int32_t note() {
+            if (pthread_equal(pthread_self(), caller) == 0) ++elsewhere;
+            return 0;
+        }
+    } calls;
+    tivar::Watch watch = {[](void* self, int32_t) { return static_cast<Calls*>(self)->note(); },
+                          [](void* self) { return static_cast<Calls*>(self)->note(); },
+                          &calls,
+                          kHeight,
+                          0,
+                          -1,
+                          false};
+    std::atomic<int> byOthers{0};
+    EXPECT_TRUE(tivar::passOverRows(kWidth, kHeight, 4, watch, [&](int worker, uint32_t) {
+        if (worker != 0) ++byOthers;
+        while (byOthers == 0) sched_yield();  // another thread has a row before the caller has two
+        return true;
+    }));
+    EXPECT_EQ(calls.elsewhere, 0);
 }
 
 TEST(RowPass, OneThreadAsksBeforeEveryRow) {

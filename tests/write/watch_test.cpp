@@ -127,6 +127,26 @@ TEST(WriteWatch, AnyQuestionCanCancelAndNoneFollows) {
     }
 }
 
+// Large enough for four threads.
+TEST(WriteWatch, SeveralThreadsAreCancelledAsOneIs) {
+    const Drawn drawn = drawNoise(TIVAR_RGB, 600, 500, 2);
+    for (const int32_t bits : {24, 8}) {
+        TivarOptions options = optionsOf(bits);
+        options.threads = 4;
+        const Source source(drawn, Access::kPacked);
+        Watcher counter;
+        toMemory(source.picture, counter.attach(options));
+        ASSERT_GE(counter.questions, 2u);
+        for (const size_t nth : {size_t{1}, counter.questions / 2, counter.questions}) {
+            Watcher watcher;
+            watcher.stopsAtQuestion = nth;
+            const Written written = toMemory(source.picture, watcher.attach(options));
+            expectCancelled(written);
+            EXPECT_TRUE(written.bytes.empty());
+        }
+    }
+}
+
 TEST(WriteWatch, AnyTellingCanCancelAndNoneFollows) {
     const support::TempDirectory directory;
     const Drawn drawn = drawNoise(TIVAR_RGB, 300, 200, 2);

@@ -1,4 +1,4 @@
-// What tests/mutants/selftest changes: its test notices some of the changes, and is known for which.
+// What tests/mutants/selftest changes: its test notices some of the changes, and it is known which.
 #include "room/sample.h"
 
 namespace sample {
