@@ -4,6 +4,7 @@
 //
 // Fails at the first access outside of a block (the sanitizers judge), lost or doubly freed block,
 // open file or broken promise; a call that does not come back ends it after a while.
+#include <signal.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -20,6 +21,23 @@
 namespace {
 
 constexpr unsigned kSecondsForOne = 60;
+
+// What runs, for the message when it does not come back.
+struct Doing {
+    const char* what;
+    const char* act;
+    int number;
+};
+Doing g_doing = {"", "", 0};
+
+void tell(int signal) {
+    char text[200];
+    const int length = std::snprintf(text, sizeof text, "%s: %s, %s, %d\n",
+                                     signal == SIGALRM ? "does not come back" : "ended",
+                                     g_doing.what, g_doing.act, g_doing.number);
+    if (write(STDERR_FILENO, text, static_cast<std::size_t>(length)) < 0) _exit(2);
+    _exit(1);
+}
 
 fuzz::Bytes randomBytes(std::uint32_t seed, std::size_t count) {
     support::Random random(seed);
@@ -57,7 +75,7 @@ void obey(const host::NamedAct& scenario, int kind, int times, const host::Named
     constexpr int kAttempts = 100;
     for (int i = 0; i < kAttempts; ++i) {
         alarm(kSecondsForOne);
-        host::g_doing = {scenario.name, act.name, kind};
+        g_doing = {scenario.name, act.name, kind};
         const std::uint32_t seed = ++reach.runs;
         const int count = times > 1 && i == 0 ? 1 + static_cast<int>(seed % 2) * (times / 2) : 1;
         const host::Order order = {static_cast<host::CallBack>(kind), act.act, count};
@@ -94,7 +112,7 @@ void runSequences(std::uint32_t seed, std::uint32_t count, std::uint32_t first) 
     long acts = 0;
     for (std::uint32_t i = first; i < first + count; ++i) {
         alarm(kSecondsForOne);
-        host::g_doing = {"sequence", "", static_cast<int>(i)};
+        g_doing = {"sequence", "", static_cast<int>(i)};
         const std::uint32_t own = seed * 2654435761u + i;
         acts += host::playOnce(randomBytes(own, 100 + own % 900));
     }
@@ -110,6 +128,8 @@ std::uint32_t numberIn(const char* text) {
 int main(int count, char** arguments) {
     if (!knowsAllSymbols() || LLVMFuzzerInitialize(&count, &arguments) != 0) return 1;
     host::settleDown();
+    signal(SIGALRM, tell);
+    signal(SIGABRT, tell);
     if (count >= 3) {
         runSequences(numberIn(arguments[1]), numberIn(arguments[2]),
                      count > 3 ? numberIn(arguments[3]) : 0);
