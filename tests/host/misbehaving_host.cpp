@@ -1,6 +1,6 @@
-// misbehaving_host                     each exported routine, and each change of a record, once from
+// misbehaving_host                     each exported routine and each change of a record, once in
 //                                      each call-back of each call that has some
-// misbehaving_host SEED COUNT [FIRST]  as many random sequences, the first one by its number, else 0
+// misbehaving_host SEED COUNT [FIRST]  as many random sequences, from the first one's number on
 //
 // Fails at the first access outside of a block (the sanitizers judge), lost or doubly freed block,
 // open file or broken promise; a call that does not come back ends it after a while.

@@ -11,7 +11,7 @@ namespace host {
 
 namespace {
 
-// The histogram of a palette's choice fits, and not much of a picture: there are many in a sequence.
+// The histogram of a palette's choice fits, and not much of a picture: a sequence has many.
 constexpr std::size_t kLargestBlock = 300000;
 
 }  // namespace
