@@ -27,7 +27,8 @@ class HeapWatch {
     int descriptor_;
 };
 
-// For the life of the guard, which blocks there are is known: for a host that loses sight of its own.
+// For the life of the guard it is known which blocks there are: for a host that loses sight of its
+// own.
 class HeapLedger {
   public:
     HeapLedger();

@@ -28,6 +28,7 @@ constexpr int32_t kReadyProgress = 50;
 struct Work {
     const DeviceUse& device;
     const SettingsUse& settings;
+    const Pinned<uint8_t>& given;  // the caller's image
     WorkingImage image;
     MemHandle palette;
     double exactHeight;  // of the target
@@ -46,9 +47,8 @@ bool ended(const Work& work) {
 
 // False when the host cancels, or ends what is being written.
 bool report(const Work& work) {
-    const Pinned<uint8_t> image(work.image.given);
     const int32_t answer = askHook(work.device->statusHook, 0, 0, 0, work.progress);
-    return answer == 0 && !ended(work) && !image.gone();
+    return answer == 0 && !ended(work) && !work.given.gone();
 }
 
 bool reportStep(Work& work) {
@@ -158,8 +158,9 @@ void RasterWriteCellData(MemHandle image, uint32_t width, uint32_t height, uint3
     if (!device || lpSetup == nullptr || image == 0) return;
     useDeviceSettings(*device);
     const SettingsUse settings(device->hSetup, lpSetup);
-    Work work = {device, settings, {image, 0}, 0, double(height), width, height, bits,
-                 0,      model,    0,          0};
+    const Pinned<uint8_t> given(image);
+    Work work = {device, settings, given, {image, 0}, 0, double(height), width, height,
+                 bits,   0,        model, 0,          0};
     negotiate(work, resolution);
     if (prepare(work, width, height)) {
         settings.makeCurrent();

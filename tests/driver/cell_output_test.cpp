@@ -521,6 +521,36 @@ TEST(CellOutput, ShortImageReadsAsZeroWhereItIsConverted) {
     expectAsModel(settings, {20, 15, 32, Bytes(102, 77)}, 2, {});
 }
 
+// Serves a document and frees the image with the first bytes of it.
+struct ImageFreeingHost {
+    static intptr_t serve(intptr_t first, int32_t operation, intptr_t, intptr_t count) {
+        if (operation == 1) return first;
+        if (operation != 3) return 0;
+        auto& self = *reinterpret_cast<ImageFreeingHost*>(first);
+        GlobalFree(self.image);
+        self.image = 0;
+        self.written += count;
+        return count;
+    }
+
+    MemHandle image;
+    intptr_t written;
+};
+
+TEST(CellOutput, ImageThatEndsWhileTheHeadersAreWrittenLeavesThemAlone) {
+    const long before = support::liveBlocks;
+    {
+        ImageFreeingHost document = {support::newBlock(Bytes(12 * 10, 7)), 0};
+        DriverHost host;
+        host.settings->documentStream = reinterpret_cast<HostWord>(&ImageFreeingHost::serve);
+        host.hook.words[STATUS_DOCUMENT] = reinterpret_cast<HostWord>(&document);
+        host.enterBody();
+        RasterWriteCellData(document.image, 12, 10, 0, 8, CELLS_INDEXED);
+        EXPECT_EQ(document.written, 54 + 256 * 4);
+    }
+    EXPECT_EQ(support::liveBlocks, before);
+}
+
 TEST(CellOutput, UnsupportedDepthsAndHugeSizesDoNoHarm) {
     constexpr int16_t kDepth[] = {0, 2, 3, 7, 16, 33, -1, -8, INT16_MAX, INT16_MIN};
     const Block image(Bytes(64, 0xAB));

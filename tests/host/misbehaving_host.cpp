@@ -1,9 +1,10 @@
-// misbehaving_host                     each exported routine, and each change of a record, once from
+// misbehaving_host                     each exported routine and each change of a record, once in
 //                                      each call-back of each call that has some
-// misbehaving_host SEED COUNT [FIRST]  as many random sequences, the first one by its number, else 0
+// misbehaving_host SEED COUNT [FIRST]  as many random sequences, from the first one's number on
 //
 // Fails at the first access outside of a block (the sanitizers judge), lost or doubly freed block,
 // open file or broken promise; a call that does not come back ends it after a while.
+#include <signal.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -20,6 +21,23 @@
 namespace {
 
 constexpr unsigned kSecondsForOne = 60;
+
+// What runs, for the message when it does not come back.
+struct Doing {
+    const char* what;
+    const char* act;
+    int number;
+};
+Doing g_doing = {"", "", 0};
+
+void tell(int signal) {
+    char text[200];
+    const int length = std::snprintf(text, sizeof text, "%s: %s, %s, %d\n",
+                                     signal == SIGALRM ? "does not come back" : "ended",
+                                     g_doing.what, g_doing.act, g_doing.number);
+    if (write(STDERR_FILENO, text, static_cast<std::size_t>(length)) < 0) _exit(2);
+    _exit(1);
+}
 
 fuzz::Bytes randomBytes(std::uint32_t seed, std::size_t count) {
     support::Random random(seed);
@@ -44,38 +62,47 @@ bool knowsAllSymbols() {
     return isRight;
 }
 
-// The acts at the first call-back of the kind, and at a later one where there are several.
-long obeyAll(const host::NamedAct& scenario, host::CallBack kind, int times, std::uint32_t& seed) {
-    long acts = 0;
-    for (const auto* table : {&host::symbols(), &host::edits()}) {
-        for (const host::NamedAct& act : *table) {
-            alarm(kSecondsForOne);
-            host::g_doing = {scenario.name, act.name, static_cast<int>(kind)};
-            const int count = times > 1 ? 1 + static_cast<int>(seed % 2) * (times / 2) : 1;
-            acts += host::obeyOnce(scenario.act, {kind, act.act, count}, randomBytes(++seed, 600));
-        }
+// Which acts were done in which kind of call-back.
+struct Reach {
+    std::set<std::string> acts[host::kCallBacks];
+    std::uint32_t runs = 0;
+};
+
+// The act at the first call-back of the kind, or at a later one where there are several. What the
+// scenario is about comes from the seed, and may be without that call-back.
+void obey(const host::NamedAct& scenario, int kind, int times, const host::NamedAct& act,
+          Reach& reach) {
+    constexpr int kAttempts = 100;
+    for (int i = 0; i < kAttempts; ++i) {
+        alarm(kSecondsForOne);
+        g_doing = {scenario.name, act.name, kind};
+        const std::uint32_t seed = ++reach.runs;
+        const int count = times > 1 && i == 0 ? 1 + static_cast<int>(seed % 2) * (times / 2) : 1;
+        const host::Order order = {static_cast<host::CallBack>(kind), act.act, count};
+        if (host::obeyOnce(scenario.act, order, randomBytes(seed, 600)) == 0) continue;
+        reach.acts[kind].insert(act.name);
+        return;
     }
-    return acts;
 }
 
 bool runEverythingOnce() {
-    std::uint32_t seed = 1;
-    long acts = 0;
-    bool isReached[host::kCallBacks] = {};
+    Reach reach;
     for (const host::NamedAct& scenario : host::scenarios()) {
         const std::vector<int> calls = host::watchOnce(scenario.act);
         for (int kind = 0; kind < host::kCallBacks; ++kind) {
-            if (calls[static_cast<std::size_t>(kind)] == 0) continue;
-            isReached[kind] = true;
-            acts += obeyAll(scenario, static_cast<host::CallBack>(kind),
-                            calls[static_cast<std::size_t>(kind)], seed);
+            const int times = calls[static_cast<std::size_t>(kind)];
+            if (times == 0) continue;
+            for (const auto* table : {&host::symbols(), &host::edits()})
+                for (const host::NamedAct& act : *table) obey(scenario, kind, times, act, reach);
         }
     }
-    std::fprintf(stderr, "%zu symbols and %zu changes, %ld of %u acts in call-backs\n",
-                 host::symbols().size(), host::edits().size(), acts, seed - 1);
+    const std::size_t acts = host::symbols().size() + host::edits().size();
+    std::fprintf(stderr, "%zu symbols and %zu changes in %d call-backs, %u runs\n",
+                 host::symbols().size(), host::edits().size(), host::kCallBacks, reach.runs);
     for (int kind = 0; kind < host::kCallBacks; ++kind) {
-        if (isReached[kind]) continue;
-        std::fprintf(stderr, "call-back %d never came\n", kind);
+        if (reach.acts[kind].size() == acts) continue;
+        std::fprintf(stderr, "call-back %d: only %zu of %zu\n", kind, reach.acts[kind].size(),
+                     acts);
         return false;
     }
     return true;
@@ -85,7 +112,7 @@ void runSequences(std::uint32_t seed, std::uint32_t count, std::uint32_t first) 
     long acts = 0;
     for (std::uint32_t i = first; i < first + count; ++i) {
         alarm(kSecondsForOne);
-        host::g_doing = {"sequence", "", static_cast<int>(i)};
+        g_doing = {"sequence", "", static_cast<int>(i)};
         const std::uint32_t own = seed * 2654435761u + i;
         acts += host::playOnce(randomBytes(own, 100 + own % 900));
     }
@@ -101,6 +128,8 @@ std::uint32_t numberIn(const char* text) {
 int main(int count, char** arguments) {
     if (!knowsAllSymbols() || LLVMFuzzerInitialize(&count, &arguments) != 0) return 1;
     host::settleDown();
+    signal(SIGALRM, tell);
+    signal(SIGABRT, tell);
     if (count >= 3) {
         runSequences(numberIn(arguments[1]), numberIn(arguments[2]),
                      count > 3 ? numberIn(arguments[3]) : 0);

@@ -1,11 +1,7 @@
 #include "host/sequence.h"
 
-#include <signal.h>
 #include <stdlib.h>
 #include <unistd.h>
-
-#include <cstdio>
-#include <cstring>
 
 #include "harness/check.h"
 #include "harness/heap.h"
@@ -13,21 +9,10 @@
 
 namespace host {
 
-Doing g_doing = {"", "", 0};
-
 namespace {
 
-// The histogram of a palette's choice fits, and not much of a picture: there are many in a sequence.
+// The histogram of a palette's choice fits, and not much of a picture: a sequence has many.
 constexpr std::size_t kLargestBlock = 300000;
-
-void tell(int signal) {
-    char text[200];
-    const int length = std::snprintf(text, sizeof text, "%s: %s, %s, %d\n",
-                                     signal == SIGALRM ? "does not come back" : "ended",
-                                     g_doing.what, g_doing.act, g_doing.number);
-    if (write(STDERR_FILENO, text, static_cast<std::size_t>(length)) < 0) _exit(2);
-    _exit(1);
-}
 
 }  // namespace
 
@@ -40,8 +25,6 @@ void settleDown() {
     setenv("TMPDIR", directory.c_str(), 1);
     unsetenv("INIDIR");
     unsetenv("DISPLAYINFO");
-    signal(SIGALRM, tell);
-    signal(SIGABRT, tell);
 }
 
 long playOnce(const Bytes& bytes) {

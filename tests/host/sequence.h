@@ -5,14 +5,6 @@
 
 namespace host {
 
-// What runs, for the message when it does not come back.
-struct Doing {
-    const char* what;
-    const char* act;
-    int number;
-};
-extern Doing g_doing;
-
 // Profiles and files have a directory of their own, and the library's messages go nowhere.
 void settleDown();
 

@@ -467,10 +467,14 @@ const std::vector<NamedAct>& all() {
                       if (record != nullptr) UseDefaultSettings(record);
                   }),
         TIVAR_ACT(WriteCellBits,
-                  WriteCellBits(aStream(world), world.blocks.pick(world.input), world.side(),
-                                world.side(), 1 + world.input.below(32),
-                                static_cast<std::int16_t>(world.input.below(2)),
-                                world.states.pick(world.input))),
+                  {
+                      // Opening one calls back: the blocks are chosen behind it.
+                      const OxlStream stream = aStream(world);
+                      const MemHandle bits = world.blocks.pick(world.input);
+                      WriteCellBits(stream, bits, world.side(), world.side(),
+                                    1 + world.input.below(32), aShort(world, 2),
+                                    world.states.pick(world.input));
+                  }),
         TIVAR_ACT(
             WritePrivateProfileString,
             WritePrivateProfileString(word(world), word(world), word(world), path(world).c_str())),
@@ -584,12 +588,12 @@ const std::vector<NamedAct>& all() {
                   rlCalcNewSize(world.input.wild(), world.input.wild(), world.depth())),
         TIVAR_ACT(rlChangeColorResolution,
                   {
-                      MemHandle table = world.blocks.pick(world.input);
-                      const MemHandle given = table;
+                      MemHandle colors = world.blocks.pick(world.input);
+                      const MemHandle given = colors;
                       keep(world, rlChangeColorResolution(world.blocks.pick(world.input),
                                                           world.side(), world.side(), world.depth(),
-                                                          world.depth(), &table));
-                      if (table != given) keep(world, table);
+                                                          world.depth(), &colors));
+                      if (colors != given) keep(world, colors);
                   }),
         TIVAR_ACT(rlConvertBitmapDepth,
                   keep(world, rlConvertBitmapDepth(world.blocks.pick(world.input), world.side(),
@@ -599,22 +603,22 @@ const std::vector<NamedAct>& all() {
                                                    static_cast<std::int16_t>(world.input.u8())))),
         TIVAR_ACT(rlDitherBitmap,
                   {
-                      MemHandle table = world.blocks.pick(world.input);
-                      const MemHandle given = table;
+                      MemHandle colors = world.blocks.pick(world.input);
+                      const MemHandle given = colors;
                       keep(world, rlDitherBitmap(world.blocks.pick(world.input), world.side(),
                                                  world.side(), world.depth(), world.depth(),
-                                                 world.blocks.pick(world.input), &table));
-                      if (table != given) keep(world, table);
+                                                 world.blocks.pick(world.input), &colors));
+                      if (colors != given) keep(world, colors);
                   }),
         TIVAR_ACT(rlDitherGetCT,
                   {
-                      MemHandle table = 0;
+                      MemHandle colors = 0;
                       std::uint16_t count = 0;
                       rlDitherGetCT(world.blocks.pick(world.input), world.side(), world.side(),
                                     world.depth(),
                                     static_cast<std::int16_t>(1 + world.input.below(8)),
-                                    world.blocks.pick(world.input), &table, &count);
-                      keep(world, table);
+                                    world.blocks.pick(world.input), &colors, &count);
+                      keep(world, colors);
                   }),
         TIVAR_ACT(rlDitherGivenCT,
                   keep(world,

@@ -1,6 +1,6 @@
-// A host that misbehaves: what it owns, and what its call-backs do. It calls any exported routine at
-// any moment, and changes any record while a call works on it; what it hands over are blocks that
-// are there, never addresses that lead nowhere. Its choices come from an input.
+// A host that misbehaves: what it owns, and what its call-backs do. It calls any exported routine
+// at any moment, and changes any record while a call works on it; what it hands over are blocks
+// that are there, never addresses that lead nowhere. Its choices come from an input.
 #pragma once
 
 #include <tivar/tivar.h>
@@ -110,7 +110,7 @@ class World {
     MemHandle newBlock(std::uint32_t size);
     MemHandle newSettings();
     void newStream();
-    // Other settings in use, or none. Without its handle the library cannot tell when a record ends.
+    // Other settings in use, or none. Without its handle the library cannot see a record end.
     static void useSettings(MemHandle handle);
     static void useDeviceSettings(MemHandle handle);
     // The host frees settings by hand: nothing may lead to them any more.
