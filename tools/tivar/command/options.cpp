@@ -386,11 +386,7 @@ struct CommandLine {
     SettingsCommands settings{};
 };
 
-void describe(CommandLine& line, Options& options, Typed& typed) {
-    line.app.require_subcommand(0, 1);
-    line.app.footer(kExitCodes);
-    line.app.add_flag("--version", typed.version, "Versions of the program and the library");
-    addLibrary(line.app, options.library);
+void describeExport(CommandLine& line, Options& options, Typed& typed) {
     line.exporting = line.app.add_subcommand("export", "Export pictures as BMP files");
     addRunOptions(*line.exporting, options, typed);
     addFormatOptions(*line.exporting, options, typed);
@@ -398,6 +394,9 @@ void describe(CommandLine& line, Options& options, Typed& typed) {
     addSizeOptions(*line.exporting, options, typed);
     addShapeOptions(*line.exporting, typed);
     addLibrary(*line.exporting, options.library);
+}
+
+void describeOthers(CommandLine& line, Options& options, Typed& typed) {
     line.gallery = line.app.add_subcommand(
         "gallery", "Export a picture in every form, with a page that shows them");
     addGalleryOptions(*line.gallery, options, typed);
@@ -410,13 +409,27 @@ void describe(CommandLine& line, Options& options, Typed& typed) {
     addLibrary(*line.info, options.library);
 }
 
+// An export is the usual command, and may be one of many: the others, which it cannot be, are left
+// away.
+void describe(CommandLine& line, Options& options, Typed& typed,
+              const std::vector<std::string>& arguments) {
+    line.app.require_subcommand(0, 1);
+    line.app.footer(kExitCodes);
+    line.app.add_flag("--version", typed.version, "Versions of the program and the library");
+    addLibrary(line.app, options.library);
+    describeExport(line, options, typed);
+    const bool exports = !arguments.empty() && arguments.front() == "export";
+    if (!exports) describeOthers(line, options, typed);
+}
+
 std::string remedyOf(const CommandLine& line) {
+    if (line.gallery == nullptr || line.exporting->parsed()) return kSeeExportHelp;
     if (line.settings.all->parsed()) return "see tivar settings --help";
     if (const CLI::App* bmp = parsedOf(line.bmp)) return "see tivar " + bmp->get_name() + " --help";
     for (const CLI::App* command : {line.gallery, line.info}) {
         if (command->parsed()) return "see tivar " + command->get_name() + " --help";
     }
-    return line.exporting->parsed() ? kSeeExportHelp : kSeeHelp;
+    return kSeeHelp;
 }
 
 Command chosen(const CommandLine& line, const Typed& typed) {
@@ -452,8 +465,8 @@ Options parseOptions(int argc, char** argv) {
     Options options;
     Typed typed;
     CommandLine line;
-    describe(line, options, typed);
     const std::vector<std::string> arguments = spelledOut(argc, argv);
+    describe(line, options, typed, arguments);
     try {
         line.app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::Success&) {
