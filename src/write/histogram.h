@@ -36,11 +36,15 @@ struct Histogram {
 // Calls visit(cell) for every cell, cubes of eight cells a side one after the other.
 template <class Visit>
 void forEachCube(Visit&& visit) {
-    const auto spread = [](uint32_t each) {
-        return (each & 7) | (each & 7 << 3) << 3 | (each & 7 << 6) << 6;
-    };
+    constexpr int kChannelBits = 8 - kCellBits;
     for (uint32_t cube = 0; cube < 512; ++cube) {
-        for (uint32_t place = 0; place < 512; ++place) visit(spread(cube) << 3 | spread(place));
+        const uint32_t first = (cube & 7) << 3 | (cube >> 3 & 7) << (3 + kChannelBits) |
+                               cube >> 6 << (3 + 2 * kChannelBits);
+        for (uint32_t row = 0; row < 64; ++row) {
+            const uint32_t left =
+                first + ((row & 7) << kChannelBits) + (row >> 3 << 2 * kChannelBits);
+            for (uint32_t cell = left; cell < left + 8; ++cell) visit(cell);
+        }
     }
 }
 
