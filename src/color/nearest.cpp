@@ -13,6 +13,9 @@ namespace {
 constexpr int16_t kFewEntries = 64;
 constexpr int kLargeSideBits = 3;
 
+// So many entries are looked at together.
+constexpr int kTogether = 8;
+
 // Whether some colour of the cell that begins at low is looked for as a grey.
 bool canBeGrey(const uint8_t* low) {
     const auto near = [](int a, int b) { return std::abs(a - b) <= kGreyTolerance + 3; };
@@ -106,13 +109,20 @@ uint32_t NearestFinder::buildList(uint32_t cell, bool grey) {
     const int32_t *nearGreen = row(kind.near, 1), *nearBlue = row(kind.near, 2);
     // Whatever the query, the nearest entry is no farther than the least of the farthest distances.
     int32_t bound = INT32_MAX;
-    for (int i = 0; i < kind.count; ++i)
+    int32_t near[kLargestTable + kTogether];
+    for (int i = 0; i < kind.count; ++i) {
         bound = std::min(bound, farRed[i] + farGreen[i] + farBlue[i]);
+        near[i] = nearRed[i] + nearGreen[i] + nearBlue[i];
+    }
+    std::fill_n(near + kind.count, kTogether, INT32_MAX);
     Candidate* head = candidates + used;
     uint16_t listed = 0;
-    for (int i = 0; i < kind.count; ++i) {
-        head[listed + 1] = kind.entries[i];
-        if (nearRed[i] + nearGreen[i] + nearBlue[i] <= bound) ++listed;
+    for (int first = 0; first < kind.count; first += kTogether) {
+        int some = 0;
+        for (int i = first; i < first + kTogether; ++i) some |= near[i] <= bound ? 1 : 0;
+        if (some == 0) continue;
+        for (int i = first; i < first + kTogether; ++i)
+            if (near[i] <= bound) head[++listed] = kind.entries[i];
     }
     if (listed <= 2)
         return kOneOfTwo | head[1].index | static_cast<uint32_t>(head[listed].index) << kIndexBits;

@@ -51,12 +51,17 @@ struct Matrix {
     double v[6];
 };
 
+// All sums are far below 2^63, and of signed numbers processors make doubles in one step.
+double asDouble(uint64_t sum) {
+    return static_cast<double>(static_cast<int64_t>(sum));
+}
+
 Matrix covarianceOf(const ColorSum& sum, const Moments& moments) {
-    const double weight = static_cast<double>(sum.weight);
+    const double weight = asDouble(sum.weight);
     double mean[3];
-    for (int i = 0; i < 3; ++i) mean[i] = static_cast<double>(sum.channels[i]) / weight;
+    for (int i = 0; i < 3; ++i) mean[i] = asDouble(sum.channels[i]) / weight;
     const auto spread = [&](int at, int i, int j) {
-        return static_cast<double>(moments.products[at]) / weight - mean[i] * mean[j];
+        return asDouble(moments.products[at]) / weight - mean[i] * mean[j];
     };
     return {{spread(0, 0, 0), spread(1, 0, 1), spread(2, 0, 2), spread(3, 1, 1), spread(4, 1, 2),
              spread(5, 2, 2)}};
@@ -108,9 +113,8 @@ bool spreadSlices(const ColorPart& part, CutPlane& plane) {
 // What a cluster's mean takes off the sum of its squares.
 double squaredMean(const ColorSum& sum) {
     double squares = 0;
-    for (const uint64_t channel : sum.channels)
-        squares += static_cast<double>(channel) * static_cast<double>(channel);
-    return squares / static_cast<double>(sum.weight);
+    for (const uint64_t channel : sum.channels) squares += asDouble(channel) * asDouble(channel);
+    return squares / asDouble(sum.weight);
 }
 
 ColorSum differenceOf(const ColorSum& a, const ColorSum& b) {

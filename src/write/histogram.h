@@ -33,14 +33,17 @@ struct Histogram {
     size_t asideCount = 0;
 };
 
-// Calls visit(cell) for every cell, cubes of eight cells a side one after the other.
+// Calls visit(first) for every eight cells side by side: cubes of eight cells a side one after the
+// other.
 template <class Visit>
-void forEachCube(Visit&& visit) {
-    const auto spread = [](uint32_t each) {
-        return (each & 7) | (each & 7 << 3) << 3 | (each & 7 << 6) << 6;
+void forEachEight(Visit&& visit) {
+    constexpr int kChannelBits = 8 - kCellBits;
+    const auto spread = [](uint32_t green, uint32_t blue) {
+        return green << kChannelBits | blue << 2 * kChannelBits;
     };
     for (uint32_t cube = 0; cube < 512; ++cube) {
-        for (uint32_t place = 0; place < 512; ++place) visit(spread(cube) << 3 | spread(place));
+        const uint32_t first = 8 * ((cube & 7) | spread(cube >> 3 & 7, cube >> 6));
+        for (uint32_t row = 0; row < 64; ++row) visit(first + spread(row & 7, row >> 3));
     }
 }
 

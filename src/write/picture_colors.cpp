@@ -140,17 +140,26 @@ uint32_t markCells(const Counters& counters, Histogram& base) {
     return marked;
 }
 
+bool anyOfEight(const uint64_t* cells) {
+    uint64_t any = 0;
+    for (int i = 0; i < 8; ++i) any |= cells[i];
+    return any != 0;
+}
+
 // The sums of the marked cells, cube by cube; each mark becomes the place of the cell's sum.
 void addCells(const Counters& counters, Histogram& base, ColorSum* sums) {
     uint32_t place = 0;
-    forEachCube([&](uint32_t cell) {
-        if (base.cells[cell] == 0) return;
-        ColorSum sum{};
-        addCell(cell, base.cells[cell] & ~kMarked, sum);
-        forEachOther(counters, base,
-                     [&](const Histogram& other) { addCell(cell, other.cells[cell], sum); });
-        base.cells[cell] = place;
-        sums[place++] = sum;
+    forEachEight([&](uint32_t first) {
+        if (!anyOfEight(&base.cells[first])) return;
+        for (uint32_t cell = first; cell < first + 8; ++cell) {
+            if (base.cells[cell] == 0) continue;
+            ColorSum sum{};
+            addCell(cell, base.cells[cell] & ~kMarked, sum);
+            forEachOther(counters, base,
+                         [&](const Histogram& other) { addCell(cell, other.cells[cell], sum); });
+            base.cells[cell] = place;
+            sums[place++] = sum;
+        }
     });
 }
 
