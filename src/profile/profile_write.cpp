@@ -1,17 +1,13 @@
 // Rewriting profiles. The new text goes to a file beside the profile, which is renamed over it when
 // it is complete: whatever fails, the old or the complete new profile is there.
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <tivar/filter.h>
 #include <tivar/stream.h>
-#include <unistd.h>
 
-#include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "base/beside.h"
+#include "base/files.h"
 #include "base/memory.h"
 #include "base/text.h"
 #include "base/turn.h"
@@ -154,35 +150,34 @@ bool writeChanged(OxlStream source, FILE* file, const Change& change) {
 }
 
 // Completes the new file and puts it in the profile's place.
-bool install(FILE* file, bool written, const char* name, const char* path, const mode_t* mode) {
+bool install(FILE* file, bool written, const char* name, const char* path, const FileStatus* old) {
     bool complete = written && std::fflush(file) == 0;
-    complete = complete && (mode == nullptr || fchmod(fileno(file), *mode) == 0);
-    complete = complete && fsync(fileno(file)) == 0;
+    complete = complete && (old == nullptr || setMode(descriptorOf(file), *old));
+    complete = complete && syncFile(descriptorOf(file));
     complete = std::fclose(file) == 0 && complete;
-    complete = complete && std::rename(name, path) == 0;
-    if (!complete) unlink(name);
+    complete = complete && replaceFile(name, path);
+    if (!complete) removeFile(name);
     return complete;
 }
 
 void rewriteProfile(OxlStream source, const char* path, const Change& change) {
-    struct stat status = {};
-    const bool exists = stat(path, &status) == 0;
+    FileStatus status = {};
+    const bool exists = readStatus(path, status);
     // A profile that is there but cannot be read must not be replaced, nor hidden by a new one.
     if (source == 0 && (exists || isInIniDir(path))) return;
-    char target[PATH_MAX];
+    char target[kPathBytes];
     if (!exists) copyBounded(target, sizeof target, path);
-    if (exists && realpath(path, target) == nullptr) return;
-    char name[PATH_MAX];
+    if (exists && !resolvePath(path, target)) return;
+    char name[kPathBytes];
     const int descriptor = createBeside(target, !exists, name, sizeof name);
     if (descriptor < 0) return;
-    FILE* file = fdopen(descriptor, "w+");
+    FILE* file = streamOf(descriptor);
     if (file == nullptr) {
-        close(descriptor);
-        unlink(name);
+        closeFile(descriptor);
+        removeFile(name);
         return;
     }
-    const mode_t mode = status.st_mode & 07777;
-    install(file, writeChanged(source, file, change), name, target, exists ? &mode : nullptr);
+    install(file, writeChanged(source, file, change), name, target, exists ? &status : nullptr);
 }
 
 }  // namespace
@@ -192,7 +187,7 @@ using namespace tivar;
 
 int32_t WritePrivateProfileString(const char* section, const char* key, const char* value,
                                   const char* file) {
-    char path[PATH_MAX];
+    char path[kPathBytes];
     if (section == nullptr || isEmpty(file) || std::strlen(file) >= sizeof path) return 0;
     const SectionName name(section);
     if (!name) return 0;
