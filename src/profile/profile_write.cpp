@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "base/beside.h"
 #include "base/files.h"
@@ -133,6 +134,17 @@ bool readFailed(OxlStream stream) {
     return Locked<StreamRecord>(stream)->error != 0;
 }
 
+// The profile that is read; or 0.
+struct OpenProfile {
+    explicit OpenProfile(OxlStream opened) : stream(opened) {}
+    ~OpenProfile() { close(); }
+    OpenProfile(const OpenProfile&) = delete;
+    OpenProfile& operator=(const OpenProfile&) = delete;
+    void close() { INIclose(std::exchange(stream, OxlStream{0})); }
+
+    OxlStream stream;
+};
+
 // Writes the changed profile to file; source is the old one, or 0.
 bool writeChanged(OxlStream source, FILE* file, const Change& change) {
     OxlStreamDesc lent = {};
@@ -160,7 +172,9 @@ bool install(FILE* file, bool written, const char* name, const char* path, const
     return complete;
 }
 
+// Closes source, always: what is open cannot be replaced everywhere.
 void rewriteProfile(OxlStream source, const char* path, const Change& change) {
+    OpenProfile old{source};
     FileStatus status = {};
     const bool exists = readStatus(path, status);
     // A profile that is there but cannot be read must not be replaced, nor hidden by a new one.
@@ -177,7 +191,9 @@ void rewriteProfile(OxlStream source, const char* path, const Change& change) {
         removeFile(name);
         return;
     }
-    install(file, writeChanged(source, file, change), name, target, exists ? &status : nullptr);
+    const bool written = writeChanged(source, file, change);
+    old.close();
+    install(file, written, name, target, exists ? &status : nullptr);
 }
 
 }  // namespace
@@ -196,7 +212,6 @@ int32_t WritePrivateProfileString(const char* section, const char* key, const ch
     copyBounded(path, sizeof path, file);
     const OxlStream source = INIopen(path, sizeof path, OXL_READ);
     rewriteProfile(source, path, {name, key, value});
-    INIclose(source);
     return 0;
 }
 

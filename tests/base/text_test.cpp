@@ -6,6 +6,11 @@
 namespace {
 
 using namespace tivar;
+// Some C libraries have these names, too.
+using tivar::stricmp;
+using tivar::strlwr;
+using tivar::strnicmp;
+using tivar::strupr;
 
 TEST(CaseConversion, WorksInPlaceAndReturnsTheString) {
     char text[] = "aZ 9_\xE4";

@@ -9,6 +9,7 @@
 #include <map>
 #include <string>
 
+#include "process/utf8.h"
 #include "process/windows/names.h"
 
 namespace {
@@ -185,6 +186,31 @@ int memfd_create(const char*, unsigned) {
         CreateFileW(name, GENERIC_READ | GENERIC_WRITE | DELETE, kShareAll, nullptr, CREATE_ALWAYS,
                     FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
     return descriptorOf(handle, _O_RDWR);
+}
+
+// The C++ library makes paths of text by this: characters of UTF-8. One beyond 16 bits becomes two
+// units, the second of which state keeps until the last of its bytes is asked for.
+size_t mbrtowc(wchar_t* to, const char* from, size_t count, mbstate_t* state) {
+    static mbstate_t own = 0;
+    if (state == nullptr) state = &own;
+    if (from == nullptr) return static_cast<size_t>(*state = 0);
+    if (count == 0) return static_cast<size_t>(-2);
+    if (*state != 0) {
+        if (to != nullptr) *to = static_cast<wchar_t>(*state);
+        *state = 0;
+        return 1;
+    }
+    const tool::Character next = tool::firstCharacter({from, count});
+    if (!next.valid) {
+        errno = EILSEQ;
+        return static_cast<size_t>(-1);
+    }
+    const bool two = next.code > 0xFFFF;
+    const uint32_t above = next.code - 0x10000;
+    if (to != nullptr) *to = static_cast<wchar_t>(two ? 0xD800 + (above >> 10) : next.code);
+    if (two) *state = static_cast<mbstate_t>(0xDC00 + (above & 0x3FF));
+    if (next.code == 0) return 0;
+    return two ? next.bytes - 1 : next.bytes;
 }
 
 // Only to be read.
