@@ -58,7 +58,14 @@ int describe(HANDLE handle, struct tivar_stat* status) {
     status->st_mode = type == FILE_TYPE_CHAR ? S_IFCHR : S_IFIFO;
     if (type != FILE_TYPE_DISK) return 0;
     BY_HANDLE_FILE_INFORMATION found = {};
-    if (GetFileInformationByHandle(handle, &found) == 0) return tool::failWithLastError();
+    if (GetFileInformationByHandle(handle, &found) == 0) {
+        // A file that the caller has opened may be out of reach for this, and is no other's then.
+        LARGE_INTEGER size = {};
+        if (GetFileSizeEx(handle, &size) == 0) return tool::failWithLastError();
+        status->st_mode = S_IFREG;
+        status->st_size = size.QuadPart;
+        return 0;
+    }
     const bool directory = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     status->st_mode = directory ? S_IFDIR : S_IFREG;
     status->st_dev = found.dwVolumeSerialNumber;
