@@ -16,6 +16,7 @@ target_compile_definitions(tivar PRIVATE
   TIVAR_BUILT_LIBRARY_NAME="$<TARGET_FILE_NAME:tivar_shared>"
   TIVAR_ZIMG_LIBRARY="libzimg-2.dll"
   TIVAR_READS_HEIF)
+target_link_options(tivar PRIVATE $<$<CONFIG:Release>:-s>)
 target_link_libraries(tivar PRIVATE ole32 oleaut32 windowscodecs uuid shell32)
 # windows.h has names that others use, too.
 set_source_files_properties(

@@ -15,7 +15,7 @@ bool beginsWith(const wchar_t* text, const wchar_t* prefix) {
     return std::wcsncmp(text, prefix, std::wcslen(prefix)) == 0;
 }
 
-// From a certain length on only whole paths behind a prefix are taken, which say that they are that.
+// From a certain length on only whole paths are taken, behind a prefix that says so.
 bool makeLongName(wchar_t* name, size_t capacity) {
     constexpr size_t kTakenAsItIs = MAX_PATH - 12;
     if (std::wcslen(name) < kTakenAsItIs || beginsWith(name, L"\\\\?\\")) return true;

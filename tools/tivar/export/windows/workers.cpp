@@ -1,5 +1,5 @@
-// One task after the other in this process, which cannot be doubled here. The threads of each export
-// keep the processors busy.
+// One task after the other in this process, which cannot be doubled here. The threads of each
+// export keep the processors busy.
 #include "export/workers.h"
 
 #include "process/failure.h"

@@ -1,5 +1,5 @@
-// PNG, JPEG, GIF, TIFF, WebP and HEIF by the system's codecs. Palettes and greys of up to 8 bits stay
-// indices, deeper samples are rounded to 8 bits.
+// PNG, JPEG, GIF, TIFF, WebP and HEIF by the system's codecs. Palettes and greys of up to 8 bits
+// stay indices, deeper samples are rounded to 8 bits.
 #include <algorithm>
 #include <array>
 #include <functional>

@@ -1,5 +1,5 @@
-// Files by names of UTF-8. These take the place of the C library's routines of the same names in the
-// whole program, the C++ library's streams included.
+// Files by names of UTF-8. These take the place of the C library's routines of the same names in
+// the whole program, the C++ library's streams included.
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <windows.h>
