@@ -6,7 +6,14 @@
  * its own (TIVAR_VERSION in types.h). */
 #define TIVAR_RELEASE "2.1.0"
 
-#if defined(__GNUC__)
+/* On Windows the library is libtivar-2.dll, whose calls and call-backs are all of the C convention,
+ * __cdecl, and whose names are exported as they are written. Who is linked with the archive defines
+ * TIVAR_STATIC. */
+#if defined(_WIN32) && defined(TIVAR_STATIC)
+#define TIVAR_API
+#elif defined(_WIN32)
+#define TIVAR_API __declspec(dllimport)
+#elif defined(__GNUC__)
 #define TIVAR_API __attribute__((visibility("default")))
 #else
 #define TIVAR_API

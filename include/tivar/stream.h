@@ -51,12 +51,14 @@ typedef struct OxlStreamDesc {
     HostWord target;
     HostWord size;
     HostWord growStep;
-    HostWord lentFile;     /* FILE*, OXL_LENT without a procedure; never closed by the stream */
+    HostWord lentFile;     /* FILE*, of msvcrt.dll on Windows; OXL_LENT without a procedure; never
+                              closed by the stream */
     HostWord documentProc; /* OxlDocProc, or 0 */
     HostWord lentDocument; /* OXL_LENT with a procedure */
 } OxlStreamDesc;
 
-/* Opens a stream; 0 on failure, with nothing left allocated. The names "stdin" and "stdout" are the
+/* Opens a stream; 0 on failure, with nothing left allocated. Names are UTF-8 on Windows, and all
+ * modes are for bytes. The names "stdin" and "stdout" are the
  * process's own, which closing the stream closes. A null or empty name makes a memory stream of the
  * descriptor.
  * OXL_EXISTS: (OxlStream)-1 when the file is missing, else not 0. OXL_DELETE: 1 deleted, 0 not.

@@ -229,7 +229,8 @@ enum TivarFileFlags {
  * the place and renamed, so a file that was there stays until then, and after a failure; a new one
  * has the mode 0666 less the process's mask, one that replaces another has the other's. A symbolic
  * link stays and leads to the new file. What is no file, a device or a pipe, is written to as it
- * is. flags: enum TivarFileFlags. */
+ * is. On Windows the new file has the rights that its directory gives, and a file that somebody has
+ * open cannot be replaced. flags: enum TivarFileFlags. */
 TIVAR_API int32_t tivar_write_bmp_file(const TivarPicture* picture, const TivarOptions* options,
                                        const char* name, uint32_t flags, TivarReport* report);
 

@@ -3,12 +3,12 @@
 // its handle without a table.
 #include "base/memory.h"
 
-#include <sys/mman.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include "base/pages.h"
 
 namespace tivar {
 namespace {
@@ -62,19 +62,6 @@ void placeHeader(void* block, uint32_t flags, uint32_t size) {
     placeBackByte(header);
 }
 
-// Pictures are touched from end to end: fewer, larger pages cost less to get. Only a hint.
-void preferLargePages([[maybe_unused]] void* block, [[maybe_unused]] uint64_t bytes) {
-#if defined(MADV_HUGEPAGE)
-    constexpr uint64_t kWorthwhile = 4u << 20;
-    constexpr uintptr_t kPage = 4096;
-    if (bytes < kWorthwhile) return;
-    const auto start = reinterpret_cast<uintptr_t>(block);
-    const uintptr_t first = (start + kPage - 1) / kPage * kPage;
-    const uintptr_t end = (start + static_cast<uintptr_t>(bytes)) / kPage * kPage;
-    madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
-#endif
-}
-
 // Moves a block's contents into the one that takes its place; 0, and nothing moved, without one.
 MemHandle replaceBlock(MemHandle handle, MemHandle successor) {
     if (successor == 0) return 0;
@@ -85,9 +72,10 @@ MemHandle replaceBlock(MemHandle handle, MemHandle successor) {
 }
 
 void reportExhaustion(uint32_t size) {
-    const auto bytes = static_cast<long>(blockBytes(size));
-    std::printf("GloalAlloc function failed due to insufficient memory: needs %ld bytes memory!!\n",
-                bytes);
+    const auto bytes = static_cast<long long>(static_cast<intptr_t>(blockBytes(size)));
+    std::printf(
+        "GloalAlloc function failed due to insufficient memory: needs %lld bytes memory!!\n",
+        bytes);
 }
 
 }  // namespace

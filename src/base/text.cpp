@@ -1,11 +1,8 @@
 #include "base/text.h"
 
-#include <locale.h>
-#include <stdlib.h>
-
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace tivar {
@@ -59,23 +56,6 @@ void copyBounded(char* destination, size_t capacity, const char* text) {
 int32_t parseInt(const char* text) {
     const long long value = std::strtoll(text, nullptr, 10);
     return static_cast<int32_t>(std::clamp<long long>(value, INT32_MIN, INT32_MAX));
-}
-
-double parseDouble(const char* text) {
-    const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
-    if (plain == nullptr) return 0.0;
-    const double value = strtod_l(text, nullptr, plain);
-    freelocale(plain);
-    return value;
-}
-
-void formatDouble(char* text, size_t capacity, double value, int digits) {
-    const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
-    const locale_t previous = plain == nullptr ? nullptr : uselocale(plain);
-    std::snprintf(text, capacity, "%.*g", digits, value);
-    if (plain == nullptr) return;
-    uselocale(previous);
-    freelocale(plain);
 }
 
 }  // namespace tivar

@@ -22,12 +22,6 @@ void copyBounded(char* destination, size_t capacity, const char* text);
 // Whole decimal number with the standard conversion's rules, saturating.
 int32_t parseInt(const char* text);
 
-// Floating-point number with a point, whatever the process's locale.
-double parseDouble(const char* text);
-
-// "%.<digits>g" with a point, whatever the process's locale.
-void formatDouble(char* text, size_t capacity, double value, int digits);
-
 inline bool isEmpty(const char* text) {
     return text == nullptr || *text == '\0';
 }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <initializer_list>
 
+#include "base/environment.h"
 #include "base/numbers.h"
 #include "base/text.h"
 #include "base/turn.h"
@@ -71,7 +72,8 @@ void SetPrinterInfo(double width, double height, int16_t xResolution, int16_t yR
 int32_t GetDisplayInfo(double* width, double* height, int16_t* xResolution, int16_t* yResolution) {
     const Turn turn;
     DisplayValues values;
-    const char* environment = std::getenv("DISPLAYINFO");
+    char buffer[kEnvironmentBytes];
+    const char* environment = environmentValue("DISPLAYINFO", buffer);
     if (isEmpty(environment))
         takeRecorded(values);
     else

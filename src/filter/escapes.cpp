@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "base/memory.h"
+#include "base/number_text.h"
 #include "base/numbers.h"
 #include "base/text.h"
 #include "base/turn.h"

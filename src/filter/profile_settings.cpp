@@ -1,6 +1,7 @@
 // Settings from a mode's section of the profile, and the ranges that they must keep.
 #include <tivar/filter.h>
 
+#include "base/number_text.h"
 #include "base/text.h"
 #include "base/turn.h"
 #include "filter/setting_limits.h"

@@ -54,7 +54,7 @@ MemHandle CreateSetup(HostWord, const char* profilePath, const char* modeName,
     auto& record = *static_cast<SetupRecord*>(GlobalLock(handle));
     hRaster = handle;
     lpRaster = &record;
-    strupr(szFilter);
+    tivar::strupr(szFilter);
     copyBounded(record.filterName, kNameSize, isEmpty(filterName) ? szFilter : filterName);
     if (!findProfile(record, profilePath)) {
         record.profilePath[0] = '\0';

@@ -1,12 +1,13 @@
 // Opening, reading, writing, seeking and closing of streams over their four targets: a named file,
 // a lent file, a memory block of the caller, a document of the host.
 #include <tivar/stream.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 
+#include "base/files.h"
 #include "base/memory.h"
+#include "base/stdio_file.h"
 #include "base/text.h"
 #include "io/stream_record.h"
 
@@ -36,7 +37,7 @@ intptr_t asWord(const void* pointer) {
 OxlStream testExistence(const char* name, OxlDocProc document) {
     if (document != nullptr)
         return static_cast<OxlStream>(document(0, kDocExists, asWord(name), 0));
-    FILE* file = isEmpty(name) ? nullptr : std::fopen(name, "r");
+    FILE* file = isEmpty(name) ? nullptr : openStdioFile(name, "r");
     if (file == nullptr) return static_cast<OxlStream>(-1);
     std::fclose(file);
     return 1;
@@ -45,17 +46,17 @@ OxlStream testExistence(const char* name, OxlDocProc document) {
 OxlStream deleteTarget(const char* name, OxlDocProc document) {
     if (document != nullptr)
         return static_cast<OxlStream>(document(0, kDocDelete, asWord(name), 0));
-    return !isEmpty(name) && unlink(name) == 0 ? 1 : 0;
+    return !isEmpty(name) && removeFile(name) ? 1 : 0;
 }
 
 FILE* openNamed(const char* name, int32_t mode) {
-    if (std::strcmp(name, "stdin") == 0) return stdin;
-    if (std::strcmp(name, "stdout") == 0) return stdout;
+    if (std::strcmp(name, "stdin") == 0) return standardInput();
+    if (std::strcmp(name, "stdout") == 0) return standardOutput();
     const char* how = "r";
     if ((mode & OXL_WRITE) != 0) how = "w+";
     if ((mode & OXL_UPDATE) != 0) how = "r+";
     if ((mode & OXL_CREATE) != 0) how = "w+";
-    FILE* file = std::fopen(name, how);
+    FILE* file = openStdioFile(name, how);
     // The stream has its own buffer.
     if (file != nullptr) std::setvbuf(file, nullptr, _IONBF, 0);
     return file;
@@ -346,7 +347,7 @@ int32_t oxlCopy(const char* sourceName, const char* targetName) {
 }
 
 int32_t unxSeek(FILE* file, int32_t offset, int32_t whence) {
-    if (file == nullptr || std::fseek(file, offset, whence) != 0) return kFailed;
-    const long position = std::ftell(file);
+    if (file == nullptr || !seekStdioFile(file, offset, whence)) return kFailed;
+    const int64_t position = tellStdioFile(file);
     return position > INT32_MAX ? kFailed : static_cast<int32_t>(position);
 }

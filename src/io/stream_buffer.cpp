@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/stdio_file.h"
 #include "io/stream_record.h"
 
 namespace tivar {
@@ -36,7 +37,7 @@ void emptyBuffer(StreamRecord& stream) {
 int32_t putAtBase(StreamRecord& stream, const uint8_t* source, int32_t count) {
     if (stream.base > INT32_MAX - count) return 0;
     const bool inPlace = stream.filePosition == stream.base && stream.borrowed == 0;
-    if (!inPlace && std::fseek(stream.file, stream.base, SEEK_SET) != 0) return 0;
+    if (!inPlace && !seekStdioFile(stream.file, stream.base, SEEK_SET)) return 0;
     stream.filePosition = -1;
     return static_cast<int32_t>(std::fwrite(source, 1, static_cast<size_t>(count), stream.file));
 }
@@ -97,7 +98,7 @@ int32_t fillBuffer(StreamRecord& stream) {
     if (stream.file == nullptr) return 0;
     if (stream.dirty != 0 && flushFile(stream) == kFailed) return kFailed;
     stream.filePosition = -1;
-    if (std::fseek(stream.file, stream.next, SEEK_SET) != 0) return fail(stream);
+    if (!seekStdioFile(stream.file, stream.next, SEEK_SET)) return fail(stream);
     const size_t count = std::fread(stream.data, 1, kStreamBufferSize, stream.file);
     if (count == 0 && std::ferror(stream.file) != 0) return fail(stream);
     const auto bytes = static_cast<int32_t>(count);
@@ -135,11 +136,11 @@ int32_t writeBuffersDirectly(StreamRecord& stream, const uint8_t* source, int32_
 
 void refreshLength(StreamRecord& stream) {
     stream.filePosition = -1;
-    const long position = std::ftell(stream.file);
-    if (position < 0 || std::fseek(stream.file, 0, SEEK_END) != 0) return;
-    const long end = std::ftell(stream.file);
+    const int64_t position = tellStdioFile(stream.file);
+    if (position < 0 || !seekStdioFile(stream.file, 0, SEEK_END)) return;
+    const int64_t end = tellStdioFile(stream.file);
     stream.length = end > INT32_MAX ? INT32_MAX : static_cast<int32_t>(end);
-    std::fseek(stream.file, position, SEEK_SET);
+    seekStdioFile(stream.file, position, SEEK_SET);
     stream.filePosition = position > INT32_MAX ? -1 : static_cast<int32_t>(position);
 }
 

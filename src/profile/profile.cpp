@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/environment.h"
 #include "base/memory.h"
 #include "base/text.h"
 #include "profile/path.h"
@@ -153,7 +154,8 @@ int32_t GetProfileDirectory(char* name, const char* path) {
     char wanted[kPathSize];
     if (name == nullptr || !chooseProfile(wanted, name, path)) return 1;
     char candidate[kPathSize];
-    const char* directory = std::getenv("INIDIR");
+    char buffer[kEnvironmentBytes];
+    const char* directory = environmentValue("INIDIR", buffer);
     const bool usable = !isEmpty(directory) && std::strlen(directory) < kPathSize;
     if (usable && pathInIniDir(candidate, sizeof candidate, wanted) && canOpen(candidate)) {
         std::memcpy(name, candidate, std::strlen(candidate) + 1);

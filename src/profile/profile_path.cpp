@@ -1,18 +1,17 @@
 #include "profile/profile_path.h"
 
-#include <unistd.h>
-
-#include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
+#include "base/environment.h"
+#include "base/files.h"
 #include "base/text.h"
 
 namespace tivar {
 
 bool pathInIniDir(char* path, size_t capacity, const char* name) {
-    const char* directory = std::getenv("INIDIR");
+    char buffer[kEnvironmentBytes];
+    const char* directory = environmentValue("INIDIR", buffer);
     if (isEmpty(directory)) return false;
     const char* slash = directory[std::strlen(directory) - 1] == '/' ? "" : "/";
     const int length = std::snprintf(path, capacity, "%s%s%s", directory, slash, name);
@@ -20,8 +19,8 @@ bool pathInIniDir(char* path, size_t capacity, const char* name) {
 }
 
 bool isInIniDir(const char* name) {
-    char path[PATH_MAX];
-    return pathInIniDir(path, sizeof path, name) && access(path, F_OK) == 0;
+    char path[kPathBytes];
+    return pathInIniDir(path, sizeof path, name) && isThere(path);
 }
 
 }  // namespace tivar

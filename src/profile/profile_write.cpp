@@ -1,17 +1,14 @@
 // Rewriting profiles. The new text goes to a file beside the profile, which is renamed over it when
 // it is complete: whatever fails, the old or the complete new profile is there.
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <tivar/filter.h>
 #include <tivar/stream.h>
-#include <unistd.h>
 
-#include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "base/beside.h"
+#include "base/files.h"
 #include "base/memory.h"
 #include "base/text.h"
 #include "base/turn.h"
@@ -137,6 +134,17 @@ bool readFailed(OxlStream stream) {
     return Locked<StreamRecord>(stream)->error != 0;
 }
 
+// The profile that is read; or 0.
+struct OpenProfile {
+    explicit OpenProfile(OxlStream opened) : stream(opened) {}
+    ~OpenProfile() { close(); }
+    OpenProfile(const OpenProfile&) = delete;
+    OpenProfile& operator=(const OpenProfile&) = delete;
+    void close() { INIclose(std::exchange(stream, OxlStream{0})); }
+
+    OxlStream stream;
+};
+
 // Writes the changed profile to file; source is the old one, or 0.
 bool writeChanged(OxlStream source, FILE* file, const Change& change) {
     OxlStreamDesc lent = {};
@@ -154,35 +162,38 @@ bool writeChanged(OxlStream source, FILE* file, const Change& change) {
 }
 
 // Completes the new file and puts it in the profile's place.
-bool install(FILE* file, bool written, const char* name, const char* path, const mode_t* mode) {
+bool install(FILE* file, bool written, const char* name, const char* path, const FileStatus* old) {
     bool complete = written && std::fflush(file) == 0;
-    complete = complete && (mode == nullptr || fchmod(fileno(file), *mode) == 0);
-    complete = complete && fsync(fileno(file)) == 0;
+    complete = complete && (old == nullptr || setMode(descriptorOf(file), *old));
+    complete = complete && syncFile(descriptorOf(file));
     complete = std::fclose(file) == 0 && complete;
-    complete = complete && std::rename(name, path) == 0;
-    if (!complete) unlink(name);
+    complete = complete && replaceFile(name, path);
+    if (!complete) removeFile(name);
     return complete;
 }
 
+// Closes source, always: what is open cannot be replaced everywhere.
 void rewriteProfile(OxlStream source, const char* path, const Change& change) {
-    struct stat status = {};
-    const bool exists = stat(path, &status) == 0;
+    OpenProfile old{source};
+    FileStatus status = {};
+    const bool exists = readStatus(path, status);
     // A profile that is there but cannot be read must not be replaced, nor hidden by a new one.
     if (source == 0 && (exists || isInIniDir(path))) return;
-    char target[PATH_MAX];
+    char target[kPathBytes];
     if (!exists) copyBounded(target, sizeof target, path);
-    if (exists && realpath(path, target) == nullptr) return;
-    char name[PATH_MAX];
+    if (exists && !resolvePath(path, target)) return;
+    char name[kPathBytes];
     const int descriptor = createBeside(target, !exists, name, sizeof name);
     if (descriptor < 0) return;
-    FILE* file = fdopen(descriptor, "w+");
+    FILE* file = streamOf(descriptor);
     if (file == nullptr) {
-        close(descriptor);
-        unlink(name);
+        closeFile(descriptor);
+        removeFile(name);
         return;
     }
-    const mode_t mode = status.st_mode & 07777;
-    install(file, writeChanged(source, file, change), name, target, exists ? &mode : nullptr);
+    const bool written = writeChanged(source, file, change);
+    old.close();
+    install(file, written, name, target, exists ? &status : nullptr);
 }
 
 }  // namespace
@@ -192,7 +203,7 @@ using namespace tivar;
 
 int32_t WritePrivateProfileString(const char* section, const char* key, const char* value,
                                   const char* file) {
-    char path[PATH_MAX];
+    char path[kPathBytes];
     if (section == nullptr || isEmpty(file) || std::strlen(file) >= sizeof path) return 0;
     const SectionName name(section);
     if (!name) return 0;
@@ -201,7 +212,6 @@ int32_t WritePrivateProfileString(const char* section, const char* key, const ch
     copyBounded(path, sizeof path, file);
     const OxlStream source = INIopen(path, sizeof path, OXL_READ);
     rewriteProfile(source, path, {name, key, value});
-    INIclose(source);
     return 0;
 }
 

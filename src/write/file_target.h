@@ -2,11 +2,9 @@
 // regular file, a device or a pipe, gets the bytes directly.
 #pragma once
 
-#include <sys/types.h>
-
-#include <climits>
 #include <cstdint>
 
+#include "base/files.h"
 #include "write/output.h"
 
 namespace tivar {
@@ -20,12 +18,10 @@ struct FileTarget {
     int descriptor = -1;
     bool direct = false;    // the bytes go to the place itself
     bool replaces = false;  // a file that has this mode and owner
-    mode_t mode = 0;
-    uid_t owner = 0;
-    gid_t group = 0;
-    int error = 0;              // errno of what failed
-    char place[PATH_MAX] = {};  // with links followed
-    char beside[PATH_MAX] = {};
+    FileStatus replaced = {};
+    int error = 0;                // errno of what failed
+    char place[kPathBytes] = {};  // with links followed
+    char beside[kPathBytes] = {};
 };
 
 // Both: enum TivarResult; flags: enum TivarFileFlags.

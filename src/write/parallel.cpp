@@ -1,10 +1,9 @@
 #include "write/parallel.h"
 
-#include <pthread.h>
-#include <signal.h>
-
 #include <algorithm>
 #include <atomic>
+
+#include "base/threads.h"
 
 namespace tivar {
 namespace {
@@ -22,7 +21,6 @@ struct Shared {
 struct Worker {
     Shared* shared;
     int number;
-    pthread_t thread;
 };
 
 void workFrom(Shared& shared, int number, uint32_t part) {
@@ -34,30 +32,10 @@ void workFrom(Shared& shared, int number, uint32_t part) {
     }
 }
 
-void* startWorker(void* argument) {
+void runWorker(void* argument) {
     const auto* worker = static_cast<const Worker*>(argument);
     Shared& shared = *worker->shared;
     workFrom(shared, worker->number, shared.next.fetch_add(1, std::memory_order_relaxed));
-    return nullptr;
-}
-
-// Starts up to wanted workers and returns how many there are. The process's signals go on being
-// delivered to threads of its own: these have them blocked.
-int startWorkers(Worker* workers, int wanted, Shared& shared) {
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    if (pthread_sigmask(SIG_SETMASK, &all, &before) != 0) return 0;
-    int started = 0;
-    while (started < wanted) {
-        Worker& worker = workers[started];
-        worker.shared = &shared;
-        worker.number = started + 1;
-        if (pthread_create(&worker.thread, nullptr, startWorker, &worker) != 0) break;
-        ++started;
-    }
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    return started;
 }
 
 }  // namespace
@@ -71,10 +49,16 @@ void runParts(uint32_t count, uint32_t grain, int threads, PartFunction run, voi
     if (count == 0) return;
     grain = std::max(grain, 1u);
     Shared shared{count, grain, (count - 1) / grain + 1, run, context};
+    const int wanted = threadsFor(shared.parts, threads) - 1;
     Worker workers[kMostThreads];
-    const int started = startWorkers(workers, threadsFor(shared.parts, threads) - 1, shared);
+    Thread started[kMostThreads];
+    for (int i = 0; i < wanted; ++i) {
+        workers[i] = {&shared, i + 1};
+        started[i] = {runWorker, &workers[i], 0};
+    }
+    const int running = startThreads(started, wanted);
     workFrom(shared, 0, 0);
-    for (int i = 0; i < started; ++i) pthread_join(workers[i].thread, nullptr);
+    for (int i = 0; i < running; ++i) joinThread(started[i]);
 }
 
 }  // namespace tivar

@@ -240,13 +240,19 @@ TEST_F(Setup, TheBackupKeepsTheDirectoryAndSendsWritesToATemporaryFile) {
         const char* kept;
     } cases[] = {
         {"/usr/lib/a.ini", "/usr/lib/"}, {"a.ini", ""}, {"C:\\dir\\a.ini", "C:\\dir\\"}, {"", ""}};
+#if defined(_WIN32)
+    const auto directory = std::filesystem::temp_directory_path();
+#else
+    const std::filesystem::path directory = "/tmp";
+#endif
     for (const auto& c : cases) {
         const SetupGuard setup;
         std::strcpy(setup->profilePath, c.path);
         std::strcpy(setup->backupProfilePath, "old");
         EXPECT_EQ(BackupProfile(setup.record), 1);
         EXPECT_STREQ(setup->backupProfilePath, c.kept);
-        EXPECT_EQ(std::filesystem::path(setup->profilePath).parent_path(), "/tmp");
+        const std::filesystem::path temporary(setup->profilePath);
+        EXPECT_TRUE(std::filesystem::equivalent(temporary.parent_path(), directory));
         EXPECT_FALSE(std::filesystem::exists(setup->profilePath));
     }
     EXPECT_EQ(BackupProfile(nullptr), 0);

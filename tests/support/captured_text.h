@@ -1,7 +1,6 @@
 // What the code under test writes to a standard stream, caught by turning its descriptor aside.
 #pragma once
 
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -11,8 +10,7 @@ namespace support {
 
 class CapturedText {
   public:
-    explicit CapturedText(FILE* stream)
-        : stream_(stream), file_(fdopen(memfd_create("captured", 0), "w+")) {
+    explicit CapturedText(FILE* stream) : stream_(stream), file_(std::tmpfile()) {
         std::fflush(stream_);
         saved_ = dup(fileno(stream_));
         dup2(fileno(file_), fileno(stream_));

@@ -27,10 +27,14 @@ class EnvironmentVariable {
 
   private:
     void assign(const std::optional<std::string>& value) const {
+#if defined(_WIN32)
+        _putenv_s(name_.c_str(), value.value_or("").c_str());
+#else
         if (value)
             setenv(name_.c_str(), value->c_str(), 1);
         else
             unsetenv(name_.c_str());
+#endif
     }
 
     std::string name_;
@@ -51,7 +55,22 @@ class WorkingDirectory {
     std::filesystem::path old_;
 };
 
-// A locale whose decimal point is a comma, made on the spot: the machine may have none.
+#if defined(_WIN32)
+// A locale whose decimal point is a comma.
+class CommaLocale {
+  public:
+    CommaLocale() : active_(setlocale(LC_NUMERIC, "German") != nullptr) {}
+    ~CommaLocale() { setlocale(LC_NUMERIC, "C"); }
+    CommaLocale(const CommaLocale&) = delete;
+    CommaLocale& operator=(const CommaLocale&) = delete;
+
+    bool active() const { return active_; }
+
+  private:
+    bool active_;
+};
+#else
+// The same, made on the spot: the machine may have none.
 class CommaLocale {
   public:
     CommaLocale() : path_("LOCPATH", directory_.path()) {
@@ -76,5 +95,6 @@ class CommaLocale {
     EnvironmentVariable path_;
     bool active_ = false;
 };
+#endif
 
 }  // namespace support

@@ -1,10 +1,9 @@
 // A directory of a test's own, removed with all that it holds.
 #pragma once
 
-#include <stdlib.h>
-
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -22,8 +21,11 @@ inline std::string readFile(const std::string& path) {
 class TempDirectory {
   public:
     TempDirectory() {
-        path_ = (std::filesystem::temp_directory_path() / "tivar-test-XXXXXX").string();
-        if (mkdtemp(path_.data()) == nullptr) throw std::runtime_error("no temporary directory");
+        const auto base = std::filesystem::temp_directory_path() / "tivar-test-";
+        std::random_device any;
+        path_ = base.string() + std::to_string(any());
+        if (!std::filesystem::create_directory(path_))
+            throw std::runtime_error("no temporary directory");
     }
     ~TempDirectory() {
         std::error_code ignored;

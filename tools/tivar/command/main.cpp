@@ -1,7 +1,5 @@
 // tivar: a command-line host of the export library.
 
-#include <fcntl.h>
-
 #include "bmp/decode.h"
 #include "bmp/inspect.h"
 #include "command/info.h"
@@ -13,20 +11,11 @@
 #include "process/input_file.h"
 #include "process/interrupt.h"
 #include "process/printing.h"
+#include "process/program.h"
 #include "settings/settings_commands.h"
 
 namespace tool {
 namespace {
-
-// Files opened later must not become standard input or output. The directions are the wrong ones,
-// so that using a closed stream stays an error.
-void occupyStandardStreams() {
-    for (const int stream : {0, 1, 2}) {
-        if (::fcntl(stream, F_GETFD) < 0) {
-            (void)::open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY);
-        }
-    }
-}
 
 void runWithLibrary(const Library& library, const Options& options) {
     if (options.command == Command::Version) printVersion(library);
@@ -74,7 +63,7 @@ int run(int argc, char** argv) {
 }  // namespace tool
 
 int main(int argc, char** argv) {
-    tool::occupyStandardStreams();
+    tool::prepareProgram(argc, argv);
     tool::installSignalHandlers();
     return tool::reporting("", [&] { return tool::run(argc, argv); });
 }

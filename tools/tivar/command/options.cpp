@@ -414,6 +414,7 @@ void describeOthers(CommandLine& line, Options& options, Typed& typed) {
 void describe(CommandLine& line, Options& options, Typed& typed,
               const std::vector<std::string>& arguments) {
     line.app.require_subcommand(0, 1);
+    line.app.allow_windows_style_options(false);  // a slash begins a path, everywhere
     line.app.footer(kExitCodes);
     line.app.add_flag("--version", typed.version, "Versions of the program and the library");
     addLibrary(line.app, options.library);

@@ -41,7 +41,7 @@ intptr_t serveDocument(intptr_t first, int32_t operation, intptr_t a, intptr_t b
     Document& document = *reinterpret_cast<Document*>(first);
     switch (operation) {
         case kRead:
-            return ::read(document.file, reinterpret_cast<void*>(a), static_cast<size_t>(b));
+            return readSome(document.file, reinterpret_cast<void*>(a), static_cast<size_t>(b));
         case kWrite:
             return writeDocument(document, reinterpret_cast<const void*>(a),
                                  static_cast<size_t>(b));

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <system_error>
 
@@ -19,8 +20,8 @@ namespace {
 // Files are told apart by their numbers, whatever leads to them.
 struct FileNumber {
     bool exists = false;
-    dev_t device{};
-    ino_t number{};
+    uint64_t device{};
+    uint64_t number{};
 };
 
 FileNumber numberOf(const std::string& path) {

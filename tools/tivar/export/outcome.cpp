@@ -29,7 +29,7 @@ struct Head {
 bool readWhole(int pipe, void* data, size_t count) {
     char* next = static_cast<char*>(data);
     while (count != 0) {
-        const ssize_t got = ::read(pipe, next, count);
+        const ssize_t got = readSome(pipe, next, count);
         if (got == 0 || (got < 0 && errno != EINTR)) return false;
         if (got > 0) {
             next += got;

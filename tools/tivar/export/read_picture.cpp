@@ -78,7 +78,7 @@ bool isMeantAsPicture(const std::string& path) {
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (file.number < 0) return errno != ENOENT && errno != ELOOP;  // reading it will say why
     std::array<char, kSignatureBytes> bytes{};
-    const ssize_t got = ::read(file.number, bytes.data(), bytes.size());
+    const ssize_t got = readSome(file.number, bytes.data(), bytes.size());
     const std::string_view start(bytes.data(), got < 0 ? 0 : static_cast<size_t>(got));
     return isKnown(start) && !beginsLikeText(start);
 }

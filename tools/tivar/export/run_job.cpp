@@ -23,6 +23,7 @@
 #include "process/lower_case.h"
 #include "process/output.h"
 #include "process/progress.h"
+#include "process/system.h"
 
 namespace tool {
 namespace {
@@ -43,7 +44,7 @@ std::vector<uint8_t> takeBytes(Delivery& delivery, const Output& output) {
     const int file = output.file.number;
     if (::lseek(file, 0, SEEK_SET) != 0) failErrno(output.name, errno);
     for (uint64_t done = 0; done < count;) {
-        const ssize_t got = ::read(file, &bytes[done], count - done);
+        const ssize_t got = readSome(file, &bytes[done], count - done);
         if (got <= 0) failErrno(output.name, got == 0 ? EIO : errno);
         done += static_cast<uint64_t>(got);
     }

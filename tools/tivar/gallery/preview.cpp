@@ -1,14 +1,17 @@
 #include "gallery/preview.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
-#include <memory>
+#include <string_view>
+#include <vector>
 
 #include "export/scaling.h"
 #include "gallery/html.h"
 #include "picture/write_picture.h"
 #include "process/failure.h"
+#include "process/input_file.h"
 #include "process/system.h"
 
 namespace tool {
@@ -53,10 +56,6 @@ void readBlocks(Blocks& blocks, uint32_t y, uint8_t* means) {
     }
 }
 
-struct FreeMemory {
-    void operator()(char* memory) const { std::free(memory); }
-};
-
 // The middle of the picture, of at most width x height pixels; it begins with a whole byte.
 PixelRows middle(const PixelRows& rows, uint32_t width, uint32_t height) {
     PixelRows part;
@@ -77,15 +76,14 @@ PixelRows middle(const PixelRows& rows, uint32_t width, uint32_t height) {
 
 std::string dataAddress(const PixelRows& rows, const char* kind,
                         int (*write)(const PixelRows& rows, std::FILE* file)) {
-    char* text = nullptr;
-    size_t size = 0;
-    OpenFile file(::open_memstream(&text, &size));
+    const OpenFile file(::fdopen(::memfd_create("tivar-preview", MFD_CLOEXEC), "w+b"));
     if (file == nullptr) failErrno("", errno);
     const int error = write(rows, file.get());
-    file.reset();  // only now the text stays where it is
-    const std::unique_ptr<char, FreeMemory> owner(text);
     if (error != 0) failErrno("", error);
-    return "data:image/" + std::string(kind) + ";base64," + base64({text, size});
+    std::rewind(file.get());
+    const std::vector<uint8_t> bytes = readAll(file.get());
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    return "data:image/" + std::string(kind) + ";base64," + base64(text);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ bool isTiff(std::string_view start) {
            start.starts_with("II+\0"sv) || start.starts_with("MM\0+"sv);
 }
 
-#ifdef TIVAR_HEIF_LIBRARY
+#ifdef TIVAR_READS_HEIF
 // Many other files have boxes of this kind: the brand tells.
 bool isHeif(std::string_view start) {
     if (start.size() < 12 || start.substr(4, 4) != "ftyp"sv) return false;
@@ -43,7 +43,7 @@ constexpr std::array kReaders{
                            start.substr(8, 4) == "WEBP"sv;
                 },
                 readWebp},
-#ifdef TIVAR_HEIF_LIBRARY
+#ifdef TIVAR_READS_HEIF
     ImageReader{"HEIF", isHeif, readHeif},
 #endif
 };

@@ -9,21 +9,23 @@
 #include <system_error>
 
 #include "process/failure.h"
+#include "process/program.h"
 
 namespace fs = std::filesystem;
 
 namespace tool {
 namespace {
 
-constexpr char kName[] = "libtivar.so.2";
-constexpr char kRemedy[] = "name libtivar.so with --library or in TIVAR_LIBRARY";
+constexpr char kName[] = TIVAR_LIBRARY_NAME;
+constexpr char kBuiltName[] = TIVAR_BUILT_LIBRARY_NAME;
+constexpr char kRemedy[] = "name " TIVAR_BUILT_LIBRARY_NAME " with --library or in TIVAR_LIBRARY";
 
 std::string besideProgram() {
     std::error_code error;
-    const fs::path here = fs::read_symlink("/proc/self/exe", error).parent_path();
-    if (error) return "";
+    const fs::path here = programDirectory();
+    if (here.empty()) return "";
     for (const char* place : {".", "../lib", "../lib/" TIVAR_MULTIARCH}) {
-        for (const char* name : {kName, "libtivar.so"}) {
+        for (const char* name : {kName, kBuiltName}) {
             const fs::path candidate = (here / place / name).lexically_normal();
             if (fs::exists(candidate, error)) return candidate.string();
         }
@@ -34,7 +36,7 @@ std::string besideProgram() {
 // A bare name of a file that exists means that file, not one on the loader's path.
 std::string anchored(const std::string& name) {
     std::error_code error;
-    const bool bare = name.find('/') == std::string::npos;
+    const bool bare = !fs::path(name).has_parent_path();
     return bare && fs::exists(name, error) ? "./" + name : name;
 }
 

@@ -13,6 +13,7 @@
 #include "process/inherited.h"
 #include "process/interrupt.h"
 #include "process/part_file.h"
+#include "process/place.h"
 
 namespace fs = std::filesystem;
 
@@ -50,18 +51,6 @@ void openOpened(Output& output, int descriptor) {
     if (!writable) failErrno(output.name, EBADF);
 }
 
-// In a directory whose files belong to their owners each, as in /tmp, somebody else's file cannot
-// be replaced, which shows only when all the work is done.
-void requireReplaceable(const Output& output, const struct stat& status) {
-    const fs::path parent = fs::path(output.target).parent_path();
-    struct stat directory {};
-    if (::stat(parent.empty() ? "." : parent.c_str(), &directory) != 0) return;
-    const uid_t self = ::geteuid();
-    const bool sticky = (directory.st_mode & S_ISVTX) != 0;
-    const bool ours = self == 0 || self == status.st_uid || self == directory.st_uid;
-    if (sticky && !ours) failErrno(output.name, EPERM);
-}
-
 // A link by which the system shows an open file says nothing about where it lies: the target is
 // replaced only if it is the file that the name opens.
 void openNamed(Output& output) {
@@ -79,42 +68,16 @@ void openNamed(Output& output) {
                              sameFile(status, behind);
     if (!replaceable) return openDirectly(output);
     if (::access(output.target.c_str(), W_OK) != 0) failErrno(output.name, errno);
-    requireReplaceable(output, status);
+    if (const int why = whyNotReplaceable(output.target, status); why != 0) {
+        failErrno(output.name, why);
+    }
     output.replaced = status;
     openPart(output);
 }
 
-// Gives the file the owner, the group and the permissions of the one that it replaces, as far as
-// the user may. A group that it cannot get has been given no more than everybody.
-bool inheritAccess(int file, const struct stat& replaced) {
-    struct stat now {};
-    if (::fstat(file, &now) != 0) return false;
-    const bool sameGroup =
-        now.st_gid == replaced.st_gid || ::fchown(file, uid_t(-1), replaced.st_gid) == 0;
-    if (now.st_uid != replaced.st_uid) (void)!::fchown(file, replaced.st_uid, gid_t(-1));
-    const mode_t mode = replaced.st_mode & 0777;
-    return ::fchmod(file, sameGroup ? mode : mode & (0707 | (mode & 07) << 3)) == 0;
-}
-
-// Gives the finished file its name unless another file has it by now. File systems without such a
-// call have a second name instead, and those without either are looked at.
-bool renameFresh(const std::string& part, const std::string& target) {
-    if (::renameat2(AT_FDCWD, part.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
-        return true;
-    }
-    if (errno == EEXIST) return false;
-    if (::link(part.c_str(), target.c_str()) == 0) return ::unlink(part.c_str()) == 0;
-    if (errno == EEXIST) return false;
-    if (::access(target.c_str(), F_OK) == 0) {
-        errno = EEXIST;
-        return false;
-    }
-    return ::rename(part.c_str(), target.c_str()) == 0;
-}
-
 bool putInPlace(const Output& output) {
     if (!output.mayReplace) return renameFresh(output.part, output.target);
-    return ::rename(output.part.c_str(), output.target.c_str()) == 0;
+    return renameOver(output.part, output.target);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
@@ -44,11 +45,20 @@ struct CloseFile {
 };
 using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
 
+// What one call takes everywhere.
+inline constexpr std::size_t kMostAtOnce = std::size_t{1} << 30;
+
+// As read(), which may give less than was asked for.
+inline ssize_t readSome(int descriptor, void* data, std::size_t count) {
+    return ::read(descriptor, data, static_cast<unsigned>(std::min(count, kMostAtOnce)));
+}
+
 // Writes all bytes: 0, or the errno value of the write that failed.
 inline int writeAll(int descriptor, const void* data, std::size_t count) {
     const char* next = static_cast<const char*>(data);
     while (count != 0) {
-        const ssize_t written = ::write(descriptor, next, count);
+        const auto step = static_cast<unsigned>(std::min(count, kMostAtOnce));
+        const ssize_t written = ::write(descriptor, next, step);
         if (written < 0 && errno != EINTR) return errno;
         if (written > 0) {
             next += written;

@@ -91,7 +91,7 @@ void requireWritable(const std::string& path) {
     std::error_code error;
     const fs::path place = fs::canonical(path, error).parent_path();
     if (::access(path.c_str(), W_OK) != 0) failErrno(path, errno);
-    if (::access(place.c_str(), W_OK) != 0) failErrno(place.string(), errno);
+    if (::access(place.string().c_str(), W_OK) != 0) failErrno(place.string(), errno);
 }
 
 void endLastLine(const std::string& path) {

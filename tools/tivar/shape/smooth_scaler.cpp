@@ -20,7 +20,9 @@ constexpr size_t kMostPlanes = 4;
 constexpr size_t kAlignment = 64;  // that zimg wants of rows
 
 struct FreeMemory {
-    void operator()(void* memory) const { std::free(memory); }
+    void operator()(void* memory) const {
+        ::operator delete (memory, std::align_val_t{kAlignment});
+    }
 };
 template <class Item>
 using Memory = std::unique_ptr<Item[], FreeMemory>;
@@ -28,9 +30,7 @@ using Memory = std::unique_ptr<Item[], FreeMemory>;
 template <class Item>
 Memory<Item> allocateAligned(size_t bytes) {
     const size_t whole = (std::max<size_t>(bytes, 1) + kAlignment - 1) / kAlignment * kAlignment;
-    Memory<Item> memory(static_cast<Item*>(std::aligned_alloc(kAlignment, whole)));
-    if (memory == nullptr) throw std::bad_alloc();
-    return memory;
+    return Memory<Item>(static_cast<Item*>(::operator new (whole, std::align_val_t{kAlignment})));
 }
 
 // The last rows of each plane, as many as zimg needs at a time: a power of two, or all.

@@ -1,0 +1,2 @@
+// What is asked of terminals is declared before every file.
+#pragma once
