@@ -52,7 +52,7 @@ struct LazyFunction<Result(Parameters...)> {
 }  // namespace tool
 
 // Within the namespace of the calls, which find it before the library's own declaration.
-#define TIVAR_LAZY_FUNCTION(library, name)       \
-    inline LazyFunction<decltype(::name)> name { \
-        library, #name                           \
+#define TIVAR_LAZY_FUNCTION(library, name)              \
+    inline auto name = LazyFunction<decltype(::name)> { \
+        library, #name                                  \
     }
