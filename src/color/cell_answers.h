@@ -1,6 +1,6 @@
-// What a search finds for every colour of a cell of colour space, 4 colours wide, kept from when the
-// cell is first asked for: then a look finds it, and nothing is weighed. Threads may look, and keep,
-// at the same time: what they keep for a cell is the same.
+// What a search finds for every colour of a cell of colour space, 4 colours wide, kept from when
+// the cell is first asked for: then a look finds it, and nothing is weighed. Threads may look and
+// keep at the same time: what they keep for a cell is the same.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +25,7 @@ struct CellAnswers {
     // False when there is no room for further cells.
     bool hasRoom() const { return __atomic_load_n(&used, __ATOMIC_RELAXED) < kMostBlocks; }
 
-    // Keeps the answers for the cell of a pixel, whose bytes fields.h joins, as long as there is room.
+    // Keeps the answers for the cell of a pixel, whose bytes fields.h joins, while there is room.
     void keep(uint32_t pixel, const Answers& answers) const;
 
     // The answer for one pixel; none() when its cell is not kept.

@@ -1,5 +1,5 @@
-// Counts the pixels of rows into a histogram of the median cut. Those of a large picture are counted
-// apart, where a count has no limit to be watched, and carried over.
+// Counts the pixels of rows into a histogram of the median cut. Those of a large picture are
+// counted apart, where a count has no limit to be watched, and carried over.
 #pragma once
 
 #include <cstdint>

@@ -114,7 +114,7 @@ TEST(WeighingACell, FindsTheNearestOfTheEntriesForEachColor) {
 }
 
 TEST(WeighingACell, HoldsWhatIsFarAway) {
-    // From the corner of black to white, and entries 25 colours from each other in either direction.
+    // From the corner of black to white, and entries 25 colours from each other either way.
     const uint8_t black[] = {0, 0, 0};
     expectNearest({{{255, 255, 255}, 0}, {{230, 255, 255}, 1}, {{255, 230, 255}, 2}}, black);
     expectNearest({{{230, 255, 255}, 0}, {{255, 255, 255}, 1}, {{255, 255, 230}, 2}}, black);
