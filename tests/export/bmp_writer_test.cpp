@@ -6,6 +6,7 @@
 #include "support/failing_call.h"
 #include "support/memory_block.h"
 #include "support/memory_stream.h"
+#include "support/recording_document.h"
 
 namespace {
 
@@ -15,6 +16,7 @@ using support::Bytes;
 using support::CurrentSettings;
 using support::FailingCall;
 using support::MemoryStream;
+using support::RecordingDocument;
 using support::slice;
 using support::u32At;
 
@@ -316,6 +318,36 @@ TEST(BeginCellBitmap, MissingPaletteFailsAndWritesNothing) {
     }
 }
 
+// A document that spoils the caller's palette with the first bytes that it gets.
+struct PaletteSpoiler {
+    static inline Bytes palette;
+    static inline Bytes written;
+    static intptr_t serve(intptr_t, int32_t operation, intptr_t bytes, intptr_t count) {
+        if (operation == support::kDocOpen) return 5;
+        if (operation != support::kDocWrite) return 1;
+        std::fill(palette.begin(), palette.end(), uint8_t{0xEE});
+        const auto* from = reinterpret_cast<const uint8_t*>(bytes);
+        written.insert(written.end(), from, from + count);
+        return count;
+    }
+};
+
+TEST(BeginCellBitmap, WritesThePaletteThatWasGivenWhateverACallBackMakesOfIt) {
+    const CurrentSettings settings;
+    settings->colorFormat = COLOR_FORMAT_8BIT;
+    PaletteSpoiler::palette = rampPalette(256);
+    PaletteSpoiler::written.clear();
+    OxlStreamDesc descriptor = {};
+    descriptor.target = 7;
+    descriptor.documentProc = reinterpret_cast<HostWord>(&PaletteSpoiler::serve);
+    const OxlStream stream = oxlOpen("document", &descriptor, OXL_CREATE | OXL_WRITE);
+    MemHandle state = 0;
+    EXPECT_EQ(BeginCellBitmap(stream, 4, 3, 8, PaletteSpoiler::palette.data(), &state), 1);
+    EXPECT_EQ(slice(PaletteSpoiler::written, 54), rampInFile(256, true));
+    EndCellBitmap(stream, state);
+    oxlClose(stream);
+}
+
 TEST(BeginCellBitmap, FailsWithoutMemoryForTheStateOrTheWorkBuffer) {
     for (const int nth : {1, 2}) {
         Writer writer({COLOR_FORMAT_8BIT, true});
@@ -370,6 +402,23 @@ TEST(WriteCellBits, BandsFollowEachOther) {
         EXPECT_EQ(slice(file, 1078), encoded ? pairs : raw);
         EXPECT_EQ(u32At(file, 34), encoded ? 20u : 0u);
     }
+}
+
+TEST(WriteCellBits, ADocumentGetsRowAfterRow) {
+    const CurrentSettings settings;
+    settings->colorFormat = COLOR_FORMAT_8BIT;
+    RecordingDocument document;
+    OxlStreamDesc descriptor = document.descriptor();
+    const OxlStream stream = oxlOpen("document", &descriptor, OXL_CREATE | OXL_WRITE);
+    const Bytes palette = rampPalette(256);
+    MemHandle state = 0;
+    ASSERT_EQ(BeginCellBitmap(stream, 4, 3, 8, palette.data(), &state), 1);
+    document.takeLog();
+    const Block rows({'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h', 'i', 'j', 'k', 'l'});
+    EXPECT_EQ(WriteCellBits(stream, rows.handle, 4, 3, 8, 0, state), 0);
+    EXPECT_EQ(document.takeLog(), "write 5 abcd 4\nwrite 5 efgh 4\nwrite 5 ijkl 4\n");
+    EndCellBitmap(stream, state);
+    oxlClose(stream);
 }
 
 // Rows of more than 256 KiB, of which no two are written at a time.

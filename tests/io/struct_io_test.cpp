@@ -294,6 +294,12 @@ TEST(WriteStruct, AFailedElementEndsTheLoopBehindItsRecordAndTheLastElementCount
         // Of three records: the first one's last element fails, so no second record begins.
         {"SL", {2, -1}, -1, 2},
         {"SL", {2, 0}, 0, 2},
+        // Of every kind.
+        {"C", {-1}, -1, 1},
+        {"S", {0}, 0, 1},
+        {"F", {-1}, -1, 1},
+        {"F", {0}, 0, 1},
+        {"D", {0}, 0, 1},
         {"SL", {2, 4, 2, -1}, -1, 4},
         // Inside a record the elements behind the failed one still go, and their result counts.
         {"SL", {-1}, 3, 6},

@@ -148,6 +148,18 @@ TEST(Write, EverySourceAndTargetGivesTheSameBytes) {
     EXPECT_EQ(directory.names(), (std::set<std::string>{"out.bmp"}));
 }
 
+// Another picture comes first, so that no memory has the rows already.
+TEST(Write, SeveralThreadsMakeEveryRow) {
+    const Drawn other = drawNoise(TIVAR_RGB, 600, 500, 1);
+    const Drawn picture = drawNoise(TIVAR_RGB, 600, 500, 2);
+    TivarOptions options = optionsOf(24);
+    toMemory(other, options);
+    options.threads = 4;
+    model::BmpFile file = {};
+    EXPECT_EQ(read(toMemory(picture, options), file), "");
+    EXPECT_EQ(model::compareExactly(file, picture, options), "");
+}
+
 TEST(Write, PicturesOfEverySizeKeepIt) {
     for (uint32_t width = 1; width <= 70; ++width) {
         for (const int32_t bits : kDepths) {
