@@ -119,6 +119,7 @@ void driveCommonRoute(World& world) {
     dd_entry32(0, DRV_INIT, words, 0);
     dd_entry32(0, DRV_DISPATCH, OpcodeBlock(OP_OPEN).data(), 0);
     dd_entry32(0, DRV_TERM, nullptr, 0);
+    world.takeOutputs();
     // A call-back may have put other settings there: those of this session go on for good.
     if (owned.isAlive() && recordOf(setup)->metafileStream != 0) {
         EditSetup(setup, 0);
