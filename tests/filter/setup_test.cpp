@@ -241,9 +241,9 @@ TEST_F(Setup, TheBackupKeepsTheDirectoryAndSendsWritesToATemporaryFile) {
     } cases[] = {
         {"/usr/lib/a.ini", "/usr/lib/"}, {"a.ini", ""}, {"C:\\dir\\a.ini", "C:\\dir\\"}, {"", ""}};
 #if defined(_WIN32)
-    const auto directory = std::filesystem::temp_directory_path();
+    const auto where = std::filesystem::temp_directory_path();
 #else
-    const std::filesystem::path directory = "/tmp";
+    const std::filesystem::path where = "/tmp";
 #endif
     for (const auto& c : cases) {
         const SetupGuard setup;
@@ -252,7 +252,7 @@ TEST_F(Setup, TheBackupKeepsTheDirectoryAndSendsWritesToATemporaryFile) {
         EXPECT_EQ(BackupProfile(setup.record), 1);
         EXPECT_STREQ(setup->backupProfilePath, c.kept);
         const std::filesystem::path temporary(setup->profilePath);
-        EXPECT_TRUE(std::filesystem::equivalent(temporary.parent_path(), directory));
+        EXPECT_TRUE(std::filesystem::equivalent(temporary.parent_path(), where));
         EXPECT_FALSE(std::filesystem::exists(setup->profilePath));
     }
     EXPECT_EQ(BackupProfile(nullptr), 0);
