@@ -10,6 +10,7 @@
 #include "picture/color_profile.h"
 #include "picture/readers.h"
 #include "process/failure.h"
+#include "process/memory_size.h"
 #include "process/system.h"
 
 namespace tool {
@@ -72,8 +73,9 @@ struct RawRows {
 
 const uint8_t* rawRow(RawRows& rows, uint32_t y) {
     const auto pixels = pixelBytes(rows.file);
-    const size_t length = rows.file.rowBytes;
-    const size_t at = std::min<size_t>(rowInFile(rows.file, y) * length, pixels.size());
+    const size_t length = inMemory(rows.file.rowBytes);
+    const uint64_t begin = uint64_t{rowInFile(rows.file, y)} * length;
+    const auto at = static_cast<size_t>(std::min<uint64_t>(begin, pixels.size()));
     if (pixels.size() - at >= length) return pixels.data() + at;
     rows.incomplete.assign(length, 0);
     std::copy(pixels.begin() + static_cast<ptrdiff_t>(at), pixels.end(), rows.incomplete.begin());
@@ -130,7 +132,7 @@ void addReading(PixelRows& rows, const BmpFile& file, RunMap map) {
     }
     const RunShape shape = runShape(file, file.form);
     // One index more than the row has, which fills its last byte.
-    const size_t room = (shape.rowPixels + 1) * (shape.bits == 24 ? 3 : 1);
+    const size_t room = inMemory((uint64_t{shape.rowPixels} + 1) * (shape.bits == 24 ? 3 : 1));
     auto encoded =
         std::make_shared<RunRows>(RunRows{file, shape, std::move(map), std::vector<uint8_t>(room)});
     rows.read = [encoded, count](uint32_t y, uint8_t* packed) {

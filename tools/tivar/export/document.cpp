@@ -30,7 +30,7 @@ intptr_t writeDocument(Document& document, const void* bytes, size_t count) {
 intptr_t seekDocument(const Document& document, const void* offsetAddress, int whence) {
     int32_t offset = 0;
     std::memcpy(&offset, offsetAddress, sizeof offset);
-    return ::lseek(document.file, offset, whence);
+    return static_cast<intptr_t>(::lseek(document.file, offset, whence));
 }
 
 }  // namespace

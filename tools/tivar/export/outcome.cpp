@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "process/json.h"
+#include "process/memory_size.h"
 #include "process/system.h"
 
 namespace tool {
@@ -106,10 +107,10 @@ bool receive(int pipe, Outcome& outcome) {
     outcome.exported = head.exported;
     outcome.seconds = head.seconds;
     outcome.exitCode = head.exitCode;
-    outcome.error.resize(head.errorBytes);
-    outcome.said.resize(head.saidBytes);
-    return readWhole(pipe, outcome.error.data(), head.errorBytes) &&
-           readWhole(pipe, outcome.said.data(), head.saidBytes);
+    outcome.error.resize(inMemory(head.errorBytes));
+    outcome.said.resize(inMemory(head.saidBytes));
+    return readWhole(pipe, outcome.error.data(), outcome.error.size()) &&
+           readWhole(pipe, outcome.said.data(), outcome.said.size());
 }
 
 }  // namespace tool

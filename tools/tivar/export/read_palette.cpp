@@ -59,7 +59,7 @@ std::vector<Color> readTable(const std::string& bytes) {
 std::vector<Color> readRiff(const std::string& bytes) {
     const auto* data = reinterpret_cast<const uint8_t*>(bytes.data());
     for (uint64_t at = kChunkAt; at + 12 <= bytes.size();) {
-        if (std::string_view(bytes).substr(at, 4) == "data") {
+        if (std::string_view(bytes).substr(static_cast<size_t>(at), 4) == "data") {
             return entries(bytes, static_cast<size_t>(at) + 12, 4, little16(data + at + 10));
         }
         const uint64_t length = little32(data + at + 4);

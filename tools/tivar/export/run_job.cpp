@@ -21,6 +21,7 @@
 #include "process/failure.h"
 #include "process/library_voice.h"
 #include "process/lower_case.h"
+#include "process/memory_size.h"
 #include "process/output.h"
 #include "process/progress.h"
 #include "process/system.h"
@@ -29,13 +30,13 @@ namespace tool {
 namespace {
 
 void writeBytes(const Output& output, const uint8_t* bytes, uint64_t count) {
-    const int error = writeAll(output.file.number, bytes, count);
+    const int error = writeAll(output.file.number, bytes, inMemory(count));
     if (error != 0) failErrno(output.name, error);
 }
 
 // Takes the bytes back from where the library put them.
 std::vector<uint8_t> takeBytes(Delivery& delivery, const Output& output) {
-    const uint64_t count = delivery.start.length;
+    const size_t count = inMemory(delivery.start.length);
     if (delivery.memory.handle != 0) {
         const Block memory = std::move(delivery.memory);
         return {memory.bytes(), memory.bytes() + count};
@@ -43,10 +44,10 @@ std::vector<uint8_t> takeBytes(Delivery& delivery, const Output& output) {
     std::vector<uint8_t> bytes(count);
     const int file = output.file.number;
     if (::lseek(file, 0, SEEK_SET) != 0) failErrno(output.name, errno);
-    for (uint64_t done = 0; done < count;) {
+    for (size_t done = 0; done < count;) {
         const ssize_t got = readSome(file, &bytes[done], count - done);
         if (got <= 0) failErrno(output.name, got == 0 ? EIO : errno);
-        done += static_cast<uint64_t>(got);
+        done += static_cast<size_t>(got);
     }
     if (::ftruncate(file, 0) != 0 || ::lseek(file, 0, SEEK_SET) != 0) {
         failErrno(output.name, errno);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "process/failure.h"
+#include "process/memory_size.h"
 
 namespace tool {
 namespace {
@@ -47,7 +48,7 @@ void scaleTo(const Library& library, Picture& picture, PixelSize target) {
     picture.rows = picture.pixels.bytes();
     picture.width = width;
     picture.height = height;
-    picture.stride = rowBytes(width, picture.bits);
+    picture.stride = inMemory(rowBytes(width, picture.bits));
 }
 
 }  // namespace tool

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "process/failure.h"
+#include "process/memory_size.h"
 
 namespace tool {
 namespace {
@@ -121,19 +122,19 @@ Image outlineOf(const ReadRequest& request, PixelFormat format, uint64_t width, 
     image.width = static_cast<uint32_t>(width);
     image.height = static_cast<uint32_t>(height);
     image.whole = {image.width, image.height};
-    image.stride = rowBytes(width, bitsOf(format));
+    image.stride = inMemory(rowBytes(width, bitsOf(format)));
     return image;
 }
 
 Image newImage(const ReadRequest& request, PixelFormat format, uint64_t width, uint64_t height) {
     Image image = outlineOf(request, format, width, height);
-    const uint64_t bytes = image.stride * image.height;
-    image.pixels.reset(static_cast<uint8_t*>(std::calloc(bytes + kSlack, 1)));
+    const uint64_t bytes = uint64_t{image.stride} * image.height;
+    image.pixels.reset(static_cast<uint8_t*>(std::calloc(inMemory(bytes + kSlack), 1)));
     if (image.pixels == nullptr) {
         fail("not enough memory for " + std::to_string(bytes) + " bytes",
              "close other programs or use a smaller picture");
     }
-    preferLargePages(image.pixels.get(), bytes);
+    preferLargePages(image.pixels.get(), inMemory(bytes));
     return image;
 }
 

@@ -44,13 +44,19 @@ typedef unsigned long sigset_t;
 
 // ---- Files ----
 
+// Seconds of 64 bits, whatever the word size.
+struct tivar_time {
+    int64_t tv_sec;
+    long tv_nsec;
+};
+
 // Which file it is says the pair of device and number.
 struct tivar_stat {
     uint64_t st_dev;
     uint64_t st_ino;
     unsigned st_mode;
     int64_t st_size;
-    struct timespec st_mtim;
+    struct tivar_time st_mtim;
 };
 int tivar_stat(const char* name, struct tivar_stat* status);
 int tivar_lstat(const char* name, struct tivar_stat* status);

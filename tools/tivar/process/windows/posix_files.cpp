@@ -44,7 +44,7 @@ int descriptorOf(HANDLE handle, int flags) {
     return file;
 }
 
-timespec timeOf(const FILETIME& time) {
+tivar_time timeOf(const FILETIME& time) {
     constexpr int64_t kTicks = 10000000;
     constexpr int64_t kFrom1601 = 11644473600;
     const auto ticks =
