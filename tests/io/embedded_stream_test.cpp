@@ -287,6 +287,16 @@ TEST(EmbeddedChain, CyclesAndShortTablesAreFollowedAsTheyStand) {
     }
 }
 
+// Sector 3 has no entry in a table of three, whatever stands behind it: sector 0 follows.
+TEST(EmbeddedChain, WhatLiesBehindATableIsNoPartOfIt) {
+    uint32_t words[] = {1, 2, 3, 2, 2, 2};
+    const support::Block table(GlobalPointerToHandle(words, 12));
+    FileStream file(container(4), OXL_READ);
+    const Embedded embedded(file.stream, {}, {}, 0, 0, 5000);
+    embedded.embedded().sectorTable = table.handle;
+    EXPECT_EQ(readText(file.stream, 5000), chainText({1, 2, 3}, 0, 5000));
+}
+
 TEST(EmbeddedChain, AMiniStreamsOwnRingIsFollowedToo) {
     // Mini sectors 0 and 30 in turn, held by the ring of sectors 2, 1.
     FileStream file(container(3), OXL_READ);
