@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "picture/decode_guard.h"
+#include "picture/file_rows.h"
 #include "picture/readers.h"
 #include "process/failure.h"
 
@@ -68,12 +69,6 @@ uint8_t scaled(uint32_t value, uint32_t highest) {
     return static_cast<uint8_t>((std::min(value, highest) * 255 + highest / 2) / highest);
 }
 
-[[noreturn]] void failShort(uint32_t rows, const Image& picture) {
-    fail("the picture is cut short (" + std::to_string(rows) + " of " +
-             std::to_string(picture.height) + " rows are complete)",
-         "get a complete copy of it");
-}
-
 void readPlainRow(std::FILE* file, const Header& header, uint8_t* to, size_t values) {
     for (size_t i = 0; i < values; ++i) {
         if (!header.isBitmap()) {
@@ -111,7 +106,7 @@ void readRows(std::FILE* file, const Header& header, const Image& picture) {
         if (header.isPlain()) {
             readPlainRow(file, header, rowAt(picture, y), values);
         } else if (!readRawRow(file, header, raw, rowAt(picture, y), values)) {
-            failShort(y, picture);
+            failShort(y, picture.height);
         }
     }
 }
@@ -122,6 +117,11 @@ PixelFormat formatOf(const Header& header) {
 }
 
 }  // namespace
+
+// Pictures are read whole here.
+std::optional<FileRows> pnmRows(const std::string&, const ReadRequest&) {
+    return {};
+}
 
 Image readPnm(std::FILE* file, const ReadRequest& request) {
     const Header header = readHeader(file);

@@ -35,6 +35,7 @@ extern "C" {
 #ifndef EDQUOT
 #define EDQUOT 10069
 #endif
+#define FALLOC_FL_KEEP_SIZE 1
 #define SIGHUP 1
 #define SIGPIPE 13
 #define S_IFLNK 0120000
@@ -71,6 +72,10 @@ int tivar_fstat(int file, struct tivar_stat* status);
 FILE* fmemopen(void* bytes, size_t count, const char* mode);
 ssize_t pread(int file, void* bytes, size_t count, int64_t place);
 int fcntl(int file, int command, ...);
+// A hint, which is not taken here.
+inline int fallocate(int, int, int64_t, int64_t) {
+    return -1;
+}
 
 // Renames, where mayReplace is 0 only to a name that no file has; -1 with errno.
 int tivar_rename(const char* from, const char* to, int mayReplace);

@@ -1,6 +1,7 @@
 // Libraries that are loaded at run time.
 #pragma once
 
+#define RTLD_LAZY 1
 #define RTLD_NOW 0
 #define RTLD_LOCAL 0
 
