@@ -22,7 +22,7 @@ inline uint32_t joinBytes(const uint8_t* pixel) {
 // With the byte behind the pixel, which has to be there, above it.
 inline uint32_t joinFour(const uint8_t* pixel) {
 #if TIVAR_SIMD
-    uint32_t word;
+    uint32_t word = 0;
     std::memcpy(&word, pixel, sizeof word);
     return word;
 #else

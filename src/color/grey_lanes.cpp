@@ -51,7 +51,7 @@ uint8_t bitsOf(Rows mask) {
 }
 
 uint64_t eightAt(const uint8_t* bytes) {
-    uint64_t word;
+    uint64_t word = 0;
     std::memcpy(&word, bytes, sizeof word);
     return word;
 }

@@ -10,6 +10,7 @@
 
 #include <immintrin.h>
 
+#include <algorithm>
 #include <cstddef>
 
 namespace tivar {
@@ -18,15 +19,17 @@ struct FewEntries {
     static constexpr int kMost = 16;
 
     FewEntries(const uint8_t* table, int count) {
-        for (int i = 0; i < kMost; ++i) {
-            const uint8_t* entry = table + size_t{3} * static_cast<size_t>(i);
-            const bool there = i < count;
+        for (size_t i = 0; i < kMost; ++i) {
             int16_t* redGreen = redGreens[i / 8] + placeOf(i);
             int16_t* blueKind = blueKinds[i / 8] + placeOf(i);
-            redGreen[0] = there ? entry[0] : 0;
-            redGreen[1] = there ? entry[1] : 0;
-            blueKind[0] = there ? entry[2] : 0;
-            blueKind[1] = !there ? kNoKind : isGreyEntry(entry) ? kGreyKind : 0;
+            redGreen[0] = redGreen[1] = blueKind[0] = 0;
+            blueKind[1] = kNoKind;
+            if (i >= static_cast<size_t>(std::max(count, 0))) continue;
+            const uint8_t* entry = table + i * 3;
+            redGreen[0] = entry[0];
+            redGreen[1] = entry[1];
+            blueKind[0] = entry[2];
+            blueKind[1] = isGreyEntry(entry) ? kGreyKind : int16_t{0};
         }
     }
 
@@ -65,9 +68,7 @@ struct FewEntries {
 
     // Ties go to the lowest index: even entries stand in the lower half of a vector, odd ones in
     // the upper half, and lane by lane the lower one wins.
-    static constexpr size_t placeOf(int index) {
-        return static_cast<size_t>(index % 2 * 8 + index % 8 / 2 * 2);
-    }
+    static constexpr size_t placeOf(size_t index) { return index % 2 * 8 + index % 8 / 2 * 2; }
 
     template <int kHalf>
     TIVAR_V3_PART __m256i squares(__m256i redGreen, __m256i blueKind) const {
