@@ -37,16 +37,6 @@ Pixel pixelOf(const uint8_t* color) {
     return laneColor(color);
 }
 
-inline Lanes clampLanes(Lanes lanes) {
-    const Lanes notBelow = lanes < 0 ? Lanes{} : lanes;
-    return notBelow > 255 ? Lanes{} + 255 : notBelow;
-}
-
-inline Lanes divideLanes(Lanes lanes, int shift) {
-    const auto remainder = static_cast<int16_t>((1 << shift) - 1);
-    return (lanes + ((lanes >> 15) & remainder)) >> shift;
-}
-
 // The entries nearest to two levels.
 struct Nearest {
     uint32_t first;

@@ -7,6 +7,7 @@
 
 #include "base/processor.h"
 #include "base/turn_bytes.h"
+#include "color/lanes.h"
 #include "color/pixel.h"
 
 #if defined(__SSE2__)
@@ -21,21 +22,11 @@ constexpr int kFlights = GreyLanes::kRows / kLanes;
 constexpr int32_t kFlightLag = kRowLag * kLanes;
 constexpr int32_t kLastLag = kRowLag * (GreyLanes::kRows - 1);
 
-typedef int16_t Rows __attribute__((vector_size(16)));      // of each row, one value
+using Rows = Lanes;                                         // of each row, one value
 typedef uint8_t HalfBytes __attribute__((vector_size(8)));  // of each row, one level
 
 Rows everyRow(int16_t value) {
     return Rows{} + value;
-}
-
-Rows clampRows(Rows values) {
-    const Rows notBelow = values < 0 ? Rows{} : values;
-    return notBelow > 255 ? everyRow(255) : notBelow;
-}
-
-Rows divideRows(Rows values, int shift) {
-    const auto remainder = static_cast<int16_t>((1 << shift) - 1);
-    return (values + ((values >> 15) & remainder)) >> shift;
 }
 
 // Bit k tells of row k's mask, 0 or -1.
@@ -122,15 +113,15 @@ struct Flight {
         bits[column + 1] = bitsOf(stored);
         Rows error = level - rises[0] - rises[1];
         if (kAtEnds) error &= searching(column);
-        const Shares<Rows> shares = sharesOf<Rows>(error, divideRows);
+        const Shares<Rows> shares = sharesOf<Rows>(error, divideLanes);
         const Rows first = {rows[0][column + 1]};
         const Rows right = __builtin_shufflevector(finished, first, 8, 0, 1, 2, 3, 4, 5, 6);
-        level = clampRows(right + shares.right);
-        finished = clampRows(belowLeft + shares.belowLeft);
+        level = clampLanes(right + shares.right);
+        finished = clampLanes(belowLeft + shares.belowLeft);
         rows[kLanes][column - kFlightLag + kRowLag - 1] =
             static_cast<uint8_t>(finished[kLanes - 1]);
-        belowLeft = clampRows(below + shares.below);
-        below = clampRows(next + shares.belowRight);
+        belowLeft = clampLanes(below + shares.below);
+        below = clampLanes(next + shares.belowRight);
     }
 };
 

@@ -29,6 +29,18 @@ inline LanePair part(Lanes lanes) {
     return reinterpret_cast<LanePair>(lanes);
 }
 
+// To a byte's range.
+inline Lanes clampLanes(Lanes lanes) {
+    const Lanes notBelow = lanes < 0 ? Lanes{} : lanes;
+    return notBelow > 255 ? Lanes{} + 255 : notBelow;
+}
+
+// By 2 to the power shift, toward zero.
+inline Lanes divideLanes(Lanes lanes, int shift) {
+    const auto remainder = static_cast<int16_t>((1 << shift) - 1);
+    return (lanes + ((lanes >> 15) & remainder)) >> shift;
+}
+
 }  // namespace tivar
 
 #endif
