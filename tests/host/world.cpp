@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "harness/check.h"
 #include "harness/heap.h"
@@ -26,6 +27,25 @@ bool isThere(MemHandle handle) {
 void freeAlive(const Pool& pool) {
     for (const Owned& owned : pool.all)
         if (owned.isAlive()) GlobalFree(owned.handle);
+}
+
+// Choices that make the host's things small and different from each other.
+Bytes usualChoices() {
+    Bytes choices;
+    for (std::uint8_t i = 0; i < 48; ++i) choices.push_back(static_cast<std::uint8_t>(i * 37 + 5));
+    return choices;
+}
+
+// The library's variables are as in a fresh process.
+void resetLibrary() {
+    hRaster = hSetup = 0;
+    lpRaster = lpSetup = nullptr;
+    std::memset(export_szDLLName, 0, sizeof export_szDLLName);
+    SetDisplayInfo(0, 0, 0, 0);
+    SetPrinterInfo(0, 0, 0, 0);
+    FilterVersion = 1;
+    FilterID = 16;
+    _debug_color_res = 0;
 }
 
 }  // namespace
@@ -165,8 +185,20 @@ void World::forgetSettings(MemHandle handle) {
     if (lpEMData != nullptr && lpEMData->hSetup == handle) lpEMData->hSetup = 0;
 }
 
-World::World(Input& chosen) : input(chosen) {
+World::World(Input chosen, int acts) : input(chosen), left_(acts) {
     g_world = this;
+    // Mostly the same things: the input is for what is done with them.
+    if (input.oneIn(2)) {
+        equip();
+    } else {
+        const Bytes usual = usualChoices();
+        const Input rest = std::exchange(input, Input(usual.data(), usual.size()));
+        equip();
+        input = rest;
+    }
+}
+
+void World::equip() {
     for (int i = 0; i < 3; ++i) newSettings();
     for (const std::uint32_t size : {768u, 600u, 1800u, 48u}) newBlock(size);
     pointers.add(handleOf(oxlPtrGlobalAlloc(768)));
@@ -232,9 +264,7 @@ World::~World() {
     for (std::size_t i = 0; i < streamsMade; ++i) hidden.add(handleOf(streamMemory[i]));
     takeOutputs();
     for (const Pool* pool : {&blocks, &pointers, &states, &hidden}) freeAlive(*pool);
-    hRaster = hSetup = 0;
-    lpRaster = lpSetup = nullptr;
-    std::memset(export_szDLLName, 0, sizeof export_szDLLName);
+    resetLibrary();
     const std::size_t left = fuzz::HeapLedger::freeAll();
     fuzz::require(isLost || left == 0, "blocks are left that the host can reach no more");
 }

@@ -78,7 +78,10 @@ struct Order {
 
 class World {
   public:
-    explicit World(Input& chosen);
+    // At most so many acts, counting those inside others.
+    static constexpr int kMostActs = 120;
+
+    explicit World(Input chosen, int acts = kMostActs);
     ~World();
     World(const World&) = delete;
     World& operator=(const World&) = delete;
@@ -116,7 +119,7 @@ class World {
     // The host frees settings by hand: nothing may lead to them any more.
     static void forgetSettings(MemHandle handle);
 
-    Input& input;
+    Input input;
     Pool settings;
     Pool blocks;
     Pool pointers;  // of oxlPtrGlobalAlloc
@@ -152,12 +155,13 @@ class World {
     long reached = 0;            // acts inside call-backs
 
   private:
+    void equip();
     void run(Act act);
 
     const Order* order_ = nullptr;
     bool watching_ = false;
     int depth_ = 0;
-    int left_ = 120;  // acts
+    int left_;  // acts
     bool isLost = false;
 };
 
@@ -170,6 +174,12 @@ const std::vector<NamedAct>& symbols();
 const std::vector<NamedAct>& edits();
 // Calls that have call-backs.
 const std::vector<NamedAct>& scenarios();
+
+// Their beginnings, for targets that have pictures and operations of their own. A document of the
+// host's serves the settings, or none.
+void serve(MemHandle setup, bool served);
+std::int32_t exportPicture(World& world, MemHandle setup, CellPicture* picture, const char* name);
+std::int32_t beginDevice(World& world, MemHandle setup, const char* name, std::uint32_t replySize);
 
 // The host's call-backs.
 std::int32_t onStatus(intptr_t context, std::int32_t operation, std::int32_t value, std::int32_t a3,
