@@ -260,8 +260,7 @@ std::int32_t exportPicture(World& world, MemHandle setup, CellPicture* picture, 
     world.parameters[EXPORT_SETUP] = setup;
     world.parameters[EXPORT_STATUS] = reinterpret_cast<HostWord>(world.status[0]);
     world.takeOutputs();
-    const std::int32_t result =
-        ExportCellData(name, picture, &world.description, world.parameters);
+    const std::int32_t result = ExportCellData(name, picture, &world.description, world.parameters);
     world.takeOutputs();
     return result;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <utility>
 
 #include "harness/check.h"
@@ -34,6 +35,15 @@ Bytes usualChoices() {
     Bytes choices;
     for (std::uint8_t i = 0; i < 48; ++i) choices.push_back(static_cast<std::uint8_t>(i * 37 + 5));
     return choices;
+}
+
+// As others left them.
+void leaveProfiles() {
+    const std::string text =
+        "[TIVAR]\nMode=a\n~Mode=a\n\n[a]\r\nDriver=TIVAR.1\nWidth=6.5\nColor Mode=103\n; "
+        "note\n[b]\n1=\"x\"\na=0x1F";
+    for (const char* name : {"a.ini", "OXL.INI"})
+        fuzz::writeFile(fuzz::scratchPath(name), Bytes(text.begin(), text.end()));
 }
 
 // The library's variables are as in a fresh process.
@@ -153,6 +163,13 @@ void World::takeOutputs() {
     }
 }
 
+void World::takeDeviceMemory() {
+    if (lpEMData == nullptr || lpEMData->outputStream != 0 || lpEMData->memoryBlock == nullptr)
+        return;
+    hide(GlobalHandle(lpEMData->memoryBlock));
+    lpEMData->memoryBlock = nullptr;
+}
+
 std::int16_t World::depth() {
     constexpr std::int16_t kDepths[] = {8, 24, 4, 1, 24, 8, 32, 2};
     return input.oneIn(16) ? static_cast<std::int16_t>(input.below(34)) : input.pick(kDepths);
@@ -190,6 +207,7 @@ World::World(Input chosen, int acts) : input(chosen), left_(acts) {
     // Mostly the same things: the input is for what is done with them.
     if (input.oneIn(2)) {
         equip();
+        if (input.oneIn(4)) leaveProfiles();
     } else {
         const Bytes usual = usualChoices();
         const Input rest = std::exchange(input, Input(usual.data(), usual.size()));

@@ -106,6 +106,8 @@ class World {
     void hide(MemHandle handle) { hidden.add(handle); }
     // What exports to memory made is the host's.
     void takeOutputs();
+    // What a device leaves when it closed, too: it is lost once the device is opened again.
+    void takeDeviceMemory();
     // The library may have lost sight of more than the host can tell.
     void lose() { isLost = true; }
 
