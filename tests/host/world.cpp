@@ -17,6 +17,9 @@ namespace {
 
 constexpr int kDeepest = 3;
 
+// A call-back's byte from here on lets many pass by: a document is written byte by byte.
+constexpr std::uint32_t kQuietFrom = 240;
+
 MemHandle handleOf(const void* pointer) {
     return pointer == nullptr ? 0 : GlobalHandle(pointer);
 }
@@ -304,9 +307,18 @@ void World::interrupt(CallBack kind) {
         run(order_->act);
         return;
     }
+    if (quiet_ > 0) {
+        --quiet_;
+        return;
+    }
     if (depth_ >= kDeepest) return;
+    const std::uint32_t choice = input.u8();
+    if (choice >= kQuietFrom) {
+        quiet_ = 1 << input.below(10);
+        return;
+    }
     ++depth_;
-    for (std::uint32_t i = input.below(3); i > 0 && !input.empty(); --i) {
+    for (std::uint32_t i = choice % 3; i > 0 && !input.empty(); --i) {
         const bool isEdit = input.oneIn(2);
         const std::vector<NamedAct>& table = isEdit ? edits() : symbols();
         ++reached;

@@ -95,6 +95,8 @@ class World {
 
     // A call-back comes: the host does what it likes.
     void interrupt(CallBack kind);
+    // Whether it lets call-backs pass by.
+    bool isQuiet() const { return quiet_ > 0; }
 
     // Small sizes for the most part.
     std::uint32_t side() { return input.oneIn(32) ? input.below(200) : input.mostlySmall(24); }
@@ -163,7 +165,8 @@ class World {
     const Order* order_ = nullptr;
     bool watching_ = false;
     int depth_ = 0;
-    int left_;  // acts
+    int quiet_ = 0;  // call-backs that pass by
+    int left_;       // acts
     bool isLost = false;
 };
 
