@@ -157,6 +157,7 @@ class World {
 
     int calls[kCallBacks] = {};  // of each kind
     long reached = 0;            // acts inside call-backs
+    bool wroteResult = false;    // what a device answers may be the host's own number
 
   private:
     void equip();
