@@ -18,7 +18,9 @@
 #include "harness/plain_driver.h"
 #include "harness/scratch.h"
 #include "harness/target.h"
+#include "host/sequence.h"
 #include "support/opcode_rows.h"
+#include "support/taken_settings.h"
 
 namespace {
 
@@ -156,9 +158,69 @@ void put(Bytes& block, std::size_t position, const T& value) {
     std::memcpy(block.data() + position, &value, sizeof value);
 }
 
+// A code that a session sent, with its block, to be sent once more.
+struct Sent {
+    std::int32_t code;
+    Bytes block;
+    Bytes elsewhere;  // cells that the block leads to
+};
+
+template <class T>
+T valueAt(const Bytes& block, std::size_t position) {
+    T value;
+    std::memcpy(&value, block.data() + position, sizeof value);
+    return value;
+}
+
+// Bytes that a cell array can have, at most, whatever device reads it.
+std::uint64_t cellBytes(const Bytes& block) {
+    const auto cells = valueAt<std::uint32_t>(block, 88);
+    const auto rows = valueAt<std::uint32_t>(block, 92);
+    const auto precision = valueAt<std::int32_t>(block, 96);
+    const std::uint64_t bits =
+        precision == -32768 ? 1 : static_cast<std::uint64_t>(std::abs(std::int64_t{precision}));
+    const double rowBytes = static_cast<double>(cells) * static_cast<double>(bits) / 8 + 4;
+    return static_cast<std::uint64_t>(std::min(rowBytes * rows, 1e9));
+}
+
+// For a device in any state: none finds less than it reads. Nothing, when that is too much.
+std::optional<Sent> roomy(const Bytes& contents) {
+    constexpr std::size_t kShortest = 256;
+    constexpr std::size_t kLongest = std::size_t{1} << 16;
+    Sent sent = {DRV_DISPATCH, contents, {}};
+    sent.block.resize(std::max(contents.size(), kShortest));
+    if (valueAt<std::uint32_t>(contents, 0) != OP_CELL_ARRAY) return sent;
+    const std::uint64_t bytes = cellBytes(sent.block);
+    if (bytes > kLongest) return {};
+    sent.block.resize(kShortest + static_cast<std::size_t>(bytes));
+    const bool isElsewhere = valueAt<std::int32_t>(sent.block, 96) < 0;
+    if (isElsewhere && valueAt<const void*>(sent.block, 102) != nullptr)
+        sent.elsewhere.assign(static_cast<std::size_t>(bytes), 0x5A);
+    return sent;
+}
+
+// A session, as far as another host can do the same. Its files become documents, as a
+// device that the host loses may have one open.
+struct Recording {
+    model::Settings settings;
+    int colorMode;
+    bool isDocument;
+    std::uint32_t replySize;
+    std::vector<Sent> sent;
+};
+
+bool isResult(std::int32_t result) {
+    return result == 0 || result == TIVAR_ERR_NO_MEMORY || result == TIVAR_ERR_STREAM ||
+           result == TIVAR_ERR_CANCELLED;
+}
+
 class Session {
   public:
-    explicit Session(Input& input) : input_(input), host_(input), plain_(newDevice()) {
+    Session(Input& input, Recording* recording)
+        : input_(input), host_(input), plain_(newDevice()), recording_(recording) {
+        if (recording_ != nullptr)
+            *recording_ = {
+                host_.settings, host_.colorMode, host_.target != kMemory, host_.replySize, {}};
         SetDisplayInfo(kDisplayWidth, kDisplayHeight, kDisplayResolution, kDisplayResolution);
     }
     ~Session() {
@@ -198,6 +260,10 @@ class Session {
         setOrQuery();
     }
 
+    void note(const std::optional<Sent>& sent) {
+        if (recording_ != nullptr && sent) recording_->sent.push_back(*sent);
+    }
+
     // Whatever the library allocated for a device that is replaced is the host's to free.
     static void release(EMData* device, MemHandle handle) {
         if (device == nullptr) return;
@@ -209,6 +275,7 @@ class Session {
     }
 
     void initialise() {
+        note(Sent{DRV_INIT, {}, {}});
         EMData* const before = lpEMData;
         const MemHandle handle = hEMData;
         host_.capabilities.fill(0x5A5A);
@@ -264,6 +331,7 @@ class Session {
 
     void terminate() {
         if (lpEMData != nullptr) closeForMemory();
+        note(Sent{DRV_TERM, {}, {}});
         requireEqual(RASTER_dd_entry32(0, DRV_TERM, nullptr, 0), 0, "termination");
         require(lpEMData == nullptr, "termination leaves nothing");
     }
@@ -315,6 +383,7 @@ class Session {
         std::uint32_t opcode;
         std::memcpy(&opcode, contents.data(), sizeof opcode);
         const bool accepted = isAccepted(opcode);
+        if (recording_ != nullptr) note(roomy(contents));
         const std::int32_t result = RASTER_dd_entry32(0, DRV_DISPATCH, block.data(), 0);
         after_ = block.contents();
         if (accepted) {
@@ -324,9 +393,7 @@ class Session {
             if (opcode == OP_BEGIN_BODY) state_ = DEV_BODY;
             if (opcode == OP_END_PICTURE) state_ = DEV_ENDED;
         }
-        require(result == 0 || result == TIVAR_ERR_NO_MEMORY || result == TIVAR_ERR_STREAM ||
-                    result == TIVAR_ERR_CANCELLED,
-                "an error of the driver's");
+        require(isResult(result), "an error of the driver's");
         require(accepted || result == 0, "what is not accepted does nothing");
         if (opcode != OP_SET_COLORS) requireSame(after_, contents, "the host's block stays");
         if (accepted && opcode == OP_OPEN) opened(result);
@@ -633,21 +700,63 @@ class Session {
     Bytes replies_;
     Bytes after_;
     std::size_t hookBefore_ = 0;
+    Recording* recording_;
 };
+
+// The recording is kept when there is a place for it.
+void runSession(Input input, std::uint32_t failing, Recording* recording) {
+    {
+        const fuzz::HeapWatch watch;
+        Session session(input, recording);
+        const fuzz::FailingAllocation failure(failing);
+        session.run();
+    }
+    lpRaster = nullptr;
+    lpSetup = nullptr;
+}
+
+// What the session sent, by a host that misbehaves in its call-backs, as the choices say. What
+// becomes of it is not known; but all comes back with a code of the contract, and nothing is lost.
+void disturb(Recording& recording, const Input& choices) {
+    constexpr int kMostActs = 12;
+    const host::Surroundings surroundings;
+    host::World world(choices, kMostActs);
+    SetDisplayInfo(kDisplayWidth, kDisplayHeight, kDisplayResolution, kDisplayResolution);
+    const MemHandle setup = world.settings.at(0);
+    auto& record = *static_cast<SetupRecord*>(GlobalLock(setup));
+    support::takeSettings(record, recording.settings);
+    record.colorMode = recording.colorMode;
+    host::serve(setup, recording.isDocument);
+    for (Sent& sent : recording.sent) {
+        world.takeDeviceMemory();
+        std::int32_t result;
+        if (sent.code == DRV_INIT) {
+            // A call-back may have ended the first settings.
+            result = host::beginDevice(world, world.settings.at(0), "", recording.replySize);
+        } else {
+            const std::uint8_t* const elsewhere = sent.elsewhere.data();
+            if (elsewhere != nullptr) put(sent.block, 102, elsewhere);
+            result = RASTER_dd_entry32(0, sent.code, sent.block.data(), 0);
+        }
+        require(isResult(result) || world.wroteResult, "an error of the driver's");
+    }
+    world.takeDeviceMemory();
+}
 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Input input(data, size);
     fuzz::scratchPath("");
-    const std::uint32_t failing = input.oneIn(8) ? input.u8() : 0;
-    const fuzz::HeapWatch watch;
-    {
-        Session session(input);
-        const fuzz::FailingAllocation failure(failing);
-        session.run();
-    }
-    lpRaster = nullptr;
-    lpSetup = nullptr;
+    const std::uint32_t kind = input.u8();
+    const std::uint32_t failing = kind % 8 == 7 ? input.u8() : 0;
+    const bool isDisturbed = kind / 8 % 8 == 7;
+    const Bytes choices = isDisturbed ? input.bytes(input.below(128)) : Bytes{};
+    Recording recording = {};
+    runSession(input, failing, isDisturbed ? &recording : nullptr);
+    if (!isDisturbed) return 0;
+    // The undisturbed one after it is as right as the one before.
+    disturb(recording, Input(choices.data(), choices.size()));
+    runSession(input, failing, nullptr);
     return 0;
 }

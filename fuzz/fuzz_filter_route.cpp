@@ -6,12 +6,15 @@
 #include <tivar/memory.h>
 
 #include <string>
+#include <utility>
 
 #include "harness/check.h"
 #include "harness/heap.h"
 #include "harness/pictures.h"
 #include "harness/scratch.h"
 #include "harness/target.h"
+#include "host/sequence.h"
+#include "support/taken_settings.h"
 
 namespace {
 
@@ -157,11 +160,33 @@ bool opens(const Plan& plan) {
            (plan.lack == kNothing || plan.lack == kStatusBlock);
 }
 
-}  // namespace
+// The world frees the block when it ends.
+void handOver(host::World& world, support::Block& block) {
+    world.blocks.add(std::exchange(block.handle, 0));
+}
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Input input(data, size);
-    const Plan plan = makePlan(input);
+// The same export by a host that misbehaves in its call-backs, as the choices say. What becomes of
+// it is not known; but it comes back with a code of the contract, and nothing is lost.
+void exportDisturbed(const Plan& plan, const Input& choices) {
+    constexpr int kMostActs = 12;
+    const host::Surroundings surroundings;
+    host::World world(choices, kMostActs);
+    const MemHandle setup = world.settings.at(0);
+    support::takeSettings(*static_cast<SetupRecord*>(GlobalLock(setup)), plan.settings);
+    host::serve(setup, plan.target == kDocument);
+    fuzz::PictureBlocks blocks(plan.picture, plan.description);
+    handOver(world, blocks.pixels);
+    handOver(world, blocks.table);
+    world.pictures[0] = blocks.picture;
+    world.description = blocks.description;
+    const std::string name = nameOf(plan.target);
+    const std::int32_t result = host::exportPicture(
+        world, setup, &world.pictures[0], plan.target == kMissing ? nullptr : name.c_str());
+    require(result == TIVAR_ERR_STREAM || (result == TIVAR_OK && opens(plan)),
+            "a code of the contract");
+}
+
+void exportUndisturbed(const Plan& plan) {
     const Extent extent = fuzz::negotiatedExtent(plan.settings, plan.description);
     const fuzz::HeapWatch watch;
     Export host(plan);
@@ -184,5 +209,15 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
             host.file(),
             model::exportPicture(fuzz::toModel(plan.picture), plan.description, plan.settings),
             "the file is the model's");
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    Input input(data, size);
+    const Plan plan = makePlan(input);
+    // The undisturbed one after it is right.
+    if (input.oneIn(4) && plan.lack == kNothing) exportDisturbed(plan, input);
+    exportUndisturbed(plan);
     return 0;
 }

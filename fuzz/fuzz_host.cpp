@@ -3,7 +3,19 @@
 #include "harness/target.h"
 #include "host/sequence.h"
 
+namespace {
+
+// Mostly a few: what one act breaks, few others show, and many take long.
+int howManyActs(fuzz::Input& input) {
+    constexpr std::uint32_t kFew = 16;
+    return input.oneIn(32) ? host::World::kMostActs : 1 + static_cast<int>(input.below(kFew));
+}
+
+}  // namespace
+
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    host::playOnce(fuzz::Bytes(data, data + size));
+    fuzz::Input input(data, size);
+    const int acts = howManyActs(input);
+    host::playOnce(input, acts);
     return 0;
 }

@@ -122,6 +122,46 @@ def offered(resolution, width, height):
     return seed.wild(width).wild(height).one_in(2, True)
 
 
+# --- The host that misbehaves ---------------------------------------------------------------------
+
+
+def names_of(file, macro):
+    """The acts of a table of tests/host, in its order."""
+    text = (HERE.parent / "tests" / "host" / file).read_text().replace("#define", "#")
+    return re.findall(rf'^ +TIVAR_(?:{macro})\(\s*"?([^",)]+)', text, re.MULTILINE)
+
+
+SYMBOLS = names_of("symbols.cpp", "ACT|DATA")
+CHANGES = names_of("edits.cpp", "EDIT")
+
+
+def act(name, *values):
+    """A call or a change, with the bytes that it takes."""
+    table = CHANGES if name in CHANGES else SYMBOLS
+    return Seed().one_in(2, table is CHANGES).u8(table.index(name), *values)
+
+
+def call_back(*acts, answers=True):
+    """All but progress reports are answered with a byte."""
+    seed = Seed().u8(len(acts))
+    for each in acts:
+        seed.add(each)
+    return seed.u8(0) if answers else seed
+
+
+def pass_by(power):
+    """So many call-backs without an act, as a power of 2; the last one is answered."""
+    return Seed().u8(240, power, 0)
+
+
+def misbehaving(*call_backs):
+    """The usual things of the host, and what it does."""
+    seed = Seed().one_in(2)
+    for each in call_backs:
+        seed.add(each)
+    return seed
+
+
 MEMORY, FILE, DOCUMENT, NOWHERE, FULL, MISSING, UNOPENABLE = 0, 1, 2, 4, 5, 6, 7
 
 
@@ -161,6 +201,18 @@ def filter_route():
     yield "cancelled", filter_plan(
         DOCUMENT, settings(24), picture(24, 16, 16), description(), cancels=True)
     yield "full-disk", filter_plan(FULL, settings(24), picture(24, 60, 60), description())
+    begun = call_back()
+    for name, target, call_backs in (
+            ("settings-ended-while-opening", DOCUMENT, [call_back(act("DestroySetup", 0))]),
+            ("format-changed-at-a-report", MEMORY, [call_back(act("setup.colorFormat", 0, 0, 1), answers=False)]),
+            ("pixels-freed-while-writing", DOCUMENT, [begun, call_back(act("a block's end", 4))]),
+            ("encoding-changed-late", DOCUMENT,
+             [begun, pass_by(9), call_back(act("setup.compressionMode", 0, 1))]),
+            ("document-taken-away", DOCUMENT, [begun, call_back(act("setup.documentStream", 0, 1))]),
+            ("another-export-inside", DOCUMENT,
+             [begun, call_back(act("ExportCellData", 1, 1, 1).add(begun).add(begun))])):
+        yield name, filter_plan(target, settings(8), picture(24, 20, 12), description()).one_in(
+            4, True).add(misbehaving(*call_backs))
 
 
 # --- Driver ---------------------------------------------------------------------------------------
@@ -168,8 +220,10 @@ def filter_route():
 IN_ORDER, CELLS, PRIMITIVE, SET = 6, 14, 22, 26
 
 
-def driver_host(target, bits, encoded=False, os2=False, color_mode=2, pattern=None, reply=None):
-    seed = Seed().one_in(8)  # no allocation fails
+def driver_host(target, bits, encoded=False, os2=False, color_mode=2, pattern=None, reply=None, disturbed=None):
+    seed = Seed().u8(0 if disturbed is None else 7 * 8)  # no allocation fails
+    if disturbed is not None:
+        seed.u8(len(disturbed.data)).add(disturbed)
     seed.one_in(4).add(settings(bits, encoded, os2, sane=True))
     seed.one_in(32).u8(target).u8(color_mode).one_in(4, pattern is not None)
     if pattern is not None:
@@ -258,6 +312,19 @@ def driver_route():
                              query(True), query(False), primitive(-3))
     yield "greys", session(driver_host(0, 8, color_mode=5), *begin, colors(16),
                            cell_array(20, 9, 24), *finish)
+    begun = call_back()
+    opened = [begun, begun]
+    for name, target, call_backs in (
+            ("device-ended-at-the-start", 0, [call_back(act("RASTER_dd_entry32", 5))]),
+            ("rows-changed-at-a-report", 4, [*opened, call_back(act("device.nextRow", 0, 3), answers=False)]),
+            ("image-replaced-while-writing", 4,
+             [*opened, call_back(answers=False), begun, pass_by(4), call_back(act("device.imageMemory", 1))]),
+            ("settings-replaced-while-writing", 4,
+             [*opened, pass_by(9), call_back(act("device.hSetup", 1))]),
+            ("operation-inside", 4, [*opened, call_back(act("RASTER_dd_entry32", 0, 9, 3, 3), answers=False)])):
+        yield name, session(driver_host(target, 8, disturbed=misbehaving(*call_backs)), *begin,
+                            cell_array(20, 9, 24), primitive(-5, 25, 12, 8), cell_array(25, 12, 8),
+                            primitive(-6), *finish)
 
 
 # --- Records, streams, profiles -------------------------------------------------------------------
@@ -636,9 +703,11 @@ def palette():
 
 
 def host():
-    """Sequences of any acts: the host's choices are all alike."""
+    """Sequences of any acts: the host's choices are all alike. One in four is a long one."""
     for i in range(24):
-        yield f"sequence-{i}", Seed().raw(random.Random(i).randbytes(160))
+        is_long = i % 4 == 0
+        yield f"sequence-{i}", Seed().one_in(32, is_long).u8(*([] if is_long else [i % 16])).raw(
+            random.Random(i).randbytes(160 if is_long else 80))
 
 
 def main():

@@ -1,5 +1,6 @@
 #include "harness/scratch.h"
 
+#include <dirent.h>
 #include <errno.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -70,6 +71,14 @@ bool fileExists(const std::string& path) {
 
 void removeFile(const std::string& path) {
     unlink(path.c_str());
+}
+
+void removeFiles() {
+    DIR* const directory = opendir(scratchPath("").c_str());
+    require(directory != nullptr, "the directory is there");
+    while (const dirent* entry = readdir(directory))
+        if (entry->d_type != DT_LNK) unlinkat(dirfd(directory), entry->d_name, 0);
+    closedir(directory);
 }
 
 }  // namespace fuzz

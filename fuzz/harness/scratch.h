@@ -20,4 +20,7 @@ Bytes readFile(const std::string& path);
 bool fileExists(const std::string& path);
 void removeFile(const std::string& path);
 
+// All files of the directory; links stay.
+void removeFiles();
+
 }  // namespace fuzz

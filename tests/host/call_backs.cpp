@@ -9,7 +9,7 @@ namespace {
 
 // Mostly what a sound host answers.
 std::int32_t answer(std::int32_t sound) {
-    if (g_world == nullptr || !g_world->input.oneIn(16)) return sound;
+    if (g_world == nullptr || g_world->isQuiet() || !g_world->input.oneIn(16)) return sound;
     return g_world->input.wildSigned();
 }
 

@@ -271,7 +271,10 @@ const std::vector<NamedAct>& all() {
         TIVAR_EDIT("device.colorTable", std::memset(device().colorTable, world.input.u8(), 768)),
         TIVAR_EDIT("device.background", device().background[0] = world.input.u8()),
         TIVAR_EDIT("device.errors.lastCode",
-                   device().errors.lastCode = number<std::int16_t>(world)),
+                   {
+                       world.wroteResult = true;
+                       device().errors.lastCode = number<std::int16_t>(world);
+                   }),
         TIVAR_EDIT("device.errors.count", device().errors.count = number<std::int32_t>(world)),
         TIVAR_EDIT("device.errors.capacity",
                    device().errors.capacity = number<std::int32_t>(world)),

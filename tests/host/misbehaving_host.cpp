@@ -114,7 +114,8 @@ void runSequences(std::uint32_t seed, std::uint32_t count, std::uint32_t first) 
         alarm(kSecondsForOne);
         g_doing = {"sequence", "", static_cast<int>(i)};
         const std::uint32_t own = seed * 2654435761u + i;
-        acts += host::playOnce(randomBytes(own, 100 + own % 900));
+        const fuzz::Bytes bytes = randomBytes(own, 100 + own % 900);
+        acts += host::playOnce(host::Input(bytes.data(), bytes.size()));
     }
     std::fprintf(stderr, "%u sequences from seed %u, %ld acts in call-backs\n", count, seed, acts);
 }

@@ -16,20 +16,11 @@ SetupRecord* recordOf(MemHandle setup) {
     return static_cast<SetupRecord*>(GlobalLock(setup));
 }
 
-void serve(MemHandle setup, bool served) {
-    if (SetupRecord* record = recordOf(setup))
-        record->documentStream = served ? reinterpret_cast<HostWord>(&onDocument) : 0;
-}
-
 void exportCells(World& world, bool served) {
     const MemHandle setup = world.settings.pick(world.input);
     serve(setup, served);
-    world.parameters[EXPORT_SETUP] = setup;
-    world.parameters[EXPORT_STATUS] = reinterpret_cast<HostWord>(world.status[0]);
     CellPicture& picture = world.pictures[world.input.below(3)];
-    world.takeOutputs();
-    ExportCellData(served ? "document" : "", &picture, &world.description, world.parameters);
-    world.takeOutputs();
+    exportPicture(world, setup, &picture, served ? "document" : "");
 }
 
 void exportToDocument(World& world) {
@@ -53,18 +44,6 @@ void outputOwnDrawing(World& world) {
     world.streams.forget(stream);
 }
 
-void initialise(World& world, MemHandle setup) {
-    if (lpEMData != nullptr) world.lose();
-    HostWord* const words = world.initWords;
-    std::fill_n(words, std::size(world.initWords), HostWord{0});
-    words[DRIVER_INIT_NAME] = reinterpret_cast<HostWord>("");
-    words[DRIVER_INIT_REPLY_SIZE] = 64;
-    words[DRIVER_INIT_SETUP] = setup;
-    words[DRIVER_INIT_HOOK] = reinterpret_cast<HostWord>(world.status[1]);
-    words[DRIVER_INIT_CAPABILITIES] = reinterpret_cast<HostWord>(world.capabilities);
-    RASTER_dd_entry32(0, DRV_INIT, words, 0);
-}
-
 void send(OpcodeBlock block) {
     RASTER_dd_entry32(0, DRV_DISPATCH, block.data(), 0);
 }
@@ -73,7 +52,7 @@ void drive(World& world, bool served) {
     const MemHandle setup = world.settings.pick(world.input);
     serve(setup, served);
     RASTER_dd_entry32(0, DRV_TERM, nullptr, 0);
-    initialise(world, setup);
+    beginDevice(world, setup, "", 64);
     send(OpcodeBlock(OP_OPEN));
     send(OpcodeBlock(OP_BEGIN_PICTURE));
     send(support::windowBlock({0, 0, 0, 6, 5, 0}));
@@ -271,6 +250,33 @@ void writeToMemory(World& world) {
 }
 
 }  // namespace
+
+void serve(MemHandle setup, bool served) {
+    if (SetupRecord* record = recordOf(setup))
+        record->documentStream = served ? reinterpret_cast<HostWord>(&onDocument) : 0;
+}
+
+std::int32_t exportPicture(World& world, MemHandle setup, CellPicture* picture, const char* name) {
+    world.parameters[EXPORT_SETUP] = setup;
+    world.parameters[EXPORT_STATUS] = reinterpret_cast<HostWord>(world.status[0]);
+    world.takeOutputs();
+    const std::int32_t result = ExportCellData(name, picture, &world.description, world.parameters);
+    world.takeOutputs();
+    return result;
+}
+
+std::int32_t beginDevice(World& world, MemHandle setup, const char* name, std::uint32_t replySize) {
+    // What the one before still had is nobody's.
+    if (lpEMData != nullptr) world.lose();
+    HostWord* const words = world.initWords;
+    std::fill_n(words, std::size(world.initWords), HostWord{0});
+    words[DRIVER_INIT_NAME] = reinterpret_cast<HostWord>(name);
+    words[DRIVER_INIT_REPLY_SIZE] = replySize;
+    words[DRIVER_INIT_SETUP] = setup;
+    words[DRIVER_INIT_HOOK] = reinterpret_cast<HostWord>(world.status[1]);
+    words[DRIVER_INIT_CAPABILITIES] = reinterpret_cast<HostWord>(world.capabilities);
+    return RASTER_dd_entry32(0, DRV_INIT, words, 0);
+}
 
 const std::vector<NamedAct>& scenarios() {
     static const std::vector<NamedAct> table = {

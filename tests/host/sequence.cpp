@@ -4,8 +4,6 @@
 #include <unistd.h>
 
 #include "harness/check.h"
-#include "harness/heap.h"
-#include "harness/scratch.h"
 
 namespace host {
 
@@ -27,31 +25,27 @@ void settleDown() {
     unsetenv("DISPLAYINFO");
 }
 
-long playOnce(const Bytes& bytes) {
+Surroundings::Surroundings() : watch_(kLargestBlock) {
     settleDown();
-    Input input(bytes.data(), bytes.size());
-    const fuzz::HeapWatch watch(kLargestBlock);
-    const fuzz::HeapLedger ledger;
-    World world(input);
+}
+
+long playOnce(Input input, int acts) {
+    const Surroundings surroundings;
+    World world(input, acts);
     world.play();
     return world.reached;
 }
 
 long obeyOnce(Act scenario, const Order& order, const Bytes& bytes) {
-    Input input(bytes.data(), bytes.size());
-    const fuzz::HeapWatch watch(kLargestBlock);
-    const fuzz::HeapLedger ledger;
-    World world(input);
+    const Surroundings surroundings;
+    World world(Input(bytes.data(), bytes.size()));
     world.obey(scenario, order);
     return world.reached;
 }
 
 std::vector<int> watchOnce(Act scenario) {
-    const Bytes none;
-    Input input(none.data(), 0);
-    const fuzz::HeapWatch watch(kLargestBlock);
-    const fuzz::HeapLedger ledger;
-    World world(input);
+    const Surroundings surroundings;
+    World world(Input(nullptr, 0));
     return world.watch(scenario);
 }
 

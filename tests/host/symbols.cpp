@@ -126,16 +126,8 @@ void dispatch(World& world, std::int32_t (*entry)(HostWord, std::int32_t, void*,
     entry(0, DRV_DISPATCH, block.data(), 0);
 }
 
-// What a device leaves when it closed is the host's, and lost once it is opened again.
-void takeDeviceMemory(World& world) {
-    if (lpEMData == nullptr || lpEMData->outputStream != 0 || lpEMData->memoryBlock == nullptr)
-        return;
-    world.hide(GlobalHandle(lpEMData->memoryBlock));
-    lpEMData->memoryBlock = nullptr;
-}
-
 void enterRaster(World& world) {
-    takeDeviceMemory(world);
+    world.takeDeviceMemory();
     const std::uint32_t kind = world.input.below(8);
     if (kind < 5) return dispatch(world, RASTER_dd_entry32);
     if (kind == 5) {

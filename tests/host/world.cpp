@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
+#include <utility>
 
 #include "harness/check.h"
 #include "harness/heap.h"
@@ -15,6 +17,9 @@ namespace {
 
 constexpr int kDeepest = 3;
 
+// A call-back's byte from here on lets many pass by: a document is written byte by byte.
+constexpr std::uint32_t kQuietFrom = 240;
+
 MemHandle handleOf(const void* pointer) {
     return pointer == nullptr ? 0 : GlobalHandle(pointer);
 }
@@ -26,6 +31,34 @@ bool isThere(MemHandle handle) {
 void freeAlive(const Pool& pool) {
     for (const Owned& owned : pool.all)
         if (owned.isAlive()) GlobalFree(owned.handle);
+}
+
+// Choices that make the host's things small and different from each other.
+Bytes usualChoices() {
+    Bytes choices;
+    for (std::uint8_t i = 0; i < 48; ++i) choices.push_back(static_cast<std::uint8_t>(i * 37 + 5));
+    return choices;
+}
+
+// As others left them.
+void leaveProfiles() {
+    const std::string text =
+        "[TIVAR]\nMode=a\n~Mode=a\n\n[a]\r\nDriver=TIVAR.1\nWidth=6.5\nColor Mode=103\n; "
+        "note\n[b]\n1=\"x\"\na=0x1F";
+    for (const char* name : {"a.ini", "OXL.INI"})
+        fuzz::writeFile(fuzz::scratchPath(name), Bytes(text.begin(), text.end()));
+}
+
+// The library's variables are as in a fresh process.
+void resetLibrary() {
+    hRaster = hSetup = 0;
+    lpRaster = lpSetup = nullptr;
+    std::memset(export_szDLLName, 0, sizeof export_szDLLName);
+    SetDisplayInfo(0, 0, 0, 0);
+    SetPrinterInfo(0, 0, 0, 0);
+    FilterVersion = 1;
+    FilterID = 16;
+    _debug_color_res = 0;
 }
 
 }  // namespace
@@ -133,6 +166,13 @@ void World::takeOutputs() {
     }
 }
 
+void World::takeDeviceMemory() {
+    if (lpEMData == nullptr || lpEMData->outputStream != 0 || lpEMData->memoryBlock == nullptr)
+        return;
+    hide(GlobalHandle(lpEMData->memoryBlock));
+    lpEMData->memoryBlock = nullptr;
+}
+
 std::int16_t World::depth() {
     constexpr std::int16_t kDepths[] = {8, 24, 4, 1, 24, 8, 32, 2};
     return input.oneIn(16) ? static_cast<std::int16_t>(input.below(34)) : input.pick(kDepths);
@@ -165,8 +205,21 @@ void World::forgetSettings(MemHandle handle) {
     if (lpEMData != nullptr && lpEMData->hSetup == handle) lpEMData->hSetup = 0;
 }
 
-World::World(Input& chosen) : input(chosen) {
+World::World(Input chosen, int acts) : input(chosen), left_(acts) {
     g_world = this;
+    // Mostly the same things: the input is for what is done with them.
+    if (input.oneIn(2)) {
+        equip();
+        if (input.oneIn(4)) leaveProfiles();
+    } else {
+        const Bytes usual = usualChoices();
+        const Input rest = std::exchange(input, Input(usual.data(), usual.size()));
+        equip();
+        input = rest;
+    }
+}
+
+void World::equip() {
     for (int i = 0; i < 3; ++i) newSettings();
     for (const std::uint32_t size : {768u, 600u, 1800u, 48u}) newBlock(size);
     pointers.add(handleOf(oxlPtrGlobalAlloc(768)));
@@ -232,9 +285,7 @@ World::~World() {
     for (std::size_t i = 0; i < streamsMade; ++i) hidden.add(handleOf(streamMemory[i]));
     takeOutputs();
     for (const Pool* pool : {&blocks, &pointers, &states, &hidden}) freeAlive(*pool);
-    hRaster = hSetup = 0;
-    lpRaster = lpSetup = nullptr;
-    std::memset(export_szDLLName, 0, sizeof export_szDLLName);
+    resetLibrary();
     const std::size_t left = fuzz::HeapLedger::freeAll();
     fuzz::require(isLost || left == 0, "blocks are left that the host can reach no more");
 }
@@ -256,9 +307,18 @@ void World::interrupt(CallBack kind) {
         run(order_->act);
         return;
     }
+    if (quiet_ > 0) {
+        --quiet_;
+        return;
+    }
     if (depth_ >= kDeepest) return;
+    const std::uint32_t choice = input.u8();
+    if (choice >= kQuietFrom) {
+        quiet_ = 1 << input.below(10);
+        return;
+    }
     ++depth_;
-    for (std::uint32_t i = input.below(3); i > 0 && !input.empty(); --i) {
+    for (std::uint32_t i = choice % 3; i > 0 && !input.empty(); --i) {
         const bool isEdit = input.oneIn(2);
         const std::vector<NamedAct>& table = isEdit ? edits() : symbols();
         ++reached;

@@ -78,7 +78,10 @@ struct Order {
 
 class World {
   public:
-    explicit World(Input& chosen);
+    // At most so many acts, counting those inside others.
+    static constexpr int kMostActs = 120;
+
+    explicit World(Input chosen, int acts = kMostActs);
     ~World();
     World(const World&) = delete;
     World& operator=(const World&) = delete;
@@ -92,6 +95,8 @@ class World {
 
     // A call-back comes: the host does what it likes.
     void interrupt(CallBack kind);
+    // Whether it lets call-backs pass by.
+    bool isQuiet() const { return quiet_ > 0; }
 
     // Small sizes for the most part.
     std::uint32_t side() { return input.oneIn(32) ? input.below(200) : input.mostlySmall(24); }
@@ -103,6 +108,8 @@ class World {
     void hide(MemHandle handle) { hidden.add(handle); }
     // What exports to memory made is the host's.
     void takeOutputs();
+    // What a device leaves when it closed, too: it is lost once the device is opened again.
+    void takeDeviceMemory();
     // The library may have lost sight of more than the host can tell.
     void lose() { isLost = true; }
 
@@ -116,7 +123,7 @@ class World {
     // The host frees settings by hand: nothing may lead to them any more.
     static void forgetSettings(MemHandle handle);
 
-    Input& input;
+    Input input;
     Pool settings;
     Pool blocks;
     Pool pointers;  // of oxlPtrGlobalAlloc
@@ -150,14 +157,17 @@ class World {
 
     int calls[kCallBacks] = {};  // of each kind
     long reached = 0;            // acts inside call-backs
+    bool wroteResult = false;    // what a device answers may be the host's own number
 
   private:
+    void equip();
     void run(Act act);
 
     const Order* order_ = nullptr;
     bool watching_ = false;
     int depth_ = 0;
-    int left_ = 120;  // acts
+    int quiet_ = 0;  // call-backs that pass by
+    int left_;       // acts
     bool isLost = false;
 };
 
@@ -170,6 +180,12 @@ const std::vector<NamedAct>& symbols();
 const std::vector<NamedAct>& edits();
 // Calls that have call-backs.
 const std::vector<NamedAct>& scenarios();
+
+// Their beginnings, for targets that have pictures and operations of their own. A document of the
+// host's serves the settings, or none.
+void serve(MemHandle setup, bool served);
+std::int32_t exportPicture(World& world, MemHandle setup, CellPicture* picture, const char* name);
+std::int32_t beginDevice(World& world, MemHandle setup, const char* name, std::uint32_t replySize);
 
 // The host's call-backs.
 std::int32_t onStatus(intptr_t context, std::int32_t operation, std::int32_t value, std::int32_t a3,
