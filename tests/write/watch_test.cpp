@@ -164,9 +164,8 @@ TEST(WriteWatch, AnyTellingCanCancelAndNoneFollows) {
     const Drawn drawn = drawNoise(TIVAR_RGB, 300, 200, 2);
     for (const TivarOptions& options : someOptions()) {
         Source source(drawn, Access::kInOrder);
-        expectTellingsToCancel(options, [&](const TivarOptions& watched) {
-            return toSink(source.picture, watched);
-        });
+        expectTellingsToCancel(
+            options, [&](const TivarOptions& watched) { return toSink(source.picture, watched); });
         expectTellingsToCancel(options, [&](const TivarOptions& watched) {
             return toMemory(source.picture, watched);
         });
