@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <fstream>
 
 #include "support/open_files.h"
@@ -69,6 +70,7 @@ TEST(Beside, ALongNameIsCutBetweenCharacters) {
         ASSERT_GE(file, 0);
         EXPECT_EQ(name, directory.path(given.kept + end));
         close(file);
+        std::remove(name);
     }
 }
 
