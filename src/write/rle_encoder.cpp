@@ -46,8 +46,8 @@ void considerLiterals(RleEncoder& encoder, uint32_t x) {
 }
 
 // Ends with the same remainder keep their order whatever the start, so that one queue for each,
-// without the ends that a nearer one beats, has the best in front. Those too far for a run went when
-// it was looked at two pixels behind x: what is left fits the queue.
+// without the ends that a nearer one beats, has the best in front. Those too far for a run went
+// when it was looked at, two pixels behind x: what is left fits the queue.
 void offerLiteralEnd(RleEncoder& encoder, uint32_t end) {
     const auto cost = [&](uint32_t at) {
         return encoder.costs[at] * encoder.perWord + uint64_t{at} * kWordBytes;

@@ -34,8 +34,8 @@ TEST(ClusterExchange, SaysWhenThereIsNothingToGain) {
     EXPECT_EQ(tivar::exchangeClusters(alone.clusters), ExchangeResult::kNothingToDo);
 }
 
-// The wide cluster is cut for the first two that are one; the others, which might be united, too, have
-// no part to give a cluster to.
+// The wide cluster is cut for the two nearest, which become one; the other two would become one,
+// too, but no part is left that could be cut.
 TEST(ClusterExchange, EndsWhenEveryClusterHasTakenPart) {
     PointList list({pointAt(1000, 1000, 1000, 1, 0), pointAt(1900, 1900, 1900, 1, 0),
                     pointAt(100, 100, 100, 1, 1), pointAt(104, 100, 100, 1, 2),
