@@ -171,13 +171,12 @@ bool GreyLanes::take(const GreyStep* steps) {
     for (int level = 1; level < kGreyLevels; ++level) {
         const GreyStep& step = steps[level];
         const GreyStep& before = steps[level - 1];
-        const auto rise = static_cast<int16_t>(step.entry - before.entry);
-        const auto flip = static_cast<int16_t>(storedOf(step) ^ storedOf(before));
-        if (rise == 0 && flip == 0) continue;
+        // An entry is the first of its grey: while the grey stays, so does what is stored.
+        if (step.entry == before.entry) continue;
         if (used == kThresholds) return false;
         levels[used] = static_cast<int16_t>(level - 1);
-        rises[used] = rise;
-        flips[used++] = flip;
+        rises[used] = static_cast<int16_t>(step.entry - before.entry);
+        flips[used++] = static_cast<int16_t>(storedOf(step) ^ storedOf(before));
     }
     for (; used < kThresholds; ++used) {
         levels[used] = kGreyLevels;

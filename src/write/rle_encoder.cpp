@@ -9,6 +9,8 @@ namespace {
 constexpr uint32_t kLongestRun = 255;
 constexpr uint32_t kWordBytes = 2;
 constexpr uint32_t kCodeBytes = 2;
+// 0, 1 and 2 are codes; every literal run has an even length.
+constexpr uint32_t kShortestLiteral = 4;
 
 bool isEmpty(const LiteralEnds& ends) {
     return ends.first == ends.last;
@@ -29,8 +31,7 @@ void considerRun(RleEncoder& encoder, uint32_t x, uint32_t count) {
 }
 
 void considerLiterals(RleEncoder& encoder, uint32_t x) {
-    for (uint32_t remainder = x % encoder.period; remainder < encoder.perWord;
-         remainder += encoder.period) {
+    for (uint32_t remainder = x % 2; remainder < encoder.perWord; remainder += 2) {
         LiteralEnds& ends = encoder.ends[remainder];
         while (!isEmpty(ends) && frontOf(ends) - x > kLongestRun) ++ends.first;
         if (isEmpty(ends)) continue;
@@ -45,15 +46,14 @@ void considerLiterals(RleEncoder& encoder, uint32_t x) {
 }
 
 // Ends with the same remainder keep their order whatever the start, so that one queue for each,
-// without the ends that a nearer one beats, has the best in front. Ends too far for a run from here
-// go first: what is left fits the queue.
+// without the ends that a nearer one beats, has the best in front. Those too far for a run went
+// when it was looked at, two pixels behind x: what is left fits the queue.
 void offerLiteralEnd(RleEncoder& encoder, uint32_t end) {
     const auto cost = [&](uint32_t at) {
         return encoder.costs[at] * encoder.perWord + uint64_t{at} * kWordBytes;
     };
     LiteralEnds& ends = encoder.ends[end % encoder.perWord];
     while (!isEmpty(ends) && cost(backOf(ends)) >= cost(end)) --ends.last;
-    while (!isEmpty(ends) && frontOf(ends) - end > kLongestRun) ++ends.first;
     ends.places[ends.last++ % LiteralEnds::kRoom] = end;
 }
 
@@ -72,7 +72,7 @@ void chooseRuns(RleEncoder& encoder, const uint8_t* indices) {
         encoder.costs[x] = UINT64_MAX;
         considerRun(encoder, x, longest);
         if (encoder.period == 2 && longest > 1) considerRun(encoder, x, longest - 1);
-        if (left >= encoder.shortestLiteral) offerLiteralEnd(encoder, x + encoder.shortestLiteral);
+        if (left >= kShortestLiteral) offerLiteralEnd(encoder, x + kShortestLiteral);
         considerLiterals(encoder, x);
     }
 }
@@ -92,7 +92,6 @@ uint8_t* putLiteral(const RleEncoder& encoder, const uint8_t* indices, uint32_t 
     uint8_t* end = to + (count + encoder.perWord - 1) / encoder.perWord * kWordBytes;
     if (encoder.bits == 8) {
         std::memcpy(to, indices, count);
-        if (to + count != end) to[count] = 0;
         return end;
     }
     std::memset(to, 0, static_cast<size_t>(end - to));
@@ -114,7 +113,6 @@ bool prepareEncoder(RleEncoder& encoder, uint32_t bits, uint32_t width) {
     encoder.width = width;
     encoder.period = 8 / bits;
     encoder.perWord = 16 / bits;
-    encoder.shortestLiteral = bits == 8 ? 3 : 4;
     // At worst every pixel is a run of its own.
     return encoder.costs.obtain(uint64_t{width} + 1) && encoder.counts.obtain(width) &&
            encoder.literal.obtain(width) &&

@@ -1,5 +1,6 @@
-// The standard RLE8 and RLE4 encoding of rows, as small as the form allows; but literal runs of 4
-// bits have even lengths, because some readers lose the last pixel of odd ones.
+// The standard RLE8 and RLE4 encoding of rows, as small as the form allows; but literal runs have
+// even lengths. Of 4 bits some readers lose the last pixel of odd ones; of 8 bits an odd one, which
+// is padded, takes as much as a run of one pixel and an even literal run.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +22,6 @@ struct RleEncoder {
     uint32_t width;   // pixels of a row
     uint32_t period;  // pixels in a byte: after so many a run repeats
     uint32_t perWord;
-    uint32_t shortestLiteral;  // 0, 1 and 2 are codes
     // Of the rest of the row from every pixel on: its bytes, the pixels of its first run, and
     // whether that is a literal one.
     Block<uint64_t> costs;

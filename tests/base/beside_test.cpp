@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <fstream>
 
 #include "support/open_files.h"
@@ -43,6 +44,34 @@ TEST(Beside, IsNotThereWhenAHundredNamesAreTaken) {
     EXPECT_EQ(errno, EEXIST);
     EXPECT_EQ(support::openFiles(), files);
     EXPECT_EQ(directory.names().size(), 100u);
+}
+
+// Names have 255 bytes at most, and 32 of them are for what is put behind: of 223 bytes the last is
+// half a character.
+TEST(Beside, ALongNameIsCutBetweenCharacters) {
+    const support::TempDirectory directory;
+    const std::string end = "." + std::to_string(getpid()) + "-0";
+    std::string letters;
+    for (int i = 0; i < 120; ++i) letters += "\xC3\xA9";
+    const struct {
+        std::string path;
+        std::string kept;
+    } cases[] = {
+        {letters, letters.substr(0, 222)},
+        {"o" + letters, "o" + letters.substr(0, 222)},
+        {std::string(223, 'o'), std::string(223, 'o')},
+        {std::string(224, 'o'), std::string(223, 'o')},
+        // No character begins anywhere in it.
+        {std::string(224, '\x80'), ""},
+    };
+    for (const auto& given : cases) {
+        char name[4096];
+        const int file = createBeside(directory.path(given.path).c_str(), true, name, sizeof name);
+        ASSERT_GE(file, 0);
+        EXPECT_EQ(name, directory.path(given.kept + end));
+        close(file);
+        std::remove(name);
+    }
 }
 
 TEST(Beside, NeedsRoomForItsName) {

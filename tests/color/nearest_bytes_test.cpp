@@ -71,9 +71,10 @@ TEST(NearestBytes, AreThoseThatALookThroughTheTableFinds) {
 
 TEST(NearestBytes, AreFoundWhenThereIsNoRoomForFurtherCells) {
     support::Random random(8);
-    const Bytes table = colorsOf(random, 256, Choice::kMixed);
+    const Bytes table = colorsOf(random, 256, Choice::kColors);
     tivar::NearestBytes nearest(table.data(), 256);
-    // A colour of each cell, and those of some cells once more.
+    // A colour of each cell, and those of some cells once more. Borders between so many entries
+    // pass through more cells than there is room for.
     Bytes all;
     for (int cell = 0; cell < 1 << 18; ++cell) {
         for (int c = 0; c < 3; ++c) all.push_back(static_cast<uint8_t>((cell >> 6 * c & 63) * 4));

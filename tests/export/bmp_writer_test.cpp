@@ -96,6 +96,22 @@ TEST(BmpFile, EightBitFileHasHeadersPaletteOfFourByteEntriesAndRows) {
     EXPECT_EQ(writer.finish(), file.add(rows.list).list);
 }
 
+// The record counts, wherever the handle leads.
+TEST(BmpFile, AHostsOwnRecordOfSettingsServesWithoutItsHandle) {
+    Writer writer({COLOR_FORMAT_24BIT, false, true});
+    SetupRecord own = *writer.settings.record;
+    writer.settings->fileType = FILE_TYPE_WINDOWS;
+    const Bytes row = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+    lpRaster = &own;
+    ASSERT_EQ(writer.begin(3, 1, 24), 1);
+    EXPECT_EQ(writer.write(Block(row), 3, 1, 24), 0);
+    ByteList file;
+    file.add(os2Headers(26 + 12, 26, 3, 1, 24)).add(row);
+    EXPECT_EQ(writer.finish(), file.list);
+    EXPECT_EQ(lpRaster, &own);
+    EXPECT_EQ(hRaster, writer.settings.handle);
+}
+
 TEST(BmpFile, OneBitRowOfOnePixelTakesFourBytes) {
     Writer writer({COLOR_FORMAT_1BIT});
     const Bytes rows = {0x80, 1, 2, 3, 0x00, 4, 5, 6};

@@ -211,6 +211,14 @@ TEST_F(ProfileWrite, TheProfileInIniDirIsRewrittenThere) {
     EXPECT_EQ(directory.names(), Names{});
 }
 
+TEST_F(ProfileWrite, AProfileThatIniDirHasNotIsMadeUnderTheNameItself) {
+    const TempDirectory other;
+    const EnvironmentVariable there("INIDIR", other.path());
+    EXPECT_EQ(WritePrivateProfileString("s", "key", "9", "p.ini"), 0);
+    EXPECT_EQ(directory.read("p.ini"), "\n[s]\nkey=9\n");
+    EXPECT_EQ(other.names(), Names{});
+}
+
 TEST_F(ProfileWrite, AProfileUnderTheNameItselfGoesBeforeIniDir) {
     const TempDirectory other;
     other.write("p.ini", "[s]\nkey=1\n");

@@ -34,6 +34,20 @@ TEST(ClusterExchange, SaysWhenThereIsNothingToGain) {
     EXPECT_EQ(tivar::exchangeClusters(alone.clusters), ExchangeResult::kNothingToDo);
 }
 
+// The wide cluster is cut for the two nearest, which become one; the other two would become one,
+// too, but no part is left that could be cut.
+TEST(ClusterExchange, EndsWhenEveryClusterHasTakenPart) {
+    PointList list({pointAt(1000, 1000, 1000, 1, 0), pointAt(1900, 1900, 1900, 1, 0),
+                    pointAt(100, 100, 100, 1, 1), pointAt(104, 100, 100, 1, 2),
+                    pointAt(100, 2000, 100, 1, 3), pointAt(110, 2000, 100, 1, 4)},
+                   5);
+    EXPECT_EQ(tivar::exchangeClusters(list.clusters), ExchangeResult::kDone);
+    EXPECT_EQ(list.error(), 2 * 2.0 * 2.0);
+    uint32_t alone = 0;
+    for (uint32_t i = 0; i < 5; ++i) alone += list.clusters.sizeOf(i) == 1 ? 1 : 0;
+    EXPECT_EQ(alone, 4u) << "two points are together, the others by themselves";
+}
+
 TEST(ClusterExchange, NeverAddsError) {
     for (uint32_t seed = 0; seed < 5; ++seed) {
         PointList list(support::randomPoints(1000, 60, seed), 60);

@@ -114,6 +114,32 @@ TEST(ColorCuts, EqualPointsStayTogether) {
     EXPECT_EQ(list.clusters.count, 1u);
 }
 
+// Beside four thousand million pixels, one that is a step away is less than what sums in doubles
+// leave over: the axis is as good as any, and both points' places on it are the same or nearly so.
+TEST(ColorCuts, AColourThatRoundingHidesLeavesNoPartEmpty) {
+    const struct {
+        int many[3];
+        uint32_t weight;
+        int one[3];
+    } cases[] = {
+        {{1914, 1045, 1857}, 4294967282, {1914, 1046, 1857}},
+        {{1996, 895, 1715}, 4294967294, {1996, 896, 1715}},
+        {{1131, 2009, 1369}, 4197052831, {1131, 2010, 1368}},
+        {{1204, 1697, 1379}, 4230397806, {1205, 1697, 1379}},
+        {{1309, 1379, 1817}, 4214036634, {1310, 1379, 1817}},
+        {{1260, 1879, 1263}, 4246535598, {1261, 1879, 1263}},
+    };
+    for (const auto& given : cases) {
+        PointList list({pointAt(given.many[0], given.many[1], given.many[2], given.weight),
+                        pointAt(given.one[0], given.one[1], given.one[2], 1)},
+                       1);
+        ASSERT_TRUE(tivar::cutClusters(list.clusters, 256));
+        EXPECT_LE(list.clusters.count, 2u);
+        for (uint32_t i = 0; i < list.clusters.count; ++i)
+            EXPECT_GT(list.clusters.sizeOf(i), 0u) << given.many[0] << ", cluster " << i;
+    }
+}
+
 TEST(ColorCuts, EveryPointCanHaveAClusterOfItsOwn) {
     PointList list(support::randomPoints(256, 1, 2), 1);
     ASSERT_TRUE(tivar::cutClusters(list.clusters, 256));

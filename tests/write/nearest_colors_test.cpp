@@ -70,6 +70,34 @@ TEST(NearestColors, AreFoundWhileAnotherThreadMakesTheirList) {
     for (size_t i = 0; i < kRegions; ++i) ASSERT_EQ(colors.regions[i].state, kBusy);
 }
 
+// Keeps answers for the cell of black, over and over, until there is room for none.
+void fillRoom(const NearestColors& colors) {
+    tivar::CellAnswers::Answers mixed = {};
+    mixed.of[1] = 1;
+    while (colors.kept.hasRoom()) colors.kept.keep(0, mixed);
+}
+
+// Colours of other cells than black's, each asked for twice.
+void expectNearestOfMany(const NearestColors& colors, const ColorTable& table, uint32_t seed) {
+    Random random(seed);
+    for (int i = 0; i < 3000; ++i) {
+        const uint8_t rgb[3] = {random.byte(), random.byte(),
+                                static_cast<uint8_t>(random.byte() | 0x80)};
+        for (int again = 0; again < 2; ++again) expectNearest(colors, table, rgb);
+    }
+}
+
+TEST(NearestColors, AreFoundWithoutRoomToKeepThem) {
+    const ColorTable table = tableOf(Kind::kNoise, 200, 8);
+    NearestColors colors;
+    ASSERT_TRUE(colors.prepare(table));
+    fillRoom(colors);
+    expectNearestOfMany(colors, table, 9);
+    // The colours asked for now are others: no list of theirs is complete.
+    for (size_t i = 0; i < size_t{16} * 16 * 16; ++i) colors.regions[i].state = 1;
+    expectNearestOfMany(colors, table, 10);
+}
+
 TEST(NearestColors, AreThoseThatALookThroughTheTableFinds) {
     for (const Kind kind : kKinds) {
         for (const uint32_t count : {1u, 2u, 3u, 5u, 16u, 17u, 255u, 256u}) {

@@ -145,19 +145,30 @@ TEST(WriteWatch, SeveralThreadsAreCancelledAsOneIs) {
     }
 }
 
+// Some tellings of a call, the last one in any case.
+template <class Call>
+void expectTellingsToCancel(const TivarOptions& options, Call&& call) {
+    Watcher counter;
+    ASSERT_EQ(call(counter.attach(options)).result, TIVAR_RESULT_OK);
+    const size_t last = counter.told.size();
+    for (size_t nth = 1; nth <= last;) {
+        Watcher watcher;
+        watcher.stopsAtTold = nth;
+        expectCancelled(call(watcher.attach(options)));
+        EXPECT_EQ(watcher.told.size(), nth);
+        nth = nth == last ? last + 1 : std::min(nth * 2, last);
+    }
+}
+
 TEST(WriteWatch, AnyTellingCanCancelAndNoneFollows) {
-    const support::TempDirectory directory;
     const Drawn drawn = drawNoise(TIVAR_RGB, 300, 200, 2);
     for (const TivarOptions& options : someOptions()) {
         Source source(drawn, Access::kInOrder);
-        Watcher counter;
-        toSink(source.picture, counter.attach(options));
-        for (size_t nth = 1; nth <= counter.told.size(); nth += 1 + nth / 3) {
-            Watcher watcher;
-            watcher.stopsAtTold = nth;
-            expectCancelled(toSink(source.picture, watcher.attach(options)));
-            EXPECT_EQ(watcher.told.size(), nth);
-        }
+        expectTellingsToCancel(
+            options, [&](const TivarOptions& watched) { return toSink(source.picture, watched); });
+        expectTellingsToCancel(options, [&](const TivarOptions& watched) {
+            return toMemory(source.picture, watched);
+        });
     }
 }
 
