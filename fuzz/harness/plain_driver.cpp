@@ -184,7 +184,9 @@ void PlainDevice::writeAlone(const Placed& placed, std::uint32_t rows, Bytes ima
     }
     const int outputBits = model::negotiate(settings_, format, bits, display_);
     const std::uint32_t width = resolution == 0 ? placed.width : model::toUnsigned(format.width);
-    const std::uint32_t height = resolution == 0 ? rows : model::toUnsigned(format.height);
+    // Scaling is decided before the height is truncated; one that is no number is not scaled.
+    const double exactHeight = resolution == 0 ? rows : format.height;
+    const std::uint32_t height = model::toUnsigned(exactHeight);
     if (!isWrittenFormat(settings_.colorFormat) || !isTellable(placed.bits) ||
         !isModest(width, height) || !isModest(placed.width, rows))
         known_ = false;
@@ -196,7 +198,7 @@ void PlainDevice::writeAlone(const Placed& placed, std::uint32_t rows, Bytes ima
     int progress = 0;
     const auto isCancelled = [&] { return report(progress += 20); };
     model::Bitmap current = {placed.width, rows, bits, std::move(image)};
-    if (height < rows) {
+    if (exactHeight < rows) {
         current = model::scale(current, width, height);
         if (isCancelled()) return;
     }
@@ -211,7 +213,7 @@ void PlainDevice::writeAlone(const Placed& placed, std::uint32_t rows, Bytes ima
         swaps = outputBits == 24;
         if (isCancelled()) return;
     }
-    if (height > rows) {
+    if (exactHeight > rows) {
         current = model::scale({placed.width, rows, outputBits, current.data}, width, height);
         if (isCancelled()) return;
     }
