@@ -115,7 +115,7 @@ void testMeasures(Input& input) {
 }
 
 std::int32_t makeCount(Input& input) {
-    return input.oneIn(16) ? input.i16() % 500 : static_cast<std::int32_t>(input.below(5));
+    return input.oneIn(64) ? input.i16() % 500 : static_cast<std::int32_t>(input.below(5));
 }
 
 void testReading(Input& input) {

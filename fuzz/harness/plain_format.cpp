@@ -1,6 +1,5 @@
 #include "harness/plain_format.h"
 
-#include <cctype>
 #include <functional>
 
 namespace fuzz {
@@ -13,7 +12,8 @@ char at(const std::string& format, std::size_t position) {
 }
 
 char letterAt(const std::string& format, std::size_t position) {
-    return static_cast<char>(std::toupper(static_cast<unsigned char>(at(format, position))));
+    const char letter = at(format, position);
+    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 32) : letter;
 }
 
 std::int64_t widthOf(char letter) {

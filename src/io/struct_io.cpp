@@ -2,7 +2,6 @@
 #include <tivar/stream.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 
 #include "base/text.h"
@@ -11,8 +10,9 @@
 namespace tivar {
 namespace {
 
-char upper(char c) {
-    return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+// Of the letters of a format, whatever the locale.
+constexpr char upper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
 
 bool isDigit(char c) {
