@@ -29,10 +29,10 @@ TEST(ReadStatus, IsThatOfTheSystem) {
     EXPECT_FALSE(tivar::readStatus(directory.path("none").c_str(), status));
 }
 
-// Where the file system has no links.
-bool installWithoutLinks(const std::string& from, const std::string& to) {
+// Where the file system makes no link, for that reason.
+bool installWithoutLinks(const std::string& from, const std::string& to, int reason) {
     const support::FailingCall noLinks("link");
-    errno = EPERM;
+    errno = reason;
     return tivar::installNewFile(from.c_str(), to.c_str());
 }
 
@@ -44,11 +44,24 @@ TEST(InstallNewFile, GivesTheFileItsName) {
     EXPECT_EQ(directory.read("to"), "new");
 }
 
-TEST(InstallNewFile, DoesSoWithoutLinksToo) {
-    const support::TempDirectory directory;
-    EXPECT_TRUE(installWithoutLinks(directory.write("from", "new"), directory.path("to")));
-    EXPECT_EQ(directory.names(), std::set<std::string>{"to"});
-    EXPECT_EQ(directory.read("to"), "new");
+TEST(InstallNewFile, DoesSoWhereThereAreNoLinks) {
+    for (const int reason : {EPERM, EOPNOTSUPP, ENOSYS}) {
+        const support::TempDirectory directory;
+        EXPECT_TRUE(
+            installWithoutLinks(directory.write("from", "new"), directory.path("to"), reason));
+        EXPECT_EQ(directory.names(), std::set<std::string>{"to"});
+        EXPECT_EQ(directory.read("to"), "new");
+    }
+}
+
+TEST(InstallNewFile, FailsWhereALinkFailsForAnotherReason) {
+    for (const int reason : {EACCES, EMLINK, ENOSPC, EROFS}) {
+        const support::TempDirectory directory;
+        EXPECT_FALSE(
+            installWithoutLinks(directory.write("from", "new"), directory.path("to"), reason));
+        EXPECT_EQ(errno, reason);
+        EXPECT_EQ(directory.names(), std::set<std::string>{"from"});
+    }
 }
 
 TEST(InstallNewFile, ReplacesNothing) {
@@ -57,7 +70,7 @@ TEST(InstallNewFile, ReplacesNothing) {
     const std::string to = directory.write("to", "old");
     EXPECT_FALSE(tivar::installNewFile(from.c_str(), to.c_str()));
     EXPECT_EQ(errno, EEXIST);
-    EXPECT_FALSE(installWithoutLinks(from, to));
+    EXPECT_FALSE(installWithoutLinks(from, to, EPERM));
     EXPECT_EQ(errno, EEXIST);
     EXPECT_EQ(directory.read("to"), "old");
     EXPECT_EQ(directory.read("from"), "new");
