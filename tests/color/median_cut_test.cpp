@@ -238,6 +238,17 @@ TEST(ColorContext, KnowsWhatWasCutLast) {
     EXPECT_EQ(tivar::TermColorLib(context), 0);
 }
 
+TEST(ColorContext, TakesAllItsBlocksAlong) {
+    const long blocks = support::liveBlocks;
+    const MemHandle context = tivar::InitColorLib();
+    Bytes table;
+    const Bytes row = colors({{192, 0, 0}, {64, 0, 0}, {0, 0, 0}, {128, 0, 0}});
+    countedRow(row, tivar::kReduceKeepHistogram, table, context);
+    EXPECT_GT(support::liveBlocks, blocks + 1);
+    EXPECT_EQ(tivar::TermColorLib(context), 0);
+    EXPECT_EQ(support::liveBlocks, blocks);
+}
+
 TEST(ColorContext, WithoutItThereIsNoReduction) {
     const Bytes row = colors({{1, 2, 3}});
     uint16_t count = 4;
