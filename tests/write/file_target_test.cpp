@@ -68,6 +68,19 @@ TEST_F(WriteFile, AFileThatIsReplacedGivesItsMode) {
     }
 }
 
+TEST_F(WriteFile, ToTheSuperuserAFileThatIsReplacedGivesItsOwner) {
+    if (geteuid() != 0) GTEST_SKIP() << "no other user gives files away";
+    const std::string name = directory.write("old.bmp", "old");
+    chmod(name.c_str(), 0640);
+    ASSERT_EQ(chown(name.c_str(), 65533, 65532), 0);
+    EXPECT_EQ(put(name).bytes, wanted);
+    struct stat status = {};
+    stat(name.c_str(), &status);
+    EXPECT_EQ(status.st_uid, 65533u);
+    EXPECT_EQ(status.st_gid, 65532u);
+    EXPECT_EQ(modeOf("old.bmp"), 0640u);
+}
+
 // It is no file that could be replaced, and nothing can be opened there.
 TEST_F(WriteFile, ASocketIsRefusedAsItIsOpened) {
     const support::WorkingDirectory inside(directory.path(""));
