@@ -13,7 +13,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "docs"))
 import promise_table  # noqa: E402
 from promise_table import Promise  # noqa: E402
 
-NUMBER = 60  # of the changes that are tried
+NUMBER = 40  # of the changes that are tried
 SUITE = re.compile(r"^\s*(?:TYPED_)?TEST(?:_[FP])?\((\w+),", re.MULTILINE)
 
 
