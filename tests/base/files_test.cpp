@@ -29,6 +29,14 @@ TEST(ReadStatus, IsThatOfTheSystem) {
     EXPECT_FALSE(tivar::readStatus(directory.path("none").c_str(), status));
 }
 
+TEST(SyncDirectoryOf, IsThatOfTheNamedFile) {
+    const support::TempDirectory directory;
+    EXPECT_TRUE(tivar::syncDirectoryOf(directory.path("file").c_str()));
+    EXPECT_TRUE(tivar::syncDirectoryOf("file"));
+    EXPECT_FALSE(tivar::syncDirectoryOf(directory.path("missing/file").c_str()));
+    EXPECT_EQ(errno, ENOENT);
+}
+
 // Where the file system makes no link, for that reason.
 bool installWithoutLinks(const std::string& from, const std::string& to, int reason) {
     const support::FailingCall noLinks("link");
