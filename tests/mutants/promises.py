@@ -13,7 +13,6 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "docs"))
 import promise_table  # noqa: E402
 from promise_table import Promise  # noqa: E402
 
-NUMBER = 40  # of the changes that are tried
 SUITE = re.compile(r"^\s*(?:TYPED_)?TEST(?:_[FP])?\((\w+),", re.MULTILINE)
 
 
@@ -23,10 +22,10 @@ def suites_in(path: Path) -> set[str]:
     return {suite for file in files for suite in SUITE.findall(file.read_text())}
 
 
-def drawn(results: list[Result]) -> list[Result]:
+def drawn(results: list[Result], number: int) -> list[Result]:
     """Some of those that were noticed, evenly."""
     noticed = [result for result in results if result.outcome == NOTICED]
-    number = min(NUMBER, len(noticed))
+    number = min(number, len(noticed))
     return [noticed[i * len(noticed) // number] for i in range(number)]
 
 
@@ -64,6 +63,10 @@ class Promises:
         """Each once, of the programs that a change can be seen by, in their order."""
         every = {place.name: place for places in self.held.values() for place in places}
         return sorted((p for p in every.values() if p.program in programs), key=lambda p: programs.index(p.program))
+
+    def asks(self, place: Place, names: set[str]) -> bool:
+        """Whether a promise waits for what this place says, once those of that name have noticed."""
+        return any(place in places and not any(p.name in names for p in places) for places in self.held.values())
 
     def figures(self, tried: list[tuple[list[str], set[str]]]) -> dict[str, str]:
         """From the programs that can see a change, and the names of the places that noticed it, for each change."""
