@@ -146,7 +146,7 @@ model::Description makeDescription(Input& input, const Picture& picture, bool sa
 }
 
 SettingsBlock::SettingsBlock(const model::Settings& settings)
-    : handle(GlobalAlloc(TIVAR_GMEM_FLAGS, sizeof(SetupRecord))),
+    : handle(newBlock(Bytes(sizeof(SetupRecord)))),
       record(static_cast<SetupRecord*>(GlobalLock(handle))) {
     UseDefaultSettings(record);
     support::takeSettings(*record, settings);

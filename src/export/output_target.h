@@ -14,8 +14,8 @@ struct OutputTarget {
 
 enum TargetResult { kTargetOpened, kTargetNoMemory, kTargetNoStream };
 
-// Opens the target for writing. The block of output to memory is the caller's; *memory is null
-// unless there is one.
+// Opens the target for writing. The block of output to memory is the caller's, one zero byte until
+// something is written; *memory is null unless there is one.
 TargetResult openOutputTarget(const OutputTarget& target, OxlStream* stream);
 
 }  // namespace tivar

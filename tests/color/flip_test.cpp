@@ -162,6 +162,20 @@ TEST(Mirror, OfFourBytePixelsReadsZerosBehindTheMemory) {
     }
 }
 
+// Leaves bytes that are not zero where the next call has its variables.
+[[gnu::noinline]] void dirtyTheStack() {
+    volatile uint8_t bytes[8192];
+    for (volatile uint8_t& byte : bytes) byte = 0xA5;
+}
+
+TEST(Mirror, OfFourBytePixelsReadsZerosWhateverTheStackHolds) {
+    Bytes memory = {1, 2, 3, 4, 21};
+    const Block exact(GlobalPointerToHandle(memory.data(), 4));
+    dirtyTheStack();
+    flip(exact.handle, {32, 2, 1}, kHorizontally);
+    EXPECT_EQ(memory, (Bytes{0, 0, 0, 0, 21}));
+}
+
 TEST(Mirror, OfOtherDepthsExchangesRowsButNoPixels) {
     const Bytes rows = {1, 2, 3, 4, 5, 6, 7, 8};
     EXPECT_EQ(flipped(rows, {16, 2, 2}, kBoth), (Bytes{5, 6, 7, 8, 1, 2, 3, 4}));

@@ -224,6 +224,31 @@ TEST(ColorContext, CanCutMoreThanOnce) {
     EXPECT_EQ(tivar::TermColorLib(context), 0);
 }
 
+TEST(ColorContext, KnowsWhatWasCutLast) {
+    const MemHandle context = tivar::InitColorLib();
+    Bytes table;
+    // Four colours for three entries: one cut of them all.
+    const Bytes row = colors({{192, 0, 0}, {64, 0, 0}, {0, 0, 0}, {128, 0, 0}});
+    EXPECT_EQ(countedRow(row, tivar::kReduceWantTable, table, context, 3), 3);
+    const auto* record = static_cast<const tivar::ColorContext*>(GlobalLock(context));
+    EXPECT_EQ(record->slot, 0);
+    EXPECT_EQ(record->first, 0);
+    EXPECT_EQ(record->last, 3);
+    EXPECT_EQ(record->cut, 1);
+    EXPECT_EQ(tivar::TermColorLib(context), 0);
+}
+
+TEST(ColorContext, TakesAllItsBlocksAlong) {
+    const long blocks = support::liveBlocks;
+    const MemHandle context = tivar::InitColorLib();
+    Bytes table;
+    const Bytes row = colors({{192, 0, 0}, {64, 0, 0}, {0, 0, 0}, {128, 0, 0}});
+    countedRow(row, tivar::kReduceKeepHistogram, table, context);
+    EXPECT_GT(support::liveBlocks, blocks + 1);
+    EXPECT_EQ(tivar::TermColorLib(context), 0);
+    EXPECT_EQ(support::liveBlocks, blocks);
+}
+
 TEST(ColorContext, WithoutItThereIsNoReduction) {
     const Bytes row = colors({{1, 2, 3}});
     uint16_t count = 4;

@@ -215,6 +215,16 @@ TEST(ScalingSteps, WorkOnLockedRowsAndReturnZero) {
     EXPECT_EQ(dest, padded({{1, 1, 2, 3}}));
 }
 
+TEST(ScalingSteps, ResampleRowAfterRow) {
+    const Bytes source = padded({{1, 2, 3}, {4, 5, 6}, {7, 8, 9}});
+    Bytes dest(12, 0);
+    EXPECT_EQ(tivar::ShrinkX(source.data(), dest.data(), 8, 3, 3, 2), 0);
+    EXPECT_EQ(dest, padded({{1, 3}, {4, 6}, {7, 9}}));
+    dest.assign(12, 0);
+    EXPECT_EQ(tivar::StretchX(source.data(), dest.data(), 8, 3, 3, 4), 0);
+    EXPECT_EQ(dest, padded({{1, 1, 2, 3}, {4, 4, 5, 6}, {7, 7, 8, 9}}));
+}
+
 TEST(ScalingSteps, LeaveTheRestOfTheRowAlone) {
     const Bytes source = {1, 2, 3, 0};
     Bytes dest(4, 0x55);
@@ -247,7 +257,11 @@ TEST(ScalingSteps, DoNothingWithoutPixels) {
     tivar::StretchX(source.data(), dest.data(), 8, 0, 1, 3);
     tivar::StretchX(source.data(), dest.data(), 8, 3, 0, 4);
     tivar::Shrink(source.data(), dest.data(), 8, 3, 1, 3, 0);
+    tivar::Shrink(source.data(), dest.data(), 8, 0, 1, 3, 1);
+    tivar::Shrink(source.data(), dest.data(), 8, 3, 1, 0, 1);
     tivar::Stretch(source.data(), dest.data(), 8, 3, 0, 3, 1);
+    tivar::Stretch(source.data(), dest.data(), 8, 0, 1, 3, 1);
+    tivar::Stretch(source.data(), dest.data(), 8, 3, 1, 0, 1);
     EXPECT_EQ(dest, Bytes(4, 0x55));
 }
 

@@ -225,6 +225,20 @@ TEST(CellOutput, FourChannelModelOfAShallowArrayIsTakenAtItsWord) {
     }
 }
 
+// A colour format that there is none of leaves the array its depth.
+TEST(CellOutput, FourChannelCellsStayWhatTheyAreInAFileAsDeep) {
+    for (const int colorModel : {CELLS_CMYK, CELLS_RGB_ALPHA}) {
+        model::Settings settings;
+        settings.colorFormat = 220;
+        OutputHost host(settings);
+        const Block image(Bytes{10, 20, 30, 100});
+        RasterWriteCellData(image.handle, 1, 1, 0, 32, static_cast<int16_t>(colorModel));
+        const Bytes file = host.closeAndTakeFile();
+        ASSERT_GE(file.size(), 4u);
+        EXPECT_EQ(Bytes(file.end() - 4, file.end()), (Bytes{10, 20, 30, 100}));
+    }
+}
+
 TEST(CellOutput, OneCmykCellBecomesRgb) {
     model::Settings settings;
     settings.colorFormat = 222;

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "driver/device_use.h"
 #include "driver/operations.h"
 #include "support/driver_host.h"
 #include "support/export_host.h"
@@ -182,6 +183,33 @@ TEST(Globals, AllocationIsZeroFilledAndDoesNotFreeAnOlderDeviceState) {
     EXPECT_EQ(hEMData, 0u);
     EXPECT_EQ(lpEMData, nullptr);
     EXPECT_EQ(tivar::FreeGlobal(), 0) << "nothing to free";
+}
+
+TEST(Globals, AStateThatTheHostFreesWhileItIsUsedIsForgotten) {
+    EXPECT_EQ(tivar::AllocGlobal(), 0);
+    {
+        const tivar::DeviceUse use;
+        GlobalFree(hEMData);
+        EXPECT_FALSE(use.current());
+    }
+    EXPECT_EQ(hEMData, 0u);
+    EXPECT_EQ(lpEMData, nullptr);
+}
+
+TEST(Globals, AnImageIsFreedOnceWhoeverElseEndsItsState) {
+    EXPECT_EQ(tivar::AllocGlobal(), 0);
+    const MemHandle state = hEMData;
+    lpEMData->imageMemory = GlobalAlloc(0, 10);
+    {
+        const tivar::DeviceUse use;
+        hEMData = 0;  // the host takes the handle away
+        EXPECT_EQ(tivar::FreeGlobal(), 0);
+        EXPECT_EQ(lpEMData, nullptr);
+        EXPECT_EQ(use->imageMemory, 0u);
+        hEMData = state;
+        lpEMData = use.device;
+    }
+    EXPECT_EQ(tivar::FreeGlobal(), 0);
 }
 
 TEST(Globals, FailedAllocationGivesZeroAllTheSame) {

@@ -140,6 +140,16 @@ TEST(PictureOutput, HeightInPixelsIsCutAndRoundedUpToEvenAndWidthIsCut) {
     }
 }
 
+TEST(PictureOutput, AColourFormatThatThereIsNoneOfHasNoBitsAndOneColour) {
+    Output output(220);
+    Painter painter(4, 2);
+    painter.bandHeight = 2;
+    output.run();
+    EXPECT_EQ(painter.count(DRAW_INITIALISE), 1);
+    EXPECT_EQ(painter.block[2], 0u);
+    EXPECT_EQ(painter.block[3], 1u);
+}
+
 TEST(PictureOutput, BandsWalkUpFromTheBottomAndTheLastIsShorter) {
     Output output(COLOR_FORMAT_8BIT);
     Painter painter(4, 482);

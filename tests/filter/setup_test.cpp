@@ -7,6 +7,15 @@
 
 namespace {
 
+// Before any test has made one.
+const MemHandle kFirstHandle = hRaster;
+SetupRecord* const kFirstRecord = lpRaster;
+
+TEST(CurrentSetup, IsNoneAtFirst) {
+    EXPECT_EQ(kFirstHandle, 0u);
+    EXPECT_EQ(kFirstRecord, nullptr);
+}
+
 struct Setup : Surroundings {
     Setup() { directory.write("p.ini", kProfile); }
 

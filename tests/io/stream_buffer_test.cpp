@@ -170,6 +170,19 @@ TEST(FlushBuffer, ACleanBufferStaysWhereItIs) {
     EXPECT_EQ(readText(source.stream, 2), "cd");
 }
 
+TEST(FlushBuffer, LeavesNothingInTheBufferOfALentFile) {
+    const TempDirectory directory;
+    FILE* file = std::fopen(directory.path("file").c_str(), "w+");
+    OxlStreamDesc descriptor = {};
+    descriptor.lentFile = reinterpret_cast<HostWord>(file);
+    const OxlStream stream = oxlOpen(nullptr, &descriptor, OXL_LENT);
+    EXPECT_EQ(writeText(stream, "abc"), 3);
+    EXPECT_EQ(FlushOxlIO(stream), 3);
+    EXPECT_EQ(directory.read("file"), "abc");
+    EXPECT_EQ(oxlClose(stream), 0);
+    std::fclose(file);
+}
+
 TEST(BufferSteps, StreamZeroFails) {
     EXPECT_EQ(FillOxlIOBuf(0), -1);
     EXPECT_EQ(FlushOxlIO(0), -1);

@@ -462,6 +462,9 @@ TEST(GetUnionSize, IsTheLargestAlternativeThatABarEnds) {
         {"(", 0, ""},
         {"((L|S|", 0, ""},
         {"(L|12", 4, ""},
+        // Nothing behind the end counts.
+        {"((S|\0D|)D|)", 0, ""},
+        {"(3\0D|)", 0, ""},
     };
     for (const UnionSize& example : unions) {
         SCOPED_TRACE(example.format);

@@ -77,6 +77,21 @@ inline long bytesOf(void* block) {
 #endif
 }
 
+// While there is one, what lies behind a block of calloc's is not zero: a read of it shows.
+class DirtyNeighbours {
+  public:
+    DirtyNeighbours() { wanted() = true; }
+    ~DirtyNeighbours() { wanted() = false; }
+    DirtyNeighbours(const DirtyNeighbours&) = delete;
+    DirtyNeighbours& operator=(const DirtyNeighbours&) = delete;
+
+    static constexpr size_t kBytes = 64;
+    static std::atomic<bool>& wanted() {
+        static std::atomic<bool> instance{false};
+        return instance;
+    }
+};
+
 // Bytes that the thread's last call of calloc asked for, and what the last one to return gave.
 #if defined(_WIN32)
 // What stands for a thread's own variables there allocates them, and the tests have one thread.
@@ -95,7 +110,11 @@ extern "C" void* __real_calloc(size_t count, size_t size);
 extern "C" __attribute__((used)) inline void* __wrap_calloc(size_t count, size_t size) {
     support::lastAllocation = count * size;
     if (support::FailingCall::due("calloc")) return nullptr;
-    support::lastZeroed = support::counted(__real_calloc(count, size));
+    const size_t more = support::DirtyNeighbours::wanted() ? support::DirtyNeighbours::kBytes : 0;
+    support::lastZeroed = support::counted(more == 0 ? __real_calloc(count, size)
+                                                     : __real_calloc(1, count * size + more));
+    if (support::lastZeroed != nullptr)
+        std::memset(static_cast<char*>(support::lastZeroed) + count * size, 0xA5, more);
     support::countBytes(support::bytesOf(support::lastZeroed));
     return support::lastZeroed;
 }

@@ -123,6 +123,20 @@ TEST(Diffusion, KeepsToTheModelWhereLevelsAreHeldBack) {
     }
 }
 
+TEST(Diffusion, PassesErrorsOnFromTheDarkestAndTheLightestGrey) {
+    Random random(12);
+    for (const bool light : {false, true}) {
+        PlainPicture picture(61, 40);
+        for (uint32_t i = 0; i < picture.count(); ++i) {
+            const int level = static_cast<int>(random() % 6 / 2 * 5);
+            const int grey = light ? 255 - level : level;
+            picture.set(i, grey, grey, grey);
+        }
+        expectPlain(picture, kBlackWhite);
+        expectPlain(picture, kSixteenGreys);
+    }
+}
+
 TEST(Diffusion, TakesTheFirstOfEntriesThatAreAlikeOrAsNear) {
     const PlainPicture picture = support::smooth(70, 19, 4);
     expectPlain(picture, greysFrom({100, 200, 100, 200}));

@@ -1,7 +1,9 @@
 // Named files: complete or not at all, whatever stands at the place before.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -64,6 +66,29 @@ TEST_F(WriteFile, AFileThatIsReplacedGivesItsMode) {
         EXPECT_EQ(directory.names().size(), 1u);
         unlink(name.c_str());
     }
+}
+
+TEST_F(WriteFile, ToTheSuperuserAFileThatIsReplacedGivesItsOwner) {
+    if (geteuid() != 0) GTEST_SKIP() << "no other user gives files away";
+    const std::string name = directory.write("old.bmp", "old");
+    chmod(name.c_str(), 0640);
+    ASSERT_EQ(chown(name.c_str(), 65533, 65532), 0);
+    EXPECT_EQ(put(name).bytes, wanted);
+    struct stat status = {};
+    stat(name.c_str(), &status);
+    EXPECT_EQ(status.st_uid, 65533u);
+    EXPECT_EQ(status.st_gid, 65532u);
+    EXPECT_EQ(modeOf("old.bmp"), 0640u);
+}
+
+// It is no file that could be replaced, and nothing can be opened there.
+TEST_F(WriteFile, ASocketIsRefusedAsItIsOpened) {
+    const support::WorkingDirectory inside(directory.path(""));
+    sockaddr_un address = {AF_UNIX, "socket"};
+    const int made = socket(AF_UNIX, SOCK_STREAM, 0);
+    ASSERT_EQ(bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    expectFailed("socket", ENXIO);
+    close(made);
 }
 
 // Who has the old file open goes on reading it.

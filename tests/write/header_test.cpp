@@ -38,6 +38,37 @@ TEST(WriteHeader, HasAsManyBytesAsItsFormSays) {
     }
 }
 
+// 0 says that there are as many as the depth has room for. Deeper ones than 1 bit have three or more.
+TEST(WriteHeader, ColoursAreCountedUnlessThePaletteIsFull) {
+    const Drawn drawn = drawNoise(TIVAR_RGB, 3, 2, 1);
+    const TivarPicture picture = recordOf(drawn);
+    struct Case {
+        int32_t bits;
+        uint32_t colors;
+        uint8_t told;
+    };
+    for (const Case& c : {Case{1, 2, 0},
+                          {4, 2, 3},
+                          {4, 15, 15},
+                          {4, 16, 0},
+                          {8, 255, 255},
+                          {8, 256, 0},
+                          {24, 0, 0}}) {
+        for (const int32_t header : {TIVAR_HEADER_WINDOWS, TIVAR_HEADER_V4}) {
+            TivarOptions options = optionsOf(c.bits);
+            options.header = header;
+            tivar::Job job;
+            ASSERT_EQ(tivar::checkJob(&picture, &options, job).result, TIVAR_RESULT_OK);
+            tivar::ColorTable table = {};
+            table.count = c.colors;
+            const tivar::FileForm form = tivar::describeForm(job, table.count, false);
+            Bytes bytes(form.headerBytes);
+            tivar::putHeader(job, form, table, bytes.data());
+            EXPECT_EQ(slice(bytes, 46, 4), (Bytes{c.told, 0, 0, 0})) << c.bits << ", " << c.colors;
+        }
+    }
+}
+
 TEST(WriteHeader, TheResolutionIsWhatWasAsked) {
     const Drawn drawn = drawNoise(TIVAR_RGB, 3, 2, 1);
     for (const int32_t header : {TIVAR_HEADER_WINDOWS, TIVAR_HEADER_V4}) {

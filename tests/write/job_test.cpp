@@ -455,10 +455,11 @@ TEST(WriteJob, OptionsThatExcludeEachOtherAreRefused) {
             });
     }
     for (const int32_t alpha : {TIVAR_ALPHA_DEFAULT, TIVAR_ALPHA_DROP})
-        contradicts("options.background", 24, [=](Call& call) {
-            call.options.alpha = alpha;
-            call.options.background[1] = 1;
-        });
+        for (const int channel : {0, 1, 2})
+            contradicts("options.background", 24, [=](Call& call) {
+                call.options.alpha = alpha;
+                call.options.background[channel] = 1;
+            });
 }
 
 TEST(WriteJob, TheSidesOfTheOs2HeaderEndAt65535) {

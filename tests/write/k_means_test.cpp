@@ -35,6 +35,15 @@ TEST(KMeans, EveryPointGoesToTheNearestMean) {
     }
 }
 
+TEST(KMeans, AMeanThatIsNearerByTheLeastIsTaken) {
+    // The first point's distances, squared, are 9 + 16 to its own mean and 16 + 4 + 4 to the other.
+    PointList list(
+        {pointAt(100, 100, 100, 1, 0), pointAt(106, 108, 100, 1, 0), pointAt(96, 98, 98, 1, 1)}, 2);
+    EXPECT_TRUE(tivar::moveToNearest(list.clusters, 1));
+    EXPECT_EQ(list.clusters.sizeOf(0), 1u);
+    EXPECT_EQ(list.clusters.sizeOf(1), 2u);
+}
+
 TEST(KMeans, RoundsLessenTheErrorUntilNothingMoves) {
     PointList list(support::randomPoints(1500, 40, 5), 40);
     double before = list.error();

@@ -130,6 +130,28 @@ TEST(NearestColors, AreExactOverTheWholeSpace) {
     }
 }
 
+TEST(NearestColors, AreFoundAgainWhereThereIsNoRoomForMoreCells) {
+    const ColorTable table = tableOf(Kind::kNoise, 256, 4);
+    NearestColors colors;
+    ASSERT_TRUE(colors.prepare(table));
+    for (uint32_t cell = 0; cell < 1 << 18 && colors.kept.hasRoom(); ++cell)
+        tivar::nearestColor(colors, static_cast<uint8_t>(cell >> 12 << 2),
+                            static_cast<uint8_t>(cell >> 6 << 2), static_cast<uint8_t>(cell << 2));
+    ASSERT_FALSE(colors.kept.hasRoom());
+    Random random(8);
+    for (int i = 0; i < 3000; ++i) {
+        const uint8_t rgb[3] = {random.byte(), random.byte(), random.byte()};
+        expectNearest(colors, table, rgb);
+        expectNearest(colors, table, rgb);
+        // One channel another.
+        for (int c = 0; c < 3; ++c) {
+            uint8_t other[3] = {rgb[0], rgb[1], rgb[2]};
+            other[c] = random.byte();
+            expectNearest(colors, table, other);
+        }
+    }
+}
+
 TEST(NearestColors, OfEquallyNearEntriesTheLowestIsChosen) {
     ColorTable table{};
     table.count = 3;

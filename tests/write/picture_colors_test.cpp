@@ -4,6 +4,7 @@
 
 #include <map>
 
+#include "support/failing_call.h"
 #include "write/plain_picture.h"
 
 namespace {
@@ -85,6 +86,19 @@ TEST(PictureColors, PointsOfCellsLieAtTheirMeans) {
         EXPECT_EQ(point.channels[1] % (4 * tivar::kPointSteps), 3 * tivar::kPointSteps / 2);
         EXPECT_EQ(point.channels[2], 5 * tivar::kPointSteps);
     }
+}
+
+TEST(PictureColors, WhatLiesBehindTheCellsIsNoColour) {
+    const support::DirtyNeighbours dirty;
+    // Too many to be listed; the last cell has one of them.
+    support::PlainPicture picture(256, 256);
+    for (uint32_t i = 0; i < picture.count(); ++i)
+        picture.set(i, static_cast<int>(i % 256), static_cast<int>(i / 256), 255);
+    PictureColors colors;
+    count(picture, 1, colors);
+    EXPECT_FALSE(colors.listed);
+    EXPECT_EQ(colors.count, 64u * 64u);
+    EXPECT_EQ(weightOf(colors), 256u * 256u);
 }
 
 TEST(PictureColors, AreTheSamePointsForAnyNumberOfThreads) {

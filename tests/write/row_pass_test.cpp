@@ -88,6 +88,17 @@ TEST(RowPass, OneThreadAsksBeforeEveryRow) {
     EXPECT_EQ(host.asked, static_cast<int>(kHeight));
 }
 
+TEST(RowPass, OneThreadTellsAfterEveryRow) {
+    Host host;
+    tivar::Watch watch = host.watch(50);
+    EXPECT_TRUE(tivar::passOverRows(kWidth, 50, 1, watch, [&](int, uint32_t y) {
+        EXPECT_EQ(host.told.size(), y);
+        return true;
+    }));
+    ASSERT_EQ(host.told.size(), 50u);
+    for (size_t i = 0; i < 50; ++i) EXPECT_EQ(host.told[i], 2 * static_cast<int32_t>(i + 1));
+}
+
 TEST(RowPass, EndsWhereTheHostSaysSo) {
     Host host;
     host.endAtAsking = 5;

@@ -6,6 +6,12 @@ inline bool isLetter(char c) {
     return c >= 'a' && c <= 'z';
 }
 
+// Its test alone has it in any form.
+template <class Number>
+Number twice(Number value) {
+    return value + value;
+}
+
 int toByte(int value);
 int countLetters(const char* text);
 

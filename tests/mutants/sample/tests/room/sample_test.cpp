@@ -15,3 +15,7 @@ TEST(CountLetters, EndsAtAnythingElse) {
     EXPECT_EQ(sample::countLetters("az{"), 2);
     EXPECT_EQ(sample::countLetters("`"), 0);
 }
+
+TEST(Twice, IsTheSumWithItself) {
+    EXPECT_EQ(sample::twice(4), 8);
+}
