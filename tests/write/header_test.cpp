@@ -38,7 +38,8 @@ TEST(WriteHeader, HasAsManyBytesAsItsFormSays) {
     }
 }
 
-// 0 says that there are as many as the depth has room for. Deeper ones than 1 bit have three or more.
+// 0 says that there are as many as the depth has room for. Deeper ones than 1 bit have three at
+// least.
 TEST(WriteHeader, ColoursAreCountedUnlessThePaletteIsFull) {
     const Drawn drawn = drawNoise(TIVAR_RGB, 3, 2, 1);
     const TivarPicture picture = recordOf(drawn);

@@ -172,6 +172,15 @@ TEST(WriteWatch, AnyTellingCanCancelAndNoneFollows) {
     }
 }
 
+TEST(WriteWatch, AnyTellingCancelsSeveralThreads) {
+    const Drawn drawn = drawNoise(TIVAR_RGB, 600, 500, 2);
+    const Source source(drawn, Access::kPacked);
+    TivarOptions options = optionsOf(24);
+    options.threads = 4;
+    expectTellingsToCancel(
+        options, [&](const TivarOptions& watched) { return toSink(source.picture, watched); });
+}
+
 TEST(WriteWatch, ACancelledFileIsAsItWasBefore) {
     const support::TempDirectory directory;
     const std::string name = directory.write("out.bmp", "old");
