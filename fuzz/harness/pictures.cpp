@@ -14,9 +14,12 @@ using support::Random;
 
 enum Style { kFromInput, kNoise, kRuns, kFewValues, kGreyTriples, kNearGreyTriples, kStyles };
 
-std::size_t bytesOf(const Picture& picture) {
+// A picture that need not be sound lacks the rows behind them.
+constexpr std::size_t kMostBytes = std::size_t{1} << 13;
+
+std::size_t bytesOf(const Picture& picture, std::size_t most) {
     const std::uint64_t stride = (std::uint64_t{picture.width} * picture.bits + 31) / 32 * 4;
-    return static_cast<std::size_t>(std::min<std::uint64_t>(stride * picture.height, 1u << 13));
+    return static_cast<std::size_t>(std::min<std::uint64_t>(stride * picture.height, most));
 }
 
 std::size_t tableBytesOf(const Picture& picture) {
@@ -76,7 +79,7 @@ Picture makePicture(Input& input) {
     picture.height = static_cast<std::uint16_t>(affordableRows(picture.width, makeSide(input)));
     picture.hasPixels = !input.oneIn(64);
     picture.hasTable = !input.oneIn(picture.bits > 8 ? 2 : 16);
-    picture.pixels = drawBytes(input, bytesOf(picture));
+    picture.pixels = drawBytes(input, bytesOf(picture, kMostBytes));
     cut(input, picture.pixels);
     picture.table = drawBytes(input, picture.bits > 8 ? 768 : tableBytesOf(picture));
     cut(input, picture.table);
@@ -92,7 +95,7 @@ Picture makeSoundPicture(Input& input) {
         static_cast<std::uint16_t>(affordableRows(picture.width, 1 + input.mostlySmall(48)));
     picture.hasPixels = true;
     picture.hasTable = picture.bits <= 8;
-    picture.pixels = drawBytes(input, bytesOf(picture));
+    picture.pixels = drawBytes(input, bytesOf(picture, SIZE_MAX));
     picture.table = drawBytes(input, tableBytesOf(picture));
     return picture;
 }
