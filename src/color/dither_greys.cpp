@@ -55,7 +55,7 @@ void diffuseRow(const GreyStep* steps, const uint8_t* row, uint8_t* next, uint32
 }
 
 inline void takeLevels(const uint8_t* colors, uint32_t width, uint8_t* levels) {
-    for (uint32_t x = 0; x < width; ++x) levels[x] = greyOf(colors + size_t{x} * 3);
+    for (uint32_t x = 0; x < width; ++x) levels[x] = greyOf(colors + x * size_t{3});
 }
 
 #if TIVAR_HAS_V3
@@ -106,8 +106,8 @@ void GreyDiffuser::diffuse(uint8_t* dest, size_t stride, uint32_t count) {
     if (inLanes) {
         lanes.diffuse(rows, width, indexBlock.data);
         for (uint32_t row = 0; row < count; ++row)
-            lanes.storeRow(indexBlock.data, static_cast<int>(row), width, firstStored,
-                           dest + row * stride);
+            GreyLanes::storeRow(indexBlock.data, static_cast<int>(row), width, firstStored,
+                                dest + row * stride);
         return;
     }
 #endif

@@ -191,7 +191,7 @@ void GreyLanes::diffuse(uint8_t* const* rows, uint32_t width, uint8_t* bits) con
 }
 
 void GreyLanes::storeRow(const uint8_t* bits, int row, uint32_t width, uint8_t firstStored,
-                         uint8_t* dest) const {
+                         uint8_t* dest) {
     const size_t flight = static_cast<size_t>(row / kLanes) * (size_t{width} + kMargins);
     const int lane = row % kLanes;
     const uint8_t* first = bits + flight + kFront + 1 + kRowLag * lane;

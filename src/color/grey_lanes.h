@@ -30,8 +30,8 @@ struct GreyLanes {
     void diffuse(uint8_t* const* rows, uint32_t width, uint8_t* bits) const;
 
     // Packs the low bits of the indices stored for a row; firstStored: that of entry 0.
-    void storeRow(const uint8_t* bits, int row, uint32_t width, uint8_t firstStored,
-                  uint8_t* dest) const;
+    static void storeRow(const uint8_t* bits, int row, uint32_t width, uint8_t firstStored,
+                         uint8_t* dest);
 
     // Above a threshold's level the entry lies higher by rise, and the bit stored is another one if
     // flip is -1.

@@ -12,7 +12,7 @@ namespace tivar {
 struct RowCounter {
     // Of so many pixels in all; context has the count of the histogram's cells. Both must outlive
     // the counter.
-    RowCounter(uint16_t* histogram, ColorContext& context, uint64_t pixels);
+    RowCounter(uint16_t* cells, ColorContext& record, uint64_t pixels);
 
     void addRow(const uint8_t* row, uint32_t width);
 

@@ -39,7 +39,8 @@ void moveBand(FileRows& rows, uint32_t y) {
 void readBand(FileRows& rows) {
     const size_t wanted = rows.count * rows.rowBytes;
     for (size_t done = 0; done < wanted;) {
-        const uint64_t place = rows.start + uint64_t{rows.first} * rows.rowBytes + done;
+        const uint64_t place =
+            rows.start + static_cast<uint64_t>(rows.first) * rows.rowBytes + done;
         const ssize_t got = ::pread(fileno(rows.file.get()), &rows.band[done], wanted - done,
                                     static_cast<off_t>(place));
         if (got < 0 && errno == EINTR) continue;
