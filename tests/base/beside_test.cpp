@@ -49,7 +49,6 @@ TEST(Beside, IsNotThereWhenAHundredNamesAreTaken) {
 // Names have 255 bytes at most, and 32 of them are for what is put behind: of 223 bytes the last is
 // half a character.
 TEST(Beside, ALongNameIsCutBetweenCharacters) {
-    const support::TempDirectory directory;
     const std::string end = "." + std::to_string(getpid()) + "-0";
     std::string letters;
     for (int i = 0; i < 120; ++i) letters += "\xC3\xA9";
@@ -65,12 +64,12 @@ TEST(Beside, ALongNameIsCutBetweenCharacters) {
         {std::string(224, '\x80'), ""},
     };
     for (const auto& given : cases) {
+        const support::TempDirectory directory;
         char name[4096];
         const int file = createBeside(directory.path(given.path).c_str(), true, name, sizeof name);
         ASSERT_GE(file, 0);
         EXPECT_EQ(name, directory.path(given.kept + end));
         close(file);
-        std::remove(name);
     }
 }
 
